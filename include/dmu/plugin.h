@@ -1,0 +1,218 @@
+// The boundary between a storage-utility daemon (the host) and the plugin: all that a host needs to know.
+//
+// A host loads the library, looks up DmuPluginInit, calls it, and reaches the plugin through the descriptor from then
+// on: it opens a handle for each disk, calls operations on the handle and closes it. Everything here is laid out as a
+// 32-bit little-endian host lays it out. The error texts are std::string objects, so host and plugin must be built for
+// the same string layout of the C++ library (see README.md, "Old hosts").
+//
+// Threads: the six operations of all handles run one at a time, in whatever threads they are called; one that waits
+// for more than 10 seconds fails. DmuPluginInit, open and close may run at any time. A handle must not be closed while
+// an operation on it runs.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+/// A device handle: one disk behind one controller. Its contents belong to the plugin.
+struct CtrlDevInfo;
+
+/// What the host knows about a disk; read by VELTRANEPlugin_OpenDevice_v2_0_0, never written or kept.
+///
+///   offset  width    field
+///        0  pointer  devName       name of the disk's node below "/dev/disks/"
+///        4  pointer  hba           name of the controller
+///        8  u32      channel       where the host sees the disk
+///       12  u32      target
+///       16  u32      lun
+///       20  pointer  driver        name of the driver that presents the disk
+///       24  u8       isPciDevice   the controller's PCI identity: traced, not kept
+///       26  u16      segment
+///       28  u8       busId
+///       29  u8       slotId
+///       30  u8       functionId
+///       32  u16      vendorId
+///       34  u16      subVendorId
+///       36  u16      deviceId
+///       38  u16      subDeviceId
+///       40  u8       reserved      not read
+///       44  u32      physicalSlot
+struct DmuDeviceOpenInfo {
+  const char* devName;
+  const char* hba;
+  uint32_t channel;
+  uint32_t target;
+  uint32_t lun;
+  const char* driver;
+  uint8_t isPciDevice;
+  uint16_t segment;
+  uint8_t busId;
+  uint8_t slotId;
+  uint8_t functionId;
+  uint16_t vendorId;
+  uint16_t subVendorId;
+  uint16_t deviceId;
+  uint16_t subDeviceId;
+  uint8_t reserved;
+  uint32_t physicalSlot;
+};
+
+/// What operation 0 tells about a device. Nothing is written when the operation fails.
+///
+///   offset  width    field
+///        0  u32      deviceType     1 logical volume, 2 physical disk
+///        4  u8       physicalDisks  member drives of the volume; 1 for an external one; not written for a disk
+///        5  u8[3]                   not written
+///        8  u32      raidLevel      0, 1, 4, 5, 6, 64 (mirrored stripes), 255 (unknown; every external volume);
+///                                   not written for a disk
+struct DmuDeviceInfo {
+  uint32_t deviceType;
+  uint8_t physicalDisks;
+  uint32_t raidLevel;
+};
+
+/// One drive's temperatures in degrees Celsius, as the drive reports them to its controller.
+struct DriveTemperature {
+  uint8_t currentTemperature;
+  uint8_t maximumTemperature;
+};
+
+extern "C" {
+
+/// Opens a handle by the device's address alone. Such a handle finds volumes, not physical disks.
+///
+/// @param hba     name of the controller; cut to 49 characters; null counts as empty
+/// @param driver  must be "veltrane"
+/// @param out     receives the handle, which the host owes to closeDevice; untouched on failure
+/// @return 0, or -1: another driver, a null `driver` or `out`, or no memory
+using DmuOpenDevice = int32_t (*)(const char* hba, uint32_t channel, uint32_t target, uint32_t lun, const char* driver,
+                                  uint8_t isPciDevice, uint16_t segment, uint8_t busId, uint8_t slotId,
+                                  uint8_t functionId, uint16_t vendorId, uint16_t subVendorId, uint16_t deviceId,
+                                  uint16_t subDeviceId, uint8_t reserved, uint32_t physicalSlot, CtrlDevInfo** out);
+
+/// Opens a handle and reads the disk's serial number, by which physical disks are found. A serial number that cannot be
+/// read does not fail the open.
+///
+/// @param info  borrowed for the call
+/// @param out   as for DmuOpenDevice
+/// @return 0, or -1: as for DmuOpenDevice, or a null `info`
+using DmuOpenDeviceV2 = int32_t (*)(const DmuDeviceOpenInfo* info, CtrlDevInfo** out);
+
+/// Closes a handle. Null is ignored.
+using DmuCloseDevice = void (*)(CtrlDevInfo* handle);
+
+// The six operations. Each returns -1 for failure, with a one-line text in `error` unless the operation's own comment
+// says otherwise: "Invalid handle!", "Mutex lock error: " and the system's text, "Failed to open controller." or
+// "Device is not found."; a text replaces what `error` held. A result of -1 without a new text can also mean that
+// memory ran out.
+
+/// Operation 0: what the device is.
+/// @return 0, or -1; a null `deviceInfo` gives -1 with no text
+using DmuGetDeviceInfo = int32_t (*)(CtrlDevInfo* handle, DmuDeviceInfo* deviceInfo, std::string& error);
+
+/// Operation 1: switches the locator LED of the disk, or of every member drive of the volume.
+/// @param state    on when any of its low 8 bits is set, else off
+/// @param seconds  blink time; the controller keeps one, so it holds for every drive that blinks there
+/// @return drives switched; 0 when nothing was switched, whatever the reason (no text); -1 with a text
+using DmuSetDriveLEDState = int32_t (*)(CtrlDevInfo* handle, uint32_t state, uint16_t seconds, std::string& error);
+
+/// Operations 2 and 3: switch the write cache of the volume on or off; for a physical disk the setting is the whole
+/// controller's.
+/// @return 1 for a disk, the number of member drives for a volume; -1 or a command's other nonzero result on failure
+///         (no text when a command failed or the volume is external)
+using DmuSetCache = int32_t (*)(CtrlDevInfo* handle, std::string& error);
+
+/// Operation 4: temperatures of the disk, or of the volume's member drives in the order of their location texts.
+/// @param temperatures  the host's array; a disk writes record 0 whatever `count` says
+/// @param count         records in the array; a volume with a count below 1 writes nothing
+/// @return records written; -1 with a text, or with none when `temperatures` is null
+using DmuGetDeviceTemperature = int32_t (*)(CtrlDevInfo* handle, DriveTemperature* temperatures, int32_t count,
+                                            std::string& error);
+
+/// Operation 5: where the disk, or each member drive of the volume, sits: "port:box:bay PORT:BOX:BAY", sorted as text.
+/// @param locations  the host's array; each slot written receives a 50-byte buffer that the host releases with free;
+///                   a disk writes slot 0 whatever `count` says
+/// @param count      slots in the array; a volume with a count below 1 writes nothing
+/// @return slots written; -1 with a text (also "No memory for location!"), or with none when `locations` is null
+using DmuGetDeviceLocation = int32_t (*)(CtrlDevInfo* handle, char** locations, int32_t count, std::string& error);
+
+}  // extern "C"
+
+/// The plugin's descriptor: 13 fields, each as wide as a pointer, and room that stays zero. Owned by the plugin.
+///
+///   offset  field
+///        0  version             "1.0.0"
+///        4  name                "dmu-veltrane-plugin"
+///        8  openDevice
+///       12  closeDevice
+///       16  operationCount      6
+///       20  getDeviceInfo       operation 0; the other five follow in order
+///       44  unused              null
+///       48  openDeviceV2
+///       52  reserved            16 null pointers, for hosts that know a longer descriptor
+struct DmuPluginDescriptor {
+  const char* version;
+  const char* name;
+  DmuOpenDevice openDevice;
+  DmuCloseDevice closeDevice;
+  uintptr_t operationCount;
+  DmuGetDeviceInfo getDeviceInfo;
+  DmuSetDriveLEDState setDriveLEDState;
+  DmuSetCache cacheOn;
+  DmuSetCache cacheOff;
+  DmuGetDeviceTemperature getDeviceTemperature;
+  DmuGetDeviceLocation getDeviceLocation;
+  void* unused;
+  DmuOpenDeviceV2 openDeviceV2;
+  void* reserved[16];
+};
+
+extern "C" {
+
+/// The one function that a host looks up. Every call returns the same descriptor with the same contents.
+DmuPluginDescriptor* DmuPluginInit();
+using DmuPluginInitFunction = DmuPluginDescriptor* (*)();
+
+}  // extern "C"
+
+static_assert(sizeof(DriveTemperature) == 2);
+static_assert(offsetof(DmuDeviceInfo, deviceType) == 0);
+static_assert(offsetof(DmuDeviceInfo, physicalDisks) == 4);
+static_assert(offsetof(DmuDeviceInfo, raidLevel) == 8);
+static_assert(sizeof(DmuDeviceInfo) == 12);
+
+#ifdef __i386__
+static_assert(offsetof(DmuDeviceOpenInfo, devName) == 0);
+static_assert(offsetof(DmuDeviceOpenInfo, hba) == 4);
+static_assert(offsetof(DmuDeviceOpenInfo, channel) == 8);
+static_assert(offsetof(DmuDeviceOpenInfo, target) == 12);
+static_assert(offsetof(DmuDeviceOpenInfo, lun) == 16);
+static_assert(offsetof(DmuDeviceOpenInfo, driver) == 20);
+static_assert(offsetof(DmuDeviceOpenInfo, isPciDevice) == 24);
+static_assert(offsetof(DmuDeviceOpenInfo, segment) == 26);
+static_assert(offsetof(DmuDeviceOpenInfo, busId) == 28);
+static_assert(offsetof(DmuDeviceOpenInfo, slotId) == 29);
+static_assert(offsetof(DmuDeviceOpenInfo, functionId) == 30);
+static_assert(offsetof(DmuDeviceOpenInfo, vendorId) == 32);
+static_assert(offsetof(DmuDeviceOpenInfo, subVendorId) == 34);
+static_assert(offsetof(DmuDeviceOpenInfo, deviceId) == 36);
+static_assert(offsetof(DmuDeviceOpenInfo, subDeviceId) == 38);
+static_assert(offsetof(DmuDeviceOpenInfo, reserved) == 40);
+static_assert(offsetof(DmuDeviceOpenInfo, physicalSlot) == 44);
+static_assert(sizeof(DmuDeviceOpenInfo) == 48);
+
+static_assert(offsetof(DmuPluginDescriptor, version) == 0);
+static_assert(offsetof(DmuPluginDescriptor, name) == 4);
+static_assert(offsetof(DmuPluginDescriptor, openDevice) == 8);
+static_assert(offsetof(DmuPluginDescriptor, closeDevice) == 12);
+static_assert(offsetof(DmuPluginDescriptor, operationCount) == 16);
+static_assert(offsetof(DmuPluginDescriptor, getDeviceInfo) == 20);
+static_assert(offsetof(DmuPluginDescriptor, setDriveLEDState) == 24);
+static_assert(offsetof(DmuPluginDescriptor, cacheOn) == 28);
+static_assert(offsetof(DmuPluginDescriptor, cacheOff) == 32);
+static_assert(offsetof(DmuPluginDescriptor, getDeviceTemperature) == 36);
+static_assert(offsetof(DmuPluginDescriptor, getDeviceLocation) == 40);
+static_assert(offsetof(DmuPluginDescriptor, unused) == 44);
+static_assert(offsetof(DmuPluginDescriptor, openDeviceV2) == 48);
+static_assert(offsetof(DmuPluginDescriptor, reserved) == 52);
+#endif
