@@ -1,0 +1,34 @@
+// The member drives of a volume as the snapshot lists them, and the text that says where a drive sits.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "controller/physical_drive.h"
+#include "controller/snapshot.h"
+
+namespace dmu {
+
+/// What follows a location text when its drive is not in the snapshot.
+inline constexpr char kNotInSnapshot[] = "(Failed)";
+
+/// Formats "port:box:bay PORT:BOX:BAY" and `suffix`, 37 characters at most.
+/// @param text  receives the terminated text, cut to `size` bytes
+void formatLocation(char* text, size_t size, const OrvaInfo_Devices& drive, const char* suffix = "");
+
+/// Whether the volume's member drives can be told: one of the controller's own, with drives and a member map.
+[[nodiscard]] bool hasKnownMembers(const OrvaInfo_Devices& device);
+
+/// Calls `visit(drive, BMIC drive index)` for each masked drive of the snapshot that belongs to the volume, in list
+/// order. The volume must have known members.
+template <typename Visit>
+void forEachListedMember(const OrvaInfo& info, const OrvaInfo_Devices& volume, Visit visit) {
+  for (int32_t i = 0; i < info.deviceCount; ++i) {
+    const OrvaInfo_Devices& drive = info.devices[i];
+    if (kindOf(drive.lunAddress) != DeviceKind::maskedDrive) continue;
+    const uint32_t index = OrvaInfo_GetBMICDeviceIndex(&drive.lunAddress);
+    if (isMember(info, volume, index)) visit(drive, index);
+  }
+}
+
+}  // namespace dmu

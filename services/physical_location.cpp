@@ -1,0 +1,163 @@
+// Location texts of a disk and of a volume's member drives.
+#include "services/physical_location.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "channel/command.h"
+#include "controller/device_lookup.h"
+#include "plugin/memory_guard.h"
+#include "plugin/trace.h"
+#include "services/member_drives.h"
+#include "services/open_controller.h"
+
+namespace {
+
+/// What the host frees.
+constexpr size_t kLocationBufferSize = 50;
+
+/// Room for formatting one text; the longest has 37 characters.
+constexpr size_t kFormattingSize = 128;
+
+constexpr char kNoMemory[] = "No memory for location!";
+
+using LocationBuffer = std::unique_ptr<char, dmu::Free>;
+
+LocationBuffer makeLocationBuffer() {
+  return LocationBuffer(static_cast<char*>(std::malloc(kLocationBufferSize)));
+}
+
+std::string locationOf(const OrvaInfo_Devices& drive, const char* suffix = "") {
+  char text[kFormattingSize];
+  dmu::formatLocation(text, sizeof(text), drive, suffix);
+  return text;
+}
+
+/// Identifies each member that is not marked as found and appends its text. A drive that does not answer has an empty
+/// port name and zeros.
+void appendMissingMembers(OrvaInfo& info, const OrvaInfo_Devices& volume, const uint8_t* found,
+                          std::vector<std::string>& texts) {
+  for (uint32_t index = 0; index < info.maxPhysDevicesSupported; ++index) {
+    if (!dmu::isMember(info, volume, index) || dmu::testBit(found, index)) continue;
+    OrvaInfo_Devices drive = {};
+    (void)OrvaInfo_IdentifyPhysicalDevieWithBMICInex(&info, &drive, static_cast<int>(index));
+    texts.push_back(locationOf(drive, dmu::kNotInSnapshot));
+  }
+}
+
+/// Puts the first `count` texts into the host's slots.
+/// @return whether memory sufficed; if not, no slot holds a buffer
+bool storeLocations(const std::vector<std::string>& texts, int32_t count, char** locations) {
+  for (int32_t k = 0; k < count; ++k) {
+    LocationBuffer buffer = makeLocationBuffer();
+    if (buffer != nullptr)
+      std::snprintf(buffer.get(), kLocationBufferSize, "%s", texts[static_cast<size_t>(k)].c_str());
+    locations[k] = buffer.release();
+    if (locations[k] != nullptr) continue;
+    while (k-- > 0) {
+      std::free(locations[k]);
+      locations[k] = nullptr;
+    }
+    return false;
+  }
+  return true;
+}
+
+int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Devices& volume, char** locations,
+                        int32_t count, std::string& error) {
+  const uint32_t mapSize = dmu::memberMapSize(info);
+  std::unique_ptr<uint8_t, dmu::Free> found(static_cast<uint8_t*>(std::malloc(mapSize)));
+  if (found == nullptr) {
+    DMU_TRACE(function, "Failed to allocate memory.\n");
+    return -1;
+  }
+  std::memset(found.get(), 0, mapSize);
+
+  std::vector<std::string> texts;
+  int foundCount = 0;
+  dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& drive, uint32_t index) {
+    dmu::setBit(found.get(), index);
+    texts.push_back(locationOf(drive));
+    ++foundCount;
+  });
+  DMU_TRACE(function, "Pdisk count: %d\n", foundCount);
+  if (foundCount != volume.physicalDisks) {
+    DMU_TRACE(function, "disk count = %d, expected = %d\n", foundCount, volume.physicalDisks);
+    appendMissingMembers(info, volume, found.get(), texts);
+  }
+  found.reset();
+
+  std::sort(texts.begin(), texts.end());
+  if (count == 0) {
+    for (const std::string& text : texts) DMU_TRACE(function, "\t%s\n", text.c_str());
+    return 0;
+  }
+  const int32_t stored = std::min(static_cast<int32_t>(texts.size()), std::max(count, 0));
+  if (!storeLocations(texts, stored, locations)) {
+    error = kNoMemory;
+    return -1;
+  }
+  return stored;
+}
+
+int32_t diskLocation(const char* function, const OrvaInfo_Devices& disk, char** locations, std::string& error) {
+  DMU_TRACE(function, "Physical Location: port:box:bay %.8s:%u:%u\n", disk.portName, disk.box, disk.bay);
+  LocationBuffer buffer = makeLocationBuffer();
+  if (buffer != nullptr) dmu::formatLocation(buffer.get(), kLocationBufferSize, disk);
+  locations[0] = buffer.release();
+  if (locations[0] == nullptr) {
+    error = kNoMemory;
+    return -1;
+  }
+  return 1;
+}
+
+int32_t deviceLocation(const char* function, CtrlDevInfo& handle, char** locations, int32_t count, std::string& error) {
+  const dmu::OpenController controller(handle);
+  OrvaInfo* info = controller.info();
+  if (info == nullptr) {
+    error = dmu::kControllerNotOpened;
+    return -1;
+  }
+  OrvaInfo_Devices* device = OrvaInfo_LookForDev(info, &handle);
+  if (device == nullptr) {
+    error = dmu::kDeviceNotFound;
+    return -1;
+  }
+  switch (dmu::kindOf(device->lunAddress)) {
+    case dmu::DeviceKind::logicalVolume:
+      if (device->external != 0) {
+        DMU_TRACE(function, "Physical Location: external");
+        return 0;
+      }
+      return OrvaInfo_GetPhyLocationForVolume(info, device, locations, count, error);
+    case dmu::DeviceKind::exposedDrive:
+      return diskLocation(function, *device, locations, error);
+    case dmu::DeviceKind::maskedDrive:
+    case dmu::DeviceKind::unexpected:
+      error = dmu::kMaskedDevice;
+      return -1;
+  }
+  return -1;
+}
+
+}  // namespace
+
+int32_t OrvaInfo_GetDeviceLocation(CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
+  if (handle == nullptr || locations == nullptr) return -1;
+  return dmu::unlessMemoryRunsOut(
+      -1, [&, function = __func__] { return deviceLocation(function, *handle, locations, count, error); });
+}
+
+int32_t OrvaInfo_GetPhyLocationForVolume(OrvaInfo* info, OrvaInfo_Devices* volume, char** locations, int32_t count,
+                                         std::string& error) {
+  if (info == nullptr || volume == nullptr) return 0;
+  if (locations == nullptr && count != 0) return 0;
+  if (!dmu::hasKnownMembers(*volume)) return 0;
+  return dmu::unlessMemoryRunsOut(
+      -1, [&, function = __func__] { return volumeLocations(function, *info, *volume, locations, count, error); });
+}
