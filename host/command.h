@@ -1,0 +1,57 @@
+// A command of the program. Each lies in a file of its own below commands/; the table of all is command_table.cpp.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/json.h"
+#include "host/session.h"
+
+namespace CLI {
+class App;
+}
+
+namespace host {
+
+/// What a command found, in both forms, written from the same records.
+struct Outcome {
+  std::string text;  ///< for people; whole lines
+  Json json;         ///< the command's own keys of the document
+};
+
+class Command {
+ public:
+  /// @param name      the word on the command line
+  /// @param summary   what it does, in half a line
+  /// @param examples  whole command lines, the shortest first
+  Command(std::string name, std::string summary, std::vector<std::string> examples)
+      : name_(std::move(name)), summary_(std::move(summary)), examples_(std::move(examples)) {}
+  virtual ~Command() = default;
+  Command(const Command&) = delete;
+  Command& operator=(const Command&) = delete;
+
+  /// Declares the command's own options and arguments, which are stored in this object.
+  virtual void addOptions(CLI::App& app) = 0;
+
+  /// Carries the command out.
+  /// @throws Refusal  before any device was touched
+  [[nodiscard]] virtual Outcome run(Session& session) = 0;
+
+  /// The command's own keys of the document when it was refused.
+  [[nodiscard]] virtual Json emptyResult() const { return {{"devices", Json::array()}}; }
+
+  [[nodiscard]] const std::string& name() const { return name_; }
+  [[nodiscard]] const std::string& summary() const { return summary_; }
+  [[nodiscard]] const std::vector<std::string>& examples() const { return examples_; }
+
+ private:
+  std::string name_;
+  std::string summary_;
+  std::vector<std::string> examples_;
+};
+
+/// All commands, in the order in which the help shows them.
+[[nodiscard]] std::vector<std::unique_ptr<Command>> allCommands();
+
+}  // namespace host

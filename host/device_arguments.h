@@ -1,0 +1,29 @@
+// The arguments by which a command is told its devices: DEVICE..., or --all.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/opened_disk.h"
+
+namespace CLI {
+class App;
+}
+
+namespace host {
+
+class DeviceArguments {
+ public:
+  /// Declares the arguments. Devices and --all together, or neither, are wrong usage.
+  void addTo(CLI::App& app);
+
+  /// Opens the disks that were named, or all that the plugin serves; another driver's disk fails only when named.
+  /// @throws Refusal  for a name that fits no disk or several
+  [[nodiscard]] std::vector<OpenedDisk> open(Session& session) const;
+
+ private:
+  std::vector<std::string> names_;
+  bool all_ = false;
+};
+
+}  // namespace host

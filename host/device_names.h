@@ -1,0 +1,17 @@
+// Finds the disks that words on the command line name.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/session.h"
+
+namespace host {
+
+/// The disks of the names, in their order; a disk named twice comes once.
+///
+/// @param names  each a device name, "HBA:CHANNEL:TARGET:LUN" or "serial:TEXT"
+/// @throws Refusal  for a name that fits no disk or more than one; it lists the candidates
+[[nodiscard]] std::vector<HostDisk> disksNamed(Session& session, const std::vector<std::string>& names);
+
+}  // namespace host

@@ -1,0 +1,65 @@
+// How a disk's record is worded.
+#include "host/disk_record.h"
+
+namespace host {
+
+std::optional<uint32_t> raidLevelOf(uint32_t code, uint32_t members) {
+  if (members == 0) return std::nullopt;
+  switch (code) {
+    case 0:
+    case 1:
+    case 4:
+    case 5:
+    case 6:
+      return code;
+    case 64:
+      return 10;
+    default:
+      return std::nullopt;
+  }
+}
+
+std::optional<std::string> kindName(const DiskRecord& record) {
+  if (!record.kind) return std::nullopt;
+  return *record.kind == DiskKind::volume ? "volume" : "disk";
+}
+
+std::optional<std::string> raidName(const DiskRecord& record) {
+  if (!record.raidLevel) return std::nullopt;
+  return "RAID " + std::to_string(*record.raidLevel);
+}
+
+static Json toJson(const simulator::PciIdentity& pci) {
+  return {{"is_pci_device", pci.isPciDevice},
+          {"segment", pci.segment},
+          {"bus", pci.bus},
+          {"slot", pci.slot},
+          {"function", pci.function},
+          {"vendor_id", pci.vendorId},
+          {"sub_vendor_id", pci.subVendorId},
+          {"device_id", pci.deviceId},
+          {"sub_device_id", pci.subDeviceId},
+          {"physical_slot", pci.physicalSlot}};
+}
+
+Json toJson(const DiskRecord& record) {
+  Json errors = Json::array();
+  for (const OperationError& error : record.errors) {
+    errors.push_back({{"operation", error.operation}, {"text", error.text}});
+  }
+  return {{"device", record.disk.device},
+          {"hba", record.disk.hba},
+          {"channel", record.disk.channel},
+          {"target", record.disk.target},
+          {"lun", record.disk.lun},
+          {"driver", record.disk.driver},
+          {"pci", toJson(record.disk.pci)},
+          {"serial", orNull(record.serial)},
+          {"kind", orNull(kindName(record))},
+          {"raid_level", orNull(record.raidLevel)},
+          {"members", orNull(record.members)},
+          {"note", orNull(record.note)},
+          {"errors", std::move(errors)}};
+}
+
+}  // namespace host

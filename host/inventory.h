@@ -1,0 +1,16 @@
+// The inventory file: the disks of a real host, in JSON, for a program that cannot ask the host's kernel itself.
+// docs/json.md describes it.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "host/host_disk.h"
+
+namespace host {
+
+/// Reads an inventory file.
+/// @throws Refusal  "FILE: JSON PATH: REASON" for the first mistake
+[[nodiscard]] std::vector<HostDisk> readInventory(const std::string& file);
+
+}  // namespace host

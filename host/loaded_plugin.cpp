@@ -1,0 +1,56 @@
+// Loads a plugin as the daemon does, after a look at the file that tells the reason when it cannot be used.
+#include "host/loaded_plugin.h"
+
+#include <climits>
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include "host/elf_symbols.h"
+#include "host/file_content.h"
+#include "host/refusal.h"
+#include "host/string_layout.h"
+
+namespace host {
+
+static void refuseOtherStringLayout(const std::string& file) {
+  std::string error;
+  const auto content = readFile(file, error);
+  if (!content) throw Refusal("plugin " + file + ": " + error);
+  const auto layout = stringLayoutOf(undefinedSymbols(*content));
+  if (!layout || *layout == ownStringLayout()) return;
+  throw Refusal("plugin " + file + ": it is built for the " + nameOf(*layout) + " string layout, this host for the " +
+                nameOf(ownStringLayout()) + " one (see README.md, \"Old hosts\")");
+}
+
+static void refuseIncomplete(const std::string& file, const DmuPluginDescriptor* descriptor) {
+  if (descriptor == nullptr) throw Refusal("plugin " + file + ": DmuPluginInit returned no descriptor");
+  const bool complete = descriptor->operationCount >= 6 && descriptor->getDeviceInfo && descriptor->setDriveLEDState &&
+                        descriptor->cacheOn && descriptor->cacheOff && descriptor->getDeviceTemperature &&
+                        descriptor->getDeviceLocation && descriptor->openDeviceV2 && descriptor->closeDevice;
+  if (!complete) throw Refusal("plugin " + file + ": its descriptor lacks an operation or an open or close function");
+}
+
+LoadedPlugin::LoadedPlugin(const std::string& file) : file_(file) {
+  // A name without a slash would be searched for in the system's library directories.
+  const std::string path = file.find('/') == std::string::npos ? "./" + file : file;
+  refuseOtherStringLayout(path);
+  library_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (library_ == nullptr) throw Refusal(std::string("plugin cannot be loaded: ") + dlerror());
+  const auto init = reinterpret_cast<DmuPluginInitFunction>(dlsym(library_.get(), "DmuPluginInit"));
+  if (init == nullptr) throw Refusal("plugin " + file + ": it does not export DmuPluginInit");
+  descriptor_ = init();
+  refuseIncomplete(file, descriptor_);
+}
+
+void LoadedPlugin::Unload::operator()(void* library) const {
+  dlclose(library);
+}
+
+std::string defaultPluginFile() {
+  char program[PATH_MAX];
+  const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
+  const std::string path(program, length > 0 ? static_cast<size_t>(length) : 0);
+  return path.substr(0, path.rfind('/') + 1) + "dmu-veltrane-plugin.so";
+}
+
+}  // namespace host

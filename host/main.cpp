@@ -1,0 +1,52 @@
+// dmu-host, the reference host: reads the command line, carries out one command and writes its result as text or as a
+// JSON document.
+#include <cstdio>
+
+#include "host/command_line.h"
+
+namespace host {
+namespace {
+
+/// Names the shape of the document; the version rises when a key changes its meaning or goes.
+constexpr const char* kFormat = "dmu-host";
+constexpr int kVersion = 1;
+
+Outcome runCommand(Command& command, Session& session) {
+  try {
+    return command.run(session);
+  } catch (const Refusal& refusal) {
+    session.report().refused(refusal);
+    return {"", command.emptyResult()};
+  }
+}
+
+void writeDocument(const Command& command, Session& session, const Outcome& outcome) {
+  Json document = {{"format", kFormat}, {"version", kVersion}, {"command", command.name()}};
+  session.report().addTo(document);
+  session.addTo(document);
+  document.update(outcome.json);
+  // Texts come from devices and need not be UTF-8.
+  std::printf("%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+}
+
+ExitStatus run(Command& command, const GlobalOptions& options) {
+  Session session(options);
+  const Outcome outcome = runCommand(command, session);
+  if (options.json) {
+    writeDocument(command, session, outcome);
+  } else {
+    std::printf("%s", outcome.text.c_str());
+  }
+  for (const std::string& place : session.unfiredFaults()) complain("fault rule at " + place + " never fired");
+  return session.report().exitStatus();
+}
+
+}  // namespace
+}  // namespace host
+
+int main(int argc, char** argv) {
+  const auto commands = host::allCommands();
+  const host::CommandLine line = host::readCommandLine(argc, argv, commands);
+  const host::ExitStatus status = line.command == nullptr ? line.status : host::run(*line.command, line.options);
+  return static_cast<int>(status);
+}

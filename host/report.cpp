@@ -1,0 +1,44 @@
+// Words and keeps what a run reports.
+#include "host/report.h"
+
+#include <cstdio>
+
+#include "host/text.h"
+
+namespace host {
+
+void complain(const std::string& text) {
+  std::fflush(stdout);
+  std::fprintf(stderr, "dmu-host: %s\n", text.c_str());
+}
+
+void Report::failed(DiskRecord& record, const std::string& operation, const std::string& text) {
+  status_ = ExitStatus::failed;
+  record.errors.push_back({operation, text});
+  complain(record.disk.device + ": " + operation + ": " + printable(text));
+}
+
+void Report::refused(const Refusal& refusal) {
+  status_ = ExitStatus::failed;
+  refusals_.push_back(refusal);
+  complain(refusal.what());
+  for (const std::string& candidate : refusal.candidates) std::fprintf(stderr, "  %s\n", candidate.c_str());
+}
+
+void Report::note(const std::string& text) {
+  notes_.push_back(text);
+  if (forPrograms_) return;
+  std::printf("%s\n", text.c_str());
+  std::fflush(stdout);
+}
+
+void Report::addTo(Json& document) const {
+  document["exit_status"] = static_cast<int>(status_);
+  Json& errors = document["errors"] = Json::array();
+  for (const Refusal& refusal : refusals_) {
+    errors.push_back({{"text", refusal.what()}, {"candidates", refusal.candidates}});
+  }
+  document["notes"] = notes_;
+}
+
+}  // namespace host

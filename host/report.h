@@ -1,0 +1,47 @@
+// What a run has to report beside its result: failed operations, a refusal, notes. Each is told to people at once and
+// kept for the document.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/disk_record.h"
+#include "host/json.h"
+#include "host/refusal.h"
+
+namespace host {
+
+/// What the program tells its caller; there are no others.
+enum class ExitStatus { done = 0, failed = 1, wrongUsage = 2 };
+
+class Report {
+ public:
+  /// @param forPrograms  the result is a document: notes go into it and not to standard output
+  explicit Report(bool forPrograms) : forPrograms_(forPrograms) {}
+
+  /// An operation on a disk failed: one line on standard error, and the record keeps it.
+  void failed(DiskRecord& record, const std::string& operation, const std::string& text);
+
+  /// The command as a whole failed.
+  void refused(const Refusal& refusal);
+
+  /// Something that people should know before or while the program acts.
+  void note(const std::string& text);
+
+  [[nodiscard]] ExitStatus exitStatus() const { return status_; }
+
+  /// Keys "exit_status", "errors" and "notes".
+  void addTo(Json& document) const;
+
+ private:
+  bool forPrograms_;
+  ExitStatus status_ = ExitStatus::done;
+  std::vector<Refusal> refusals_;
+  std::vector<std::string> notes_;
+};
+
+/// One line on standard error: the program's name and the text.
+void complain(const std::string& text);
+
+}  // namespace host

@@ -1,0 +1,85 @@
+// Loads what a run needs.
+#include "host/session.h"
+
+#include <dlfcn.h>
+
+#include "host/inventory.h"
+
+namespace host {
+
+/// Null when the management library of this process is a real one.
+static simulator::SimulatedHost* findSimulatedHost() {
+  const auto find = reinterpret_cast<decltype(&dmuSimulatedHost)>(dlsym(RTLD_DEFAULT, "dmuSimulatedHost"));
+  return find == nullptr ? nullptr : find();
+}
+
+static void refuseIf(const std::optional<std::string>& mistake) {
+  if (mistake) throw Refusal(*mistake);
+}
+
+void Session::prepareSimulatedHost() {
+  if (prepared_) return;
+  prepared_ = true;
+  simulatedHost_ = findSimulatedHost();
+  if (!options_.topologyFile.empty()) {
+    refuseIf(simulatedHost("--topology").loadFile(options_.topologyFile));
+  }
+}
+
+simulator::SimulatedHost& Session::simulatedHost(const std::string& purpose) {
+  prepareSimulatedHost();
+  if (simulatedHost_ == nullptr) {
+    throw Refusal(purpose + " needs the simulated host; the libvmkmgmt.so of this process is a real host's");
+  }
+  return *simulatedHost_;
+}
+
+const std::vector<HostDisk>& Session::disks() {
+  if (disks_) return *disks_;
+  prepareSimulatedHost();
+  if (!options_.inventoryFile.empty()) {
+    disks_ = readInventory(options_.inventoryFile);
+  } else if (simulatedHost_ != nullptr) {
+    disks_ = simulatedHost_->disks();
+  } else {
+    throw Refusal("a real host's disks must be named: give --inventory FILE");
+  }
+  if (disks_->empty()) {
+    const std::string& source = options_.inventoryFile.empty() ? options_.topologyFile : options_.inventoryFile;
+    throw Refusal("no disks: " + source + " names none");
+  }
+  return *disks_;
+}
+
+const DmuPluginDescriptor& Session::plugin() {
+  if (!plugin_) {
+    prepareSimulatedHost();
+    plugin_.emplace(options_.pluginFile.empty() ? defaultPluginFile() : options_.pluginFile);
+  }
+  return plugin_->descriptor();
+}
+
+std::vector<std::string> Session::unfiredFaults() const {
+  std::vector<std::string> places;
+  if (!plugin_ || simulatedHost_ == nullptr) return places;
+  for (const simulator::FaultReport& report : simulatedHost_->faults()) {
+    if (report.hits == 0) places.push_back(report.rule.where);
+  }
+  return places;
+}
+
+static Json textOrNull(const char* text) {
+  return text == nullptr ? Json(nullptr) : Json(text);
+}
+
+void Session::addTo(Json& document) const {
+  Json& plugin = document["plugin"] = nullptr;
+  if (plugin_) {
+    const DmuPluginDescriptor& descriptor = plugin_->descriptor();
+    plugin = {
+        {"file", plugin_->file()}, {"name", textOrNull(descriptor.name)}, {"version", textOrNull(descriptor.version)}};
+  }
+  document["faults_never_fired"] = unfiredFaults();
+}
+
+}  // namespace host

@@ -1,0 +1,64 @@
+// One run of the program: the options that every command takes and what they name, each loaded when it is first asked
+// for. A command that needs no plugin or no disks therefore works without them.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/host_disk.h"
+#include "host/loaded_plugin.h"
+#include "host/report.h"
+#include "host/terminal.h"
+
+namespace host {
+
+/// The options that may stand before or after the command; empty texts were not given.
+struct GlobalOptions {
+  std::string pluginFile;
+  std::string topologyFile;
+  std::string inventoryFile;
+  bool json = false;
+};
+
+class Session {
+ public:
+  explicit Session(const GlobalOptions& options)
+      : options_(options), terminal_(Terminal::ofThisProcess()), report_(options.json) {}
+
+  /// The host's disks, of every driver: from the inventory file, else from the simulated host.
+  /// @throws Refusal  there are none, or they cannot be found out
+  const std::vector<HostDisk>& disks();
+
+  /// The plugin's descriptor.
+  /// @throws Refusal  it cannot be loaded
+  const DmuPluginDescriptor& plugin();
+
+  /// The simulated host with its topology loaded.
+  /// @param purpose  what it is needed for, for the refusal on a real host
+  /// @throws Refusal  this is a real host, or a file named by an option is refused
+  simulator::SimulatedHost& simulatedHost(const std::string& purpose);
+
+  /// Where the fault rules were written that never hit a call of the plugin; none before the plugin was loaded.
+  [[nodiscard]] std::vector<std::string> unfiredFaults() const;
+
+  /// Keys "plugin" and "faults_never_fired".
+  void addTo(Json& document) const;
+
+  [[nodiscard]] const GlobalOptions& options() const { return options_; }
+  [[nodiscard]] const Terminal& terminal() const { return terminal_; }
+  [[nodiscard]] Report& report() { return report_; }
+
+ private:
+  void prepareSimulatedHost();
+
+  const GlobalOptions options_;
+  const Terminal terminal_;
+  Report report_;
+  bool prepared_ = false;
+  simulator::SimulatedHost* simulatedHost_ = nullptr;  // null on a real host
+  std::optional<std::vector<HostDisk>> disks_;
+  std::optional<LoadedPlugin> plugin_;
+};
+
+}  // namespace host

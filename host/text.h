@@ -1,0 +1,33 @@
+// Small pieces of text for people: what is unknown, numbers with their noun, and device texts made safe for a terminal.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace host {
+
+/// What stands in a table where nothing is known.
+inline constexpr const char* kUnknown = "-";
+
+/// A device's text with every byte outside printable ASCII as "\xNN", so that it cannot steer a terminal.
+[[nodiscard]] std::string printable(std::string_view text);
+
+/// "1 drive", "3 drives".
+[[nodiscard]] std::string counted(size_t number, const std::string& noun);
+
+/// "0x1f".
+[[nodiscard]] std::string hex(uint64_t value);
+
+/// The text made printable, or kUnknown.
+[[nodiscard]] std::string orUnknown(const std::optional<std::string>& text);
+
+/// The number in decimal, or kUnknown.
+template <typename Number>
+[[nodiscard]] std::string orUnknown(const std::optional<Number>& number) {
+  return number ? std::to_string(*number) : kUnknown;
+}
+
+}  // namespace host
