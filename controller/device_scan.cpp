@@ -68,7 +68,7 @@ int OrvaInfo_DeviceScan(OrvaInfo* info) {
     return -1;
   }
   DMU_TRACE(__func__, "To scan logical device.\n");
-  alignas(16) vlexLunReportHeader header;
+  alignas(16) vlexLunReportHeader header{};
   dmu::CommandBuffer<vlexLogicalLUNReport> logical;
   if (inquireHeader(kReportLogicalLuns, 0, header, info) == 0) {
     const uint32_t length = listLengthOf(header);

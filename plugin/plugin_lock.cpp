@@ -18,7 +18,7 @@ constexpr time_t kLockSeconds = 10;
 pthread_mutex_t pluginMutex = PTHREAD_MUTEX_INITIALIZER;
 
 int TimedLockPluginMutex() {
-  timeval now;
+  timeval now{};
   if (const int failed = gettimeofday(&now, nullptr); failed != 0) return failed;
   const timespec deadline{.tv_sec = now.tv_sec + kLockSeconds, .tv_nsec = now.tv_usec * 1000};
   return pthread_mutex_timedlock(&pluginMutex, &deadline);

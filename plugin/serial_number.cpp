@@ -91,7 +91,7 @@ void traceRawPage(const UnitSerialNumberPage& page, size_t received) {
 /// cut could match another disk by its beginning. A page that claims more than its 60 bytes gives these: kernels that
 /// count a closing NUL report 61.
 std::optional<std::string_view> receivedSerial(const UnitSerialNumberPage& page, size_t received) {
-  const size_t pageLength = static_cast<size_t>(page.pageLength[0] << 8 | page.pageLength[1]);
+  const auto pageLength = static_cast<size_t>(page.pageLength[0] << 8 | page.pageLength[1]);
   const size_t length = std::min(pageLength, sizeof(page.serial));
   if (received < kHeaderSize + length) return std::nullopt;
   return std::string_view(page.serial, length);
@@ -100,7 +100,7 @@ std::optional<std::string_view> receivedSerial(const UnitSerialNumberPage& page,
 /// The text between the leading blanks and the first character that no serial number has.
 std::string_view cleanSerial(std::string_view serial) {
   serial.remove_prefix(std::min(serial.find_first_not_of(' '), serial.size()));
-  const auto end = std::find_if(serial.begin(), serial.end(), [](char c) { return c < 0x21 || c > 0x7E; });
+  const auto* const end = std::find_if(serial.begin(), serial.end(), [](char c) { return c < 0x21 || c > 0x7E; });
   return serial.substr(0, static_cast<size_t>(end - serial.begin()));
 }
 
@@ -111,7 +111,7 @@ std::optional<std::string> querySerial(const std::string& path, std::string& err
     error = "Failed to open device: " + path;
     return std::nullopt;
   }
-  UnitSerialNumberPage page;
+  UnitSerialNumberPage page{};
   std::optional<std::string_view> serial;
   if (const std::optional<size_t> received = inquireSerialPage(node, page)) {
     traceRawPage(page, *received);
@@ -130,7 +130,7 @@ std::string Get_Dev_SN(const char* devName, std::string& error) {
   return dmu::unlessMemoryRunsOut(std::string(), [&]() -> std::string {
     static const std::string kNodePrefix = "/dev/disks/";
     const std::optional<std::string> serial = querySerial(kNodePrefix + (devName == nullptr ? "" : devName), error);
-    if (!serial) return std::string();
+    if (!serial) return {};
     DMU_TRACE("Get_Dev_SN", "SN: %s.\n", serial->c_str());
     return *serial;
   });
