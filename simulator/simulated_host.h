@@ -31,8 +31,8 @@ struct PciIdentity {
 
 /// A physical drive. Its BMIC drive index is (bus - 1) * 256 + target.
 struct Drive {
-  uint8_t bus = 1;     ///< 1 to 63
-  uint8_t target = 0;  ///< 0 to 255
+  uint8_t bus = 1;       ///< 1 to 63
+  uint8_t target = 0;    ///< 0 to 255
   bool exposed = false;  ///< the host sees the drive as a disk; otherwise it is masked
   std::string device;    ///< name of an exposed drive's node below "/dev/disks/"
   std::string serial;    ///< up to 40 characters
@@ -88,8 +88,8 @@ enum class FaultAction {
 
 /// One fault rule. Counting begins at 1 with the first call that matches `call` and the names given.
 struct FaultRule {
-  std::string call;        ///< one of kFaultCalls
-  std::string controller;  ///< HBA name; empty: every controller
+  std::string call;                ///< one of kFaultCalls
+  std::string controller;          ///< HBA name; empty: every controller
   std::optional<uint32_t> drive;   ///< BMIC drive index; only calls about this drive (for vanish: what vanishes)
   std::optional<uint32_t> volume;  ///< logical drive number; only calls about this volume (for vanish: what vanishes)
   std::string device;              ///< open and ioctl: node name; empty: every node
@@ -103,11 +103,24 @@ struct FaultRule {
 };
 
 /// The names that FaultRule::call takes: the twelve commands, every command, and the host's other calls.
-inline constexpr const char* kFaultCalls[] = {
-    "identifyController",  "identifyLogicalDevice",     "senseConfiguration",     "identifyPhysicalDevice",
-    "reportLogicalLuns",   "reportPhysicalLuns",        "senseBlinkDriveLed",     "blinkDriveTrayLed",
-    "senseControllerParameters", "setControllerParameters", "senseCacheConfiguration", "setCacheConfiguration",
-    "any", "open", "ioctl", "init", "query", "load"};
+inline constexpr const char* kFaultCalls[] = {"identifyController",
+                                              "identifyLogicalDevice",
+                                              "senseConfiguration",
+                                              "identifyPhysicalDevice",
+                                              "reportLogicalLuns",
+                                              "reportPhysicalLuns",
+                                              "senseBlinkDriveLed",
+                                              "blinkDriveTrayLed",
+                                              "senseControllerParameters",
+                                              "setControllerParameters",
+                                              "senseCacheConfiguration",
+                                              "setCacheConfiguration",
+                                              "any",
+                                              "open",
+                                              "ioctl",
+                                              "init",
+                                              "query",
+                                              "load"};
 
 struct FaultReport {
   FaultRule rule;

@@ -1,0 +1,255 @@
+// The simulated host's public interface: loading a model, what it holds now, its faults, records and counters.
+#include "simulator/host.h"
+
+#include <cerrno>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
+#include "simulator/built_in_topology.h"
+#include "simulator/drive_address.h"
+#include "simulator/exported.h"
+#include "simulator/files.h"
+#include "simulator/module_loader.h"
+#include "simulator/state_file.h"
+#include "simulator/topology_checks.h"
+#include "simulator/topology_reader.h"
+
+namespace simulator {
+namespace {
+
+constexpr const char* kTopologyVariable = "DMU_TOPOLOGY";
+constexpr const char* kBuiltInName = "built-in topology";
+constexpr const char* kDriver = "veltrane";
+
+std::string because(const std::string& file, const char* what) {
+  return file + ": " + what + ": " + std::strerror(errno);
+}
+
+/// @return what is wrong; nothing when `topology` was filled
+std::optional<std::string> parse(const std::string& json, const std::string& name, Topology& topology) {
+  Mistakes mistakes(name);
+  Topology read = readTopology(json, mistakes);
+  if (mistakes.none()) checkTopology(read, mistakes);
+  if (!mistakes.none()) return mistakes.text();
+  topology = std::move(read);
+  return std::nullopt;
+}
+
+std::optional<std::string> parseFile(const std::string& file, Topology& topology) {
+  const auto text = readFile(file);
+  if (!text) return because(file, "cannot be read");
+  return parse(*text, file, topology);
+}
+
+/// Where the kernel presents a local volume depends on the driver's build; an external one brings its numbers along.
+HostDisk volumeDisk(const Volume& volume, bool oem) {
+  HostDisk disk;
+  disk.device = volume.device;
+  if (volume.external) {
+    disk.channel = 3;
+    disk.target = volume.number >> 16 & 0x3FFF;
+    disk.lun = volume.number & 0xFF;
+  } else {
+    disk.channel = 1;
+    disk.target = oem ? 0 : volume.number & 0x3FFF;
+    disk.lun = oem ? (volume.number & 0x3FFF) + 1 : 0;
+  }
+  return disk;
+}
+
+HostDisk driveDisk(const Drive& drive) {
+  constexpr uint32_t kFirstTarget = 64;
+  HostDisk disk;
+  disk.device = drive.device;
+  disk.target = kFirstTarget + drive.target;
+  return disk;
+}
+
+}  // namespace
+
+Host& Host::instance() {
+  static Host& host = *new Host;
+  return host;
+}
+
+Host::Host() {
+  Topology topology;
+  std::optional<std::string> mistake;
+  if (const char* file = std::getenv(kTopologyVariable)) {
+    mistake = parseFile(file, topology);
+  } else {
+    mistake = parse(kBuiltInTopology, kBuiltInName, topology);
+  }
+  replaceModel(topology);
+  unusable_ = mistake.value_or("");
+}
+
+void Host::replaceModel(const Topology& topology) {
+  unusable_.clear();
+  unusableSaid_ = false;
+  stateFile_.clear();
+  topology_ = topology;
+  controllers_ = std::vector<ControllerModel>(topology.controllers.begin(), topology.controllers.end());
+  ModuleLoader::instance().setOemDriver(topology.oemDriver);
+  ModuleLoader::instance().clearRules();
+  faults_.clear();
+  for (const FaultRule& rule : topology.faults) addRule(rule);
+}
+
+std::optional<std::string> Host::loadFile(const std::string& file) {
+  Topology topology;
+  auto mistake = parseFile(file, topology);
+  if (!mistake) load(topology);
+  return mistake;
+}
+
+std::optional<std::string> Host::loadText(const std::string& json, const std::string& name) {
+  Topology topology;
+  auto mistake = parse(json, name, topology);
+  if (!mistake) load(topology);
+  return mistake;
+}
+
+void Host::load(const Topology& topology) {
+  const std::lock_guard lock(mutex_);
+  replaceModel(topology);
+}
+
+Topology Host::topology() const {
+  const std::lock_guard lock(mutex_);
+  return topology_;
+}
+
+std::string Host::builtInTopology() const {
+  return kBuiltInTopology;
+}
+
+std::optional<std::string> Host::useStateFile(const std::string& file) {
+  const auto text = readFile(file);
+  if (!text && errno != ENOENT) return because(file, "cannot be read");
+  const std::lock_guard lock(mutex_);
+  if (text) {
+    if (const auto mistake = restoreState(*text, controllers_)) return file + ": " + *mistake;
+  }
+  stateFile_ = file;
+  return std::nullopt;
+}
+
+std::vector<HostDisk> Host::disks() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<HostDisk> disks;
+  for (const ControllerModel& controller : controllers_) {
+    const auto add = [&](HostDisk disk) {
+      disk.hba = controller.config.hba;
+      disk.driver = kDriver;
+      disk.pci = controller.config.pci;
+      disks.push_back(std::move(disk));
+    };
+    for (const Volume& volume : controller.config.volumes)
+      if (controller.present(volume)) add(volumeDisk(volume, topology_.oemDriver));
+    for (const Drive& drive : controller.config.drives)
+      if (drive.exposed && controller.present(drive)) add(driveDisk(drive));
+  }
+  for (const ForeignDisk& disk : topology_.foreignDisks)
+    disks.push_back({disk.device, disk.hba, disk.channel, disk.target, disk.lun, disk.driver, {}});
+  return disks;
+}
+
+std::vector<ControllerState> Host::state() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<ControllerState> states;
+  for (const ControllerModel& controller : controllers_) {
+    ControllerState state;
+    state.hba = controller.config.hba;
+    state.driveCacheOn = controller.settings.driveCacheOn();
+    for (const Drive& drive : controller.config.drives) {
+      const uint32_t left = controller.blink.tenthsLeft(driveIndex(drive), now());
+      state.drives.push_back({drive, left != 0, left, controller.present(drive)});
+    }
+    for (const Volume& volume : controller.config.volumes) {
+      state.volumes.push_back({volume, controller.present(volume)});
+      if (volume.number < controller.config.maxLogicalDrivesSupported)
+        state.volumes.back().volume.cacheOn = controller.settings.cacheOn(volume.number);
+    }
+    states.push_back(std::move(state));
+  }
+  return states;
+}
+
+void Host::addRule(const FaultRule& rule) {
+  faults_.add(rule);
+  if (rule.call == "load") ModuleLoader::instance().addRule(rule);
+}
+
+void Host::addFault(const FaultRule& rule) {
+  const std::lock_guard lock(mutex_);
+  addRule(rule);
+}
+
+void Host::clearFaults() {
+  const std::lock_guard lock(mutex_);
+  faults_.clear();
+  ModuleLoader::instance().clearRules();
+}
+
+std::vector<FaultReport> Host::faults() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<FaultReport> reports = faults_.report();
+  uint32_t loadRule = 0;
+  for (FaultReport& report : reports)
+    if (report.rule.call == "load") report.hits = ModuleLoader::instance().hits(loadRule++);
+  return reports;
+}
+
+void Host::recordCommands(bool on) {
+  const std::lock_guard lock(mutex_);
+  recording_ = on;
+}
+
+std::vector<SentCommand> Host::takeCommands() {
+  const std::lock_guard lock(mutex_);
+  return std::exchange(recorded_, {});
+}
+
+CallCounts Host::counts() const {
+  const std::lock_guard lock(mutex_);
+  CallCounts counts = counts_;
+  counts.load = ModuleLoader::instance().runs();
+  counts.openChannels = static_cast<uint32_t>(channels_.size());
+  return counts;
+}
+
+void Host::resetCounts() {
+  const std::lock_guard lock(mutex_);
+  const uint32_t openNodes = counts_.openNodes;
+  counts_ = {};
+  counts_.openNodes = openNodes;
+  ModuleLoader::instance().resetRuns();
+}
+
+void Host::setClock(std::function<uint64_t()> tenths) {
+  const std::lock_guard lock(mutex_);
+  clock_ = std::move(tenths);
+}
+
+uint64_t Host::now() const {
+  using Tenths = std::chrono::duration<uint64_t, std::deci>;
+  if (clock_) return clock_();
+  return std::chrono::duration_cast<Tenths>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
+
+namespace {
+
+/// A module loader command that is run before anything else was asked has to know of the topology in the environment.
+[[gnu::constructor]] void libraryLoaded() {
+  ModuleLoader::instance();
+  if (std::getenv(kTopologyVariable) != nullptr) Host::instance();
+}
+
+}  // namespace
+}  // namespace simulator
+
+extern "C" DMU_EXPORTED simulator::SimulatedHost* dmuSimulatedHost() {
+  return &simulator::Host::instance();
+}

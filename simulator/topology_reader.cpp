@@ -1,0 +1,161 @@
+// The topology, object by object. Keys are named as the members of the structs that they fill.
+#include "simulator/topology_reader.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+#include "simulator/drive_address.h"
+#include "simulator/fault_reader.h"
+#include "simulator/json_object.h"
+#include "simulator/raid_levels.h"
+
+namespace simulator {
+namespace {
+
+using nlohmann::json;
+
+constexpr size_t kDeviceName = 200;
+constexpr size_t kHbaName = 155;
+constexpr size_t kDriveSerial = 40;
+constexpr size_t kVolumeSerial = 60;
+constexpr size_t kPortName = 64;
+constexpr size_t kLabel = 64;
+
+PciIdentity readPci(const json& value, const std::string& path, Mistakes& mistakes) {
+  PciIdentity pci;
+  JsonObject object(value, path, mistakes);
+  object.flag("isPciDevice", pci.isPciDevice, Need::optional);
+  object.number("segment", pci.segment, Need::optional);
+  object.number("bus", pci.bus, Need::optional);
+  object.number("slot", pci.slot, Need::optional, 0, 31);
+  object.number("function", pci.function, Need::optional, 0, 7);
+  object.number("vendorId", pci.vendorId, Need::optional);
+  object.number("subVendorId", pci.subVendorId, Need::optional);
+  object.number("deviceId", pci.deviceId, Need::optional);
+  object.number("subDeviceId", pci.subDeviceId, Need::optional);
+  object.number("physicalSlot", pci.physicalSlot, Need::optional);
+  object.refuseUnknownKeys();
+  return pci;
+}
+
+Drive readDrive(const JsonObject::Element& element, Mistakes& mistakes) {
+  Drive drive;
+  JsonObject object(element.value, element.path, mistakes);
+  object.number("bus", drive.bus, Need::required, kLeastBus, kMostBus);
+  object.number("target", drive.target, Need::required);
+  object.flag("exposed", drive.exposed, Need::optional);
+  object.text("device", drive.device, drive.exposed ? Need::required : Need::optional, 1, kDeviceName);
+  object.text("serial", drive.serial, Need::required, 1, kDriveSerial);
+  object.text("port", drive.port, Need::required, 1, kPortName);
+  object.number("box", drive.box, Need::required);
+  object.number("bay", drive.bay, Need::required);
+  object.number("currentTemperature", drive.currentTemperature, Need::optional);
+  object.number("maximumTemperature", drive.maximumTemperature, Need::optional);
+  object.hex("wwid", drive.wwid, Need::optional);
+  object.number("deviceType", drive.deviceType, Need::optional);
+  object.refuseUnknownKeys();
+  return drive;
+}
+
+std::vector<uint32_t> readMembers(JsonObject& object, Need need, Mistakes& mistakes) {
+  std::vector<uint32_t> members;
+  for (const auto& element : object.list("members", need)) {
+    const auto index = element.value.is_string() ? parseDriveName(element.value.get<std::string>()) : std::nullopt;
+    if (!index) mistakes.add(element.path, kDriveNameRule + shown(element.value));
+    members.push_back(index.value_or(0));
+  }
+  return members;
+}
+
+Volume readVolume(const JsonObject::Element& element, Mistakes& mistakes) {
+  Volume volume;
+  JsonObject object(element.value, element.path, mistakes);
+  object.number("number", volume.number, Need::required, 0, 0x3FFFFFFF);
+  object.text("device", volume.device, Need::required, 1, kDeviceName);
+  object.text("serial", volume.serial, Need::required, 1, kVolumeSerial);
+  object.text("label", volume.label, Need::optional, 0, kLabel);
+  std::string level;
+  if (object.text("raidLevel", level, Need::required, 0, kLabel)) {
+    const auto known = parseRaidLevel(level);
+    if (!known) object.refuse("raidLevel", "must be one of " + raidLevelNames() + ", not \"" + level + "\"");
+    volume.raidLevel = known.value_or(RaidLevel::raid0);
+  }
+  object.flag("external", volume.external, Need::optional);
+  volume.members = readMembers(object, volume.external ? Need::optional : Need::required, mistakes);
+  object.number("externalBoxId", volume.externalBoxId, Need::optional);
+  object.number("logicalDriveId", volume.logicalDriveId, Need::optional);
+  object.hex("uniqueId", volume.uniqueId, Need::optional);
+  object.flag("cacheOn", volume.cacheOn, Need::optional);
+  object.refuseUnknownKeys();
+  return volume;
+}
+
+Controller readController(const JsonObject::Element& element, Mistakes& mistakes) {
+  Controller controller;
+  JsonObject object(element.value, element.path, mistakes);
+  object.text("hba", controller.hba, Need::required, 1, kHbaName);
+  if (const json* pci = object.find("pci", Need::optional))
+    controller.pci = readPci(*pci, object.pathOf("pci"), mistakes);
+  object.number("maxPhysDevicesSupported", controller.maxPhysDevicesSupported, Need::required, 1);
+  object.number("maxPhysDrivesPerLogicalUnit", controller.maxPhysDrivesPerLogicalUnit, Need::required, 1);
+  object.number("maxLogicalDrivesSupported", controller.maxLogicalDrivesSupported, Need::required, 1);
+  object.flag("extendedBlinkArray", controller.extendedBlinkArray, Need::optional);
+  object.flag("driveCacheOn", controller.driveCacheOn, Need::optional);
+  for (const auto& drive : object.list("drives", Need::required))
+    controller.drives.push_back(readDrive(drive, mistakes));
+  for (const auto& volume : object.list("volumes", Need::optional))
+    controller.volumes.push_back(readVolume(volume, mistakes));
+  object.refuseUnknownKeys();
+  return controller;
+}
+
+ForeignDisk readForeignDisk(const JsonObject::Element& element, Mistakes& mistakes) {
+  ForeignDisk disk;
+  JsonObject object(element.value, element.path, mistakes);
+  object.text("device", disk.device, Need::required, 1, kDeviceName);
+  object.text("serial", disk.serial, Need::required, 1, kVolumeSerial);
+  object.text("hba", disk.hba, Need::required, 1, kHbaName);
+  object.number("channel", disk.channel, Need::optional);
+  object.number("target", disk.target, Need::optional);
+  object.number("lun", disk.lun, Need::optional);
+  object.text("driver", disk.driver, Need::required, 1, kHbaName);
+  object.refuseUnknownKeys();
+  return disk;
+}
+
+Topology readAll(const json& document, Mistakes& mistakes) {
+  Topology topology;
+  JsonObject object(document, "", mistakes);
+  object.flag("oemDriver", topology.oemDriver, Need::optional);
+  for (const auto& controller : object.list("controllers", Need::required))
+    topology.controllers.push_back(readController(controller, mistakes));
+  for (const auto& disk : object.list("foreignDisks", Need::optional))
+    topology.foreignDisks.push_back(readForeignDisk(disk, mistakes));
+  for (const auto& fault : object.list("faults", Need::optional)) topology.faults.push_back(readFault(fault, mistakes));
+  object.refuseUnknownKeys();
+  return topology;
+}
+
+/// A parser's message without the library's own numbering: "line 3, column 5: syntax error ...".
+void addSyntaxError(const json::parse_error& error, Mistakes& mistakes) {
+  const std::string_view message = error.what();
+  constexpr std::string_view kBefore = "parse error at ";
+  const size_t start = message.find(kBefore);
+  const std::string_view rest = start != message.npos ? message.substr(start + kBefore.size()) : message;
+  const size_t colon = rest.find(": ");
+  if (colon == rest.npos) return mistakes.add("syntax", rest);
+  mistakes.add(rest.substr(0, colon), rest.substr(colon + 2));
+}
+
+}  // namespace
+
+Topology readTopology(const std::string& text, Mistakes& mistakes) {
+  try {
+    return readAll(json::parse(text), mistakes);
+  } catch (const json::parse_error& error) {
+    addSyntaxError(error, mistakes);
+    return {};
+  }
+}
+
+}  // namespace simulator
