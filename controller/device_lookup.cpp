@@ -15,7 +15,8 @@ OrvaInfo_Devices* OrvaInfo_LookForDev(OrvaInfo* info, CtrlDevInfo* handle) {
     OrvaInfo_Devices& entry = info->devices[i];
     DMU_TRACE(__func__, "SN:%s length:%d index:%d C%d:T%d:L%d\n", entry.serialNo, entry.serialNoLength, i,
               entry.channel, entry.target, entry.lun);
-    switch (dmu::kindOf(entry.lunAddress)) {
+    const dmu::DeviceKind kind = dmu::kindOf(entry.lunAddress);
+    switch (kind) {
       case dmu::DeviceKind::logicalVolume:
         if (entry.channel == handle->channel && entry.target == handle->target && entry.lun == handle->lun) {
           return &entry;
@@ -31,7 +32,7 @@ OrvaInfo_Devices* OrvaInfo_LookForDev(OrvaInfo* info, CtrlDevInfo* handle) {
         break;
       case dmu::DeviceKind::maskedDrive:
       case dmu::DeviceKind::unexpected:
-        DMU_TRACE(__func__, "Error mode:%d -> sn:%s C%d:T%d:L%d\n", entry.lunAddress.bytes[3] >> 6, entry.serialNo,
+        DMU_TRACE(__func__, "Error mode:%d -> sn:%s C%d:T%d:L%d\n", static_cast<int>(kind), entry.serialNo,
                   entry.channel, entry.target, entry.lun);
         break;
     }

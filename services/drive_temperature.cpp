@@ -3,11 +3,9 @@
 
 #include <map>
 
-#include "controller/device_lookup.h"
-#include "plugin/memory_guard.h"
 #include "plugin/trace.h"
 #include "services/member_drives.h"
-#include "services/open_controller.h"
+#include "services/service_frame.h"
 
 namespace {
 
@@ -22,9 +20,7 @@ using TemperatureMap = std::map<std::string, temperature>;
 TemperatureMap memberTemperatures(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
   TemperatureMap temperatures;
   dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& drive, uint32_t /*index*/) {
-    char location[128];
-    dmu::formatLocation(location, sizeof(location), drive);
-    temperature& value = temperatures[location];
+    temperature& value = temperatures[dmu::LocationText(drive).text];
     value.currentTemperature = drive.currentTemperature;
     value.maximumTemperature = drive.maximumTemperature;
   });
@@ -50,32 +46,21 @@ int32_t volumeTemperatures(const char* function, const OrvaInfo& info, const Orv
   return stored;
 }
 
-int32_t deviceTemperature(const char* function, CtrlDevInfo& handle, DriveTemperature* temperatures, int32_t count,
-                          std::string& error) {
-  const dmu::OpenController controller(handle);
-  OrvaInfo* info = controller.info();
-  if (info == nullptr) {
-    error = dmu::kControllerNotOpened;
-    return -1;
-  }
-  OrvaInfo_Devices* device = OrvaInfo_LookForDev(info, &handle);
-  if (device == nullptr) {
-    error = dmu::kDeviceNotFound;
-    return -1;
-  }
-  switch (dmu::kindOf(device->lunAddress)) {
+int32_t deviceTemperature(const char* function, OrvaInfo& info, OrvaInfo_Devices& device,
+                          DriveTemperature* temperatures, int32_t count, std::string& error) {
+  switch (dmu::kindOf(device.lunAddress)) {
     case dmu::DeviceKind::logicalVolume:
-      if (device->external != 0) {
+      if (device.external != 0) {
         DMU_TRACE(function, "Physical Location: external.\n");
         return 0;
       }
-      return OrvaInfo_GetPhyDiskTempForVolume(info, device, temperatures, count, error);
+      return OrvaInfo_GetPhyDiskTempForVolume(&info, &device, temperatures, count, error);
     case dmu::DeviceKind::exposedDrive:
-      temperatures[0] = {device->currentTemperature, device->maximumTemperature};
+      temperatures[0] = {device.currentTemperature, device.maximumTemperature};
       return 1;
     case dmu::DeviceKind::maskedDrive:
     case dmu::DeviceKind::unexpected:
-      return -1;
+      break;
   }
   return -1;
 }
@@ -85,8 +70,9 @@ int32_t deviceTemperature(const char* function, CtrlDevInfo& handle, DriveTemper
 int32_t OrvaInfo_GetDeviceTemperature(CtrlDevInfo* handle, DriveTemperature* temperatures, int32_t count,
                                       std::string& error) {
   if (handle == nullptr || temperatures == nullptr) return -1;
-  return dmu::unlessMemoryRunsOut(
-      -1, [&, function = __func__] { return deviceTemperature(function, *handle, temperatures, count, error); });
+  return dmu::withDevice(*handle, error, [&, function = __func__](OrvaInfo& info, OrvaInfo_Devices& device) {
+    return deviceTemperature(function, info, device, temperatures, count, error);
+  });
 }
 
 int32_t OrvaInfo_GetPhyDiskTempForVolume(OrvaInfo* info, OrvaInfo_Devices* volume, DriveTemperature* temperatures,

@@ -4,13 +4,11 @@
 #include <iterator>
 
 #include "channel/command.h"
-#include "controller/device_lookup.h"
 #include "controller/physical_drive.h"
 #include "diagnostics/snapshot_dump.h"
-#include "plugin/memory_guard.h"
 #include "plugin/trace.h"
 #include "services/member_drives.h"
-#include "services/open_controller.h"
+#include "services/service_frame.h"
 
 namespace {
 
@@ -36,7 +34,7 @@ void switchBlink(uint8_t& enable, bool on) {
 
 /// Marks one drive: in the fixed array when it has a place there, and in the extended one where that is in use.
 /// @return whether the drive has a place in the array in use
-bool markDrive(const OrvaInfo& info, vlexBlinkDriveLED& buffer, uint32_t driveIndex, bool on) {
+[[nodiscard]] bool markDrive(const OrvaInfo& info, vlexBlinkDriveLED& buffer, uint32_t driveIndex, bool on) {
   const bool extended = takesExtendedArray(info);
   if (driveIndex >= (extended ? info.maxPhysDevicesSupported : kFixedArraySize)) return false;
   if (driveIndex < kFixedArraySize) switchBlink(buffer.BlinkSeekEnable[driveIndex], on);
@@ -45,7 +43,8 @@ bool markDrive(const OrvaInfo& info, vlexBlinkDriveLED& buffer, uint32_t driveIn
 }
 
 /// @return whether every drive of the device has a place in the array in use
-bool markDevice(const OrvaInfo& info, vlexBlinkDriveLED& buffer, const OrvaInfo_Devices& device, bool on) {
+[[nodiscard]] bool markDevice(const OrvaInfo& info, vlexBlinkDriveLED& buffer, const OrvaInfo_Devices& device,
+                              bool on) {
   if (!dmu::isVolume(device.lunAddress)) {
     return markDrive(info, buffer, OrvaInfo_GetBMICDeviceIndex(&device.lunAddress), on);
   }
@@ -55,32 +54,19 @@ bool markDevice(const OrvaInfo& info, vlexBlinkDriveLED& buffer, const OrvaInfo_
   return true;
 }
 
-int setDriveLedState(const char* function, CtrlDevInfo& handle, unsigned int state, unsigned short seconds,
-                     std::string& error) {
-  const dmu::OpenController controller(handle);
-  OrvaInfo* info = controller.info();
-  if (info == nullptr) {
-    error = dmu::kControllerNotOpened;
-    return -1;
-  }
-  DMU_TRACE(function, "OrvaInfo_SetDriveLEDState: C%d:T%d:L%d SN:%s\n", handle.channel, handle.target, handle.lun,
-            handle.serialNumber.c_str());
-  OrvaInfo_DumpOrvaInfo(info);
-  OrvaInfo_Devices* device = OrvaInfo_LookForDev(info, &handle);
-  if (device == nullptr) {
-    error = dmu::kDeviceNotFound;
-    return -1;
-  }
-  if (OrvaInfo_BlinkDriveTrayLED(seconds, device, info, static_cast<char>(state & 0xFF)) != 0) return 0;
-  return dmu::isVolume(device->lunAddress) ? device->physicalDisks : 1;
-}
-
 }  // namespace
 
 int OrvaInfo_SetDriveLEDState(CtrlDevInfo* handle, unsigned int state, unsigned short seconds, std::string& error) {
   if (handle == nullptr) return -1;
-  return dmu::unlessMemoryRunsOut(
-      -1, [&, function = __func__] { return setDriveLedState(function, *handle, state, seconds, error); });
+  const auto dump = [handle, function = __func__](OrvaInfo& info) {
+    DMU_TRACE(function, "OrvaInfo_SetDriveLEDState: C%d:T%d:L%d SN:%s\n", handle->channel, handle->target, handle->lun,
+              handle->serialNumber.c_str());
+    OrvaInfo_DumpOrvaInfo(&info);
+  };
+  return dmu::withDevice(*handle, error, dump, [&](OrvaInfo& info, OrvaInfo_Devices& device) {
+    const int failed = OrvaInfo_BlinkDriveTrayLED(seconds, &device, &info, static_cast<char>(state & 0xFF));
+    return failed != 0 ? 0 : dmu::driveCount(device);
+  });
 }
 
 int OrvaInfo_BlinkDriveTrayLED(int seconds, OrvaInfo_Devices* device, OrvaInfo* info, char turnOn) {
@@ -127,7 +113,7 @@ int OrvaInfo_SenseBlinkDriveLED(OrvaInfo* info, vlexBlinkDriveLED* buffer, int l
     }
     buffer = own.get();
   }
-  if (length > static_cast<int>(kMaxTransfer)) return -1;
+  if (static_cast<uint32_t>(length) > kMaxTransfer) return -1;
   const int status = OrvaInfo_ExeCmd(kSenseBlinkDriveLed, 0, 0, buffer, length, &controllerAddress, info);
   if (status != 0) DMU_TRACE(__func__, "Failed to sense blink drive LED.\n");
   return status;

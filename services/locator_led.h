@@ -45,14 +45,16 @@ extern "C" {
 /// @param state    on when any of its low 8 bits is set, else off
 /// @param seconds  blink time; the controller keeps one, so it holds for every drive that blinks there
 /// @param error    replaced with "Failed to open controller." or "Device is not found.", else left as it was
-/// @return drives switched; 0 when the blink step failed, whatever the reason (no text); -1 with one of the texts
+/// @return drives switched; 0 when the blink step failed, whatever the reason (no text); -1 with one of the texts, or
+///         with none when `handle` is null or memory ran out
 int OrvaInfo_SetDriveLEDState(CtrlDevInfo* handle, unsigned int state, unsigned short seconds, std::string& error);
 
 /// Reads the controller's blink buffer, marks the device's drives in it and writes it back.
 /// @param seconds  blink time, 86400 at most
 /// @param turnOn   nonzero: on
-/// @return 0; a command's nonzero status; -1 when the channel is closed, an argument is refused, the volume's members
-///         are not known, a drive has no place in the array in use, memory ran out or the sense step failed
+/// @return 0; the blink command's nonzero status; -1 when the channel is closed, an argument is refused, the volume's
+///         members are not known, memory ran out, the sense step failed, the controller has more drives than the fixed
+///         array and takes no extended one, or a drive has no place in the array in use
 int OrvaInfo_BlinkDriveTrayLED(int seconds, OrvaInfo_Devices* device, OrvaInfo* info, char turnOn);
 
 /// Reads the controller's blink buffer.

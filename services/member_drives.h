@@ -9,15 +9,24 @@
 
 namespace dmu {
 
+/// Size of a location's text and of the buffer in which the host receives it; the longest text has 37 characters.
+inline constexpr size_t kLocationSize = 50;
+
 /// What follows a location text when its drive is not in the snapshot.
 inline constexpr char kNotInSnapshot[] = "(Failed)";
 
-/// Formats "port:box:bay PORT:BOX:BAY" and `suffix`, 37 characters at most.
-/// @param text  receives the terminated text, cut to `size` bytes
-void formatLocation(char* text, size_t size, const OrvaInfo_Devices& drive, const char* suffix = "");
+/// "port:box:bay PORT:BOX:BAY" and `suffix`.
+struct LocationText {
+  explicit LocationText(const OrvaInfo_Devices& drive, const char* suffix = "");
+
+  char text[kLocationSize];  ///< terminated
+};
 
 /// Whether the volume's member drives can be told: one of the controller's own, with drives and a member map.
 [[nodiscard]] bool hasKnownMembers(const OrvaInfo_Devices& device);
+
+/// Drives that a change to the device concerns: a volume's members, or the one drive.
+[[nodiscard]] int driveCount(const OrvaInfo_Devices& device);
 
 /// Calls `visit(drive, BMIC drive index)` for each masked drive of the snapshot that belongs to the volume, in list
 /// order. The volume must have known members.

@@ -9,32 +9,19 @@
 #include <vector>
 
 #include "channel/command.h"
-#include "controller/device_lookup.h"
-#include "plugin/memory_guard.h"
 #include "plugin/trace.h"
 #include "services/member_drives.h"
-#include "services/open_controller.h"
+#include "services/service_frame.h"
 
 namespace {
 
-/// What the host frees.
-constexpr size_t kLocationBufferSize = 50;
-
-/// Room for formatting one text; the longest has 37 characters.
-constexpr size_t kFormattingSize = 128;
-
 constexpr char kNoMemory[] = "No memory for location!";
 
-using LocationBuffer = std::unique_ptr<char, dmu::Free>;
-
-LocationBuffer makeLocationBuffer() {
-  return LocationBuffer(static_cast<char*>(std::malloc(kLocationBufferSize)));
-}
-
-std::string locationOf(const OrvaInfo_Devices& drive, const char* suffix = "") {
-  char text[kFormattingSize];
-  dmu::formatLocation(text, sizeof(text), drive, suffix);
-  return text;
+/// @return the buffer that the host frees; null when memory ran out
+[[nodiscard]] char* makeHostBuffer(const char* text) {
+  auto* buffer = static_cast<char*>(std::malloc(dmu::kLocationSize));
+  if (buffer != nullptr) std::snprintf(buffer, dmu::kLocationSize, "%s", text);
+  return buffer;
 }
 
 /// Identifies each member that is not marked as found and appends its text. A drive that does not answer has an empty
@@ -45,24 +32,26 @@ void appendMissingMembers(OrvaInfo& info, const OrvaInfo_Devices& volume, const 
     if (!dmu::isMember(info, volume, index) || dmu::testBit(found, index)) continue;
     OrvaInfo_Devices drive = {};
     (void)OrvaInfo_IdentifyPhysicalDevieWithBMICInex(&info, &drive, static_cast<int>(index));
-    texts.push_back(locationOf(drive, dmu::kNotInSnapshot));
+    texts.emplace_back(dmu::LocationText(drive, dmu::kNotInSnapshot).text);
+  }
+}
+
+void releaseHostBuffers(char** locations, int32_t count) {
+  for (int32_t k = 0; k < count; ++k) {
+    std::free(locations[k]);
+    locations[k] = nullptr;
   }
 }
 
 /// Puts the first `count` texts into the host's slots.
 /// @return whether memory sufficed; if not, no slot holds a buffer
-bool storeLocations(const std::vector<std::string>& texts, int32_t count, char** locations) {
+[[nodiscard]] bool storeLocations(const std::vector<std::string>& texts, int32_t count, char** locations) {
   for (int32_t k = 0; k < count; ++k) {
-    LocationBuffer buffer = makeLocationBuffer();
-    if (buffer != nullptr)
-      std::snprintf(buffer.get(), kLocationBufferSize, "%s", texts[static_cast<size_t>(k)].c_str());
-    locations[k] = buffer.release();
-    if (locations[k] != nullptr) continue;
-    while (k-- > 0) {
-      std::free(locations[k]);
-      locations[k] = nullptr;
+    locations[k] = makeHostBuffer(texts[static_cast<size_t>(k)].c_str());
+    if (locations[k] == nullptr) {
+      releaseHostBuffers(locations, k);
+      return false;
     }
-    return false;
   }
   return true;
 }
@@ -81,7 +70,7 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
   int foundCount = 0;
   dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& drive, uint32_t index) {
     dmu::setBit(found.get(), index);
-    texts.push_back(locationOf(drive));
+    texts.emplace_back(dmu::LocationText(drive).text);
     ++foundCount;
   });
   DMU_TRACE(function, "Pdisk count: %d\n", foundCount);
@@ -105,10 +94,9 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
 }
 
 int32_t diskLocation(const char* function, const OrvaInfo_Devices& disk, char** locations, std::string& error) {
-  DMU_TRACE(function, "Physical Location: port:box:bay %.8s:%u:%u\n", disk.portName, disk.box, disk.bay);
-  LocationBuffer buffer = makeLocationBuffer();
-  if (buffer != nullptr) dmu::formatLocation(buffer.get(), kLocationBufferSize, disk);
-  locations[0] = buffer.release();
+  const dmu::LocationText location(disk);
+  DMU_TRACE(function, "Physical Location: %s\n", location.text);
+  locations[0] = makeHostBuffer(location.text);
   if (locations[0] == nullptr) {
     error = kNoMemory;
     return -1;
@@ -116,32 +104,22 @@ int32_t diskLocation(const char* function, const OrvaInfo_Devices& disk, char** 
   return 1;
 }
 
-int32_t deviceLocation(const char* function, CtrlDevInfo& handle, char** locations, int32_t count, std::string& error) {
-  const dmu::OpenController controller(handle);
-  OrvaInfo* info = controller.info();
-  if (info == nullptr) {
-    error = dmu::kControllerNotOpened;
-    return -1;
-  }
-  OrvaInfo_Devices* device = OrvaInfo_LookForDev(info, &handle);
-  if (device == nullptr) {
-    error = dmu::kDeviceNotFound;
-    return -1;
-  }
-  switch (dmu::kindOf(device->lunAddress)) {
+int32_t deviceLocation(const char* function, OrvaInfo& info, OrvaInfo_Devices& device, char** locations, int32_t count,
+                       std::string& error) {
+  switch (dmu::kindOf(device.lunAddress)) {
     case dmu::DeviceKind::logicalVolume:
-      if (device->external != 0) {
+      if (device.external != 0) {
         DMU_TRACE(function, "Physical Location: external");
         return 0;
       }
-      return OrvaInfo_GetPhyLocationForVolume(info, device, locations, count, error);
+      return OrvaInfo_GetPhyLocationForVolume(&info, &device, locations, count, error);
     case dmu::DeviceKind::exposedDrive:
-      return diskLocation(function, *device, locations, error);
+      return diskLocation(function, device, locations, error);
     case dmu::DeviceKind::maskedDrive:
     case dmu::DeviceKind::unexpected:
-      error = dmu::kMaskedDevice;
-      return -1;
+      break;
   }
+  error = dmu::kMaskedDevice;
   return -1;
 }
 
@@ -149,8 +127,9 @@ int32_t deviceLocation(const char* function, CtrlDevInfo& handle, char** locatio
 
 int32_t OrvaInfo_GetDeviceLocation(CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
   if (handle == nullptr || locations == nullptr) return -1;
-  return dmu::unlessMemoryRunsOut(
-      -1, [&, function = __func__] { return deviceLocation(function, *handle, locations, count, error); });
+  return dmu::withDevice(*handle, error, [&, function = __func__](OrvaInfo& info, OrvaInfo_Devices& device) {
+    return deviceLocation(function, info, device, locations, count, error);
+  });
 }
 
 int32_t OrvaInfo_GetPhyLocationForVolume(OrvaInfo* info, OrvaInfo_Devices* volume, char** locations, int32_t count,

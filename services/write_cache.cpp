@@ -4,10 +4,9 @@
 #include <cstddef>
 
 #include "channel/command.h"
-#include "controller/device_lookup.h"
-#include "plugin/memory_guard.h"
 #include "plugin/trace.h"
-#include "services/open_controller.h"
+#include "services/member_drives.h"
+#include "services/service_frame.h"
 
 namespace {
 
@@ -70,7 +69,7 @@ void traceConfiguration(const char* function, const vlexCacheConfiguration& repl
 
 /// Changes the drive's bit in the bitmap, all of which lies in the buffer.
 /// @return whether the drive has a bit
-bool changeBit(vlexCacheConfiguration& configuration, uint32_t driveNumber, bool set) {
+[[nodiscard]] bool changeBit(vlexCacheConfiguration& configuration, uint32_t driveNumber, bool set) {
   if (driveNumber >= configuration.MaxLogicalUnitsSupported) return false;
   uint8_t* bitmap = reinterpret_cast<uint8_t*>(&configuration) + configuration.offsetToECDU;
   if (set) {
@@ -82,7 +81,7 @@ bool changeBit(vlexCacheConfiguration& configuration, uint32_t driveNumber, bool
 }
 
 /// @return 0, or why nothing was changed
-int changeDevice(const char* function, OrvaInfo& info, OrvaInfo_Devices& device, int mode) {
+[[nodiscard]] int changeDevice(const char* function, OrvaInfo& info, OrvaInfo_Devices& device, int mode) {
   if (!dmu::isVolume(device.lunAddress)) return OrvaInfo_CtrlParameter(&info, mode);
   if (device.external != 0) {
     DMU_TRACE(function, "Physical Location: external.\n");
@@ -91,27 +90,14 @@ int changeDevice(const char* function, OrvaInfo& info, OrvaInfo_Devices& device,
   return OrvaInfo_CacheConfiguration(&info, &device, mode == 0 ? 1 : 0);
 }
 
-int cacheControl(const char* function, CtrlDevInfo& handle, int mode, std::string& error) {
-  const dmu::OpenController controller(handle);
-  if (controller.info() == nullptr) {
-    error = dmu::kControllerNotOpened;
-    return -1;
-  }
-  OrvaInfo_Devices* device = OrvaInfo_LookForDev(controller.info(), &handle);
-  if (device == nullptr) {
-    error = dmu::kDeviceNotFound;
-    return -1;
-  }
-  if (const int failed = changeDevice(function, *controller.info(), *device, mode); failed != 0) return failed;
-  return dmu::isVolume(device->lunAddress) ? device->physicalDisks : 1;
-}
-
 }  // namespace
 
 int OrvaInfo_CacheControl(CtrlDevInfo* handle, int mode, std::string& error) {
   if (handle == nullptr) return -1;
-  return dmu::unlessMemoryRunsOut(-1,
-                                  [&, function = __func__] { return cacheControl(function, *handle, mode, error); });
+  return dmu::withDevice(*handle, error, [&, function = __func__](OrvaInfo& info, OrvaInfo_Devices& device) {
+    const int failed = changeDevice(function, info, device, mode);
+    return failed != 0 ? failed : dmu::driveCount(device);
+  });
 }
 
 int OrvaInfo_CtrlParameter(OrvaInfo* info, int mode) {
