@@ -1,0 +1,230 @@
+// The driver's description, the layout of every command, their execution, and the two questions about the driver.
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+
+#include "channel/command.h"
+#include "channel/instance_query.h"
+#include "channel/management_channel.h"
+#include "channel/oem_driver.h"
+#include "tests/host_process.h"
+
+namespace {
+
+using simulator::FaultAction;
+using simulator::FaultRule;
+
+class Channel : public PluginTest {
+ protected:
+  ~Channel() override { PUBLISHED(OrvaInfo_Cleanup)(); }
+};
+
+TEST_F(Channel, DescribesTheDriversInterface) {
+  const MgmtApiSignature& signature = PUBLISHED(pqiMgmtApiSig);
+  const char head[] =
+      "\x00\x00\x00\x01veltrane.api\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
+      "com.tarquelle\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x04\0\0";
+  EXPECT_EQ(std::memcmp(&signature, head, 72), 0);
+  EXPECT_EQ(signature.callbacks, PUBLISHED(pqiMgmtCallbackInfo));
+  const std::vector<uint32_t> expected[] = {// location, synchronous, numParms, sizes, types, id
+                                            {1, 1, 2, 1776, 4, 0, 0, 1, 1, 0, 0, 0x10},
+                                            {1, 1, 3, 4, 12, 4, 0, 0, 1, 1, 0, 0x11},
+                                            {1, 1, 3, 4, 86, 4, 0, 0, 2, 1, 0, 0x12},
+                                            {1, 1, 2, 4, 4, 0, 0, 0, 1, 0, 0, 0x13}};
+  for (int i = 0; i < 4; ++i) {
+    const MgmtCallbackInfo& entry = signature.callbacks[i];
+    std::vector<uint32_t> values = {entry.location, entry.synchronous, entry.numParms};
+    for (const uint32_t size : entry.parmSizes) values.push_back(size);
+    for (const uint32_t type : entry.parmTypes) values.push_back(type);
+    values.push_back(static_cast<uint32_t>(entry.callbackId));
+    EXPECT_EQ(values, expected[i]);
+    EXPECT_EQ(entry.callback, nullptr);
+    EXPECT_EQ(uint16_t{entry.zero}, 0);
+    EXPECT_EQ(entry.callbackId >> 32, 0u);
+  }
+}
+
+TEST_F(Channel, OpensOnceAndClosesOnce) {
+  hostCalls.traceOn = true;
+  ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
+  vmk_MgmtUserHandle* const first = PUBLISHED(mgmtHandle);
+  EXPECT_NE(first, nullptr);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
+  EXPECT_EQ(PUBLISHED(mgmtHandle), first);
+  EXPECT_EQ(takeTrace(), "OrvaInfo_Init: Trying to reinitialize management handle.\n");
+  EXPECT_EQ(PUBLISHED(OrvaInfo_Cleanup)(), 0);
+  EXPECT_EQ(PUBLISHED(mgmtHandle), nullptr);
+  PUBLISHED(OrvaInfo_Cleanup)();
+  EXPECT_EQ(takeTrace(), "OrvaInfo_Cleanup: Trying to destroy null management handle.\n");
+  EXPECT_EQ(host.counts().init, 1u);
+  EXPECT_EQ(host.counts().destroy, 1u);
+
+  host.addFault({.call = "init", .action = FaultAction::error, .value = 0xBAD0001});
+  EXPECT_EQ(PUBLISHED(OrvaInfo_Init)(), 0xBAD0001u);
+  EXPECT_EQ(PUBLISHED(mgmtHandle), nullptr);
+  EXPECT_EQ(takeTrace(), "OrvaInfo_Init: Failed to initialize management handle, 0xbad0001.\n");
+}
+
+/// How one command is laid out; CDB bytes that are not given are 0.
+struct CdbCase {
+  const char* name;
+  uint8_t opcode;
+  uint64_t cmdParam;
+  int32_t length;
+  uint8_t cdbLength;
+  uint8_t typeAttrDir;
+  uint16_t timeout;
+  std::vector<uint8_t> cdb;
+};
+
+const CdbCase kCdbCases[] = {
+    {"identify logical device", 0x10, 0x12345678, 512, 10, 0xA0, 0, {0x26, 0x78, 0, 0, 0, 0, 0x10, 0x02, 0x00, 0x56}},
+    {"sense configuration", 0x50, 0x0102, 1024, 10, 0xA0, 0, {0x26, 0x02, 0, 0, 0, 0, 0x50, 0x04, 0x00, 0x01}},
+    {"identify controller", 0x11, 0, 512, 10, 0xA0, 0, {0x26, 0, 0, 0, 0, 0, 0x11, 0x02, 0x00}},
+    {"identify physical device", 0x15, 0x0102, 2560, 10, 0xA0, 0, {0x26, 0, 0x02, 0, 0, 0, 0x15, 0x0A, 0x00, 0x01}},
+    {"no drive index", 0x15, ~uint64_t{0}, 2560, 10, 0xA0, 0, {0x26, 0, 0xFF, 0, 0, 0, 0x15, 0x0A, 0x00, 0xFF}},
+    {"blink drive tray LED", 0x16, 7, 276, 10, 0x60, 0, {0x27, 0, 0, 0, 0, 0, 0x16, 0x01, 0x14}},
+    {"sense blink drive LED", 0x17, 7, 276, 10, 0xA0, 0, {0x26, 0, 0, 0, 0, 0, 0x17, 0x01, 0x14}},
+    {"set controller parameters", 0x63, 7, 512, 10, 0x60, 0, {0x27, 0, 0, 0, 0, 0, 0x63, 0x00, 0x02}},
+    {"sense controller parameters", 0x64, 7, 512, 10, 0xA0, 0, {0x26, 0, 0, 0, 0, 0, 0x64, 0x00, 0x02}},
+    {"set cache configuration", 0xC0, 7, 0x12345, 10, 0x60, 0, {0x27, 0, 0, 0, 0, 0, 0xC0, 0x01, 0x23}},
+    {"sense cache configuration", 0xC1, 7, 1024, 10, 0xA0, 0, {0x26, 0, 0, 0, 0, 0, 0xC1, 0x00, 0x04}},
+    {"report logical LUNs", 0xC2, 0, 8, 12, 0xA0, 1000, {0xC2, 0, 0, 0, 0, 0, 0, 0, 0, 0x08}},
+    {"report physical LUNs", 0xC3, 0x302, 0x12345678, 12, 0xA0, 1000, {0xC3, 2, 0, 0, 0, 0, 0x12, 0x34, 0x56, 0x78}},
+    {"another opcode", 0x12, 0xFF, 512, 0, 0xA0, 0, {0x12}},
+};
+
+TEST_F(Channel, LaysOutEveryCommand) {
+  const vlexCmdLunAddress address = {{1, 2, 3, 4, 5, 6, 7, 8}};
+  char buffer[1];
+  for (const CdbCase& expected : kCdbCases) {
+    SCOPED_TRACE(expected.name);
+    pqi_ioctl_passthruCmd_struct record = {};
+    EXPECT_EQ(
+        PUBLISHED(OrvaInfo_FillCmd)(expected.opcode, 0, expected.cmdParam, buffer, expected.length, &address, &record),
+        0);
+    uint8_t bytes[86] = {1,
+                         2,
+                         3,
+                         4,
+                         5,
+                         6,
+                         7,
+                         8,
+                         expected.cdbLength,
+                         expected.typeAttrDir,
+                         static_cast<uint8_t>(expected.timeout),
+                         static_cast<uint8_t>(expected.timeout >> 8)};
+    std::copy(expected.cdb.begin(), expected.cdb.end(), bytes + 12);
+    bytes[76] = static_cast<uint8_t>(expected.length);
+    bytes[77] = static_cast<uint8_t>(expected.length >> 8);
+    const uint64_t where = reinterpret_cast<uintptr_t>(buffer);
+    std::memcpy(bytes + 78, &where, 8);
+    EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + 86),
+              std::vector<uint8_t>(reinterpret_cast<uint8_t*>(&record), reinterpret_cast<uint8_t*>(&record) + 86));
+  }
+}
+
+TEST_F(Channel, ExecutesACommandOfTheSnapshotsInstance) {
+  hostCalls.traceOn = true;
+  const vlexCmdLunAddress& controller = PUBLISHED(controllerAddress);
+  auto info = std::make_unique<OrvaInfo>();
+  info->slot = 1;
+  alignas(16) uint8_t reply[512] = {};
+  const auto identify = [&](const vlexCmdLunAddress* address) {
+    return PUBLISHED(OrvaInfo_ExeCmd)(0x11, 0, 0, reply, sizeof(reply), address, info.get());
+  };
+  EXPECT_EQ(identify(&controller), -1) << "no channel";
+  EXPECT_EQ(takeTrace(), "OrvaInfo_ExeCmd: Uninitialized.\n");
+  EXPECT_EQ(host.counts().passthru, 0u);
+  ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
+  EXPECT_EQ(identify(nullptr), -1);
+  EXPECT_EQ(identify(&controller), 0);
+  const auto sent = host.takeCommands();
+  ASSERT_EQ(sent.size(), 1u);
+  EXPECT_EQ(sent[0].instance, 1u);
+  EXPECT_EQ(reply[156] | reply[157] << 8, host.topology().controllers[1].maxPhysDevicesSupported);
+  EXPECT_EQ(takeTrace(), "");
+
+  host.addFault({.call = "identifyController", .count = 1, .action = FaultAction::error, .value = 0xBAD0002});
+  EXPECT_EQ(identify(&controller), 0xBAD0002);
+  EXPECT_EQ(takeTrace(), "OrvaInfo_ExeCmd: Failed to invoke callback, 0xbad0002.\n");
+  host.addFault({.call = "identifyController", .count = 1, .action = FaultAction::driverStatus, .value = 5});
+  EXPECT_EQ(identify(&controller), 5);
+  EXPECT_EQ(takeTrace(), "OrvaInfo_ExeCmd: Failed to execute command, error returned from driver, 0x5.\n");
+}
+
+TEST_F(Channel, AllocatesAlignedBlocks) {
+  for (unsigned size = 0; size < 100; ++size) {
+    void* block = PUBLISHED(orvamalloc)(size);
+    EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 16, 0u);
+    std::free(block);
+  }
+}
+
+/// Makes the driver's instance i carry an id and a name from now on.
+void renameInstance(simulator::SimulatedHost& host, uint32_t i, uint32_t id, const std::string& name) {
+  std::vector<uint8_t> entry(168);
+  std::memcpy(entry.data(), &id, 4);
+  std::memcpy(entry.data() + 12, name.data(), std::min<size_t>(name.size(), 156));
+  host.addFault({.call = "query", .action = FaultAction::set, .offset = 96 + 168 * i, .bytes = entry});
+}
+
+TEST_F(Channel, FindsTheFirstUsedInstanceOfAName) {
+  hostCalls.traceOn = true;
+  const auto query = [&](const char* name) { return PUBLISHED(OrvaInfo_QueryHBA)(name); };
+  EXPECT_EQ(query("vmhba2"), -1);
+  EXPECT_EQ(takeTrace(), "OrvaInfo_QueryHBA: Uninitialized.\n");
+  ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
+  const std::string unterminated(156, 'u');
+  renameInstance(host, 3, 0xFFFFFFFF, "unused");
+  renameInstance(host, 4, 0, "twice");
+  renameInstance(host, 5, 1, "twice");
+  renameInstance(host, 6, 2, unterminated);
+  renameInstance(host, 9, 0xFFFFFFFE, "last");
+  const std::pair<const char*, int> kNames[] = {
+      {"vmhba2", 0}, {"Vmhba2", -1}, {"vmhba2 ", -1},           {"vmhba", -1}, {"unused", -1},
+      {"twice", 4},  {"last", 9},    {unterminated.c_str(), 6}, {"uuu", -1},   {nullptr, -1}};
+  for (const auto& [name, number] : kNames) EXPECT_EQ(query(name), number) << (name == nullptr ? "null" : name);
+  EXPECT_EQ(query((unterminated + "u").c_str()), -1);
+  EXPECT_EQ(takeTrace(), "");
+
+  host.addFault({.call = "query", .count = 1, .action = FaultAction::error, .value = 0xBAD0003});
+  EXPECT_EQ(query("vmhba2"), -1);
+  EXPECT_EQ(takeTrace(), "OrvaInfo_QueryHBA: Failed to invoke callback, 0xbad0003.\n");
+  host.addFault({.call = "query", .count = 1, .action = FaultAction::driverStatus, .value = 0x77});
+  EXPECT_EQ(query("vmhba2"), -1);
+  EXPECT_EQ(takeTrace(), "OrvaInfo_QueryHBA: Failed to query instances, error returned from driver: 0x77.\n");
+}
+
+TEST_F(Channel, TellsAnOemBuildByTheModuleLoadersOutput) {
+  const std::string folder = testing::TempDir() + "dmu-loader." + std::to_string(getpid());
+  std::filesystem::create_directory(folder);
+  const std::string path = std::getenv("PATH");
+  setenv("PATH", (folder + ":/usr/bin:/bin").c_str(), 1);
+  const std::pair<const char*, int> kScripts[] = {
+      {"echo \" Version: 1\"; echo \" OEM build\"", 1},
+      {"echo xoemx", 1},
+      {"echo Oem oEM OeM", 0},
+      {"true", 0},
+      {"echo oem; exit 3", 1},
+      {"exit 1", 0},
+      {"test \"$*\" = \"-s veltrane\" && echo oem", 1},
+      {"head -c 5000 /dev/zero | tr '\\0' x; echo oem", 1},
+      {"head -c 10000000 /dev/zero | tr '\\0' '\\n'; echo done", 0},
+      {"head -c 1022 /dev/zero | tr '\\0' x; echo oem", 0},  // "o" ends the first piece of 1,023 characters
+  };
+  for (const auto& [script, answer] : kScripts) {
+    const std::string command = folder + "/vmkload_mod";
+    std::ofstream(command) << "#!/bin/sh\n" << script << "\n";
+    chmod(command.c_str(), 0755);
+    EXPECT_EQ(PUBLISHED(IsOEMDriver)(), answer) << script;
+  }
+  std::filesystem::remove_all(folder);
+  EXPECT_EQ(PUBLISHED(IsOEMDriver)(), 0) << "no such command";
+  setenv("PATH", path.c_str(), 1);
+}
+
+}  // namespace

@@ -1,0 +1,291 @@
+// The boundary with the host: descriptor, handles, serial numbers, the operations' lock, and the trace.
+#include <cerrno>
+#include <cstring>
+#include <future>
+#include <thread>
+
+#include "plugin/device_handle.h"
+#include "plugin/operations.h"
+#include "plugin/plugin_lock.h"
+#include "plugin/serial_number.h"
+#include "plugin/trace.h"
+#include "tests/host_process.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+class FrontEnd : public PluginTest {
+ protected:
+  int32_t openWith(const char* driver, CtrlDevInfo** out, const char* hba = "vmhba2") {
+    return plugin->openDevice(hba, 1, 2, 3, driver, 1, 0xABCD, 4, 5, 6, 7, 8, 9, 10, 11, 12, out);
+  }
+};
+
+TEST_F(FrontEnd, DescriptorIsFilledTheSameWayEveryTime) {
+  const DmuPluginDescriptor first = *plugin;
+  hostCalls.traceOn = true;
+  EXPECT_EQ(PUBLISHED(DmuPluginInit)(), plugin);
+  EXPECT_EQ(takeTrace(), "DmuPluginInit: DmuPluginInit for veltrane.\n");
+  EXPECT_EQ(std::memcmp(&first, plugin, sizeof(first)), 0);
+  EXPECT_STREQ(plugin->version, "1.0.0");
+  EXPECT_STREQ(plugin->name, "dmu-veltrane-plugin");
+  EXPECT_EQ(plugin->operationCount, 6u);
+  EXPECT_EQ(plugin->openDevice, &PUBLISHED(VELTRANEPlugin_OpenDevice));
+  EXPECT_EQ(plugin->closeDevice, &PUBLISHED(VELTRANEPlugin_CloseDevice));
+  EXPECT_EQ(plugin->getDeviceInfo, &PUBLISHED(VELTRANEPlugin_GetDeviceInfo));
+  EXPECT_EQ(plugin->setDriveLEDState, &PUBLISHED(VELTRANEPlugin_SetDriveLEDState));
+  EXPECT_EQ(plugin->cacheOn, &PUBLISHED(VELTRANEPlugin_CacheOn));
+  EXPECT_EQ(plugin->cacheOff, &PUBLISHED(VELTRANEPlugin_CacheOff));
+  EXPECT_EQ(plugin->getDeviceTemperature, &PUBLISHED(VELTRANEPlugin_GetDeviceTemperature));
+  EXPECT_EQ(plugin->getDeviceLocation, &PUBLISHED(VELTRANEPlugin_GetDeviceLocation));
+  EXPECT_EQ(plugin->unused, nullptr);
+  EXPECT_EQ(plugin->openDeviceV2, &PUBLISHED(VELTRANEPlugin_OpenDevice_v2_0_0));
+  for (const void* reserved : plugin->reserved) EXPECT_EQ(reserved, nullptr);
+}
+
+TEST_F(FrontEnd, OpenRefusesEveryOtherDriverSilently) {
+  hostCalls.traceOn = true;
+  CtrlDevInfo* const untouched = reinterpret_cast<CtrlDevInfo*>(this);
+  for (const char* driver : {"VELTRANE", "veltrane ", "veltran", "veltrane2", "", static_cast<const char*>(nullptr)}) {
+    CtrlDevInfo* handle = untouched;
+    EXPECT_EQ(openWith(driver, &handle), -1) << (driver == nullptr ? "null" : driver);
+    EXPECT_EQ(handle, untouched);
+  }
+  EXPECT_EQ(openWith("veltrane", nullptr), -1);
+  hostCalls.failAllocation = 1;
+  CtrlDevInfo* handle = untouched;
+  EXPECT_EQ(openWith("veltrane", &handle), -1) << "no memory";
+  EXPECT_EQ(handle, untouched);
+  EXPECT_EQ(takeTrace(), "");
+  EXPECT_EQ(plugin->openDeviceV2(nullptr, &handle), -1);
+  DmuDeviceOpenInfo info = {};
+  info.driver = "other";
+  EXPECT_EQ(plugin->openDeviceV2(&info, &handle), -1);
+  EXPECT_EQ(takeTrace(), "VELTRANEPlugin_OpenDevice_v2_0_0: device opened with v2 API.\n");
+}
+
+TEST_F(FrontEnd, OpenAndCloseTraceTheIdentityAndKeepTheAddress) {
+  hostCalls.traceOn = true;
+  CtrlDevInfo* handle = nullptr;
+  ASSERT_EQ(openWith("veltrane", &handle), 0);
+  EXPECT_EQ(handle->channel, 1u);
+  EXPECT_EQ(handle->target, 2u);
+  EXPECT_EQ(handle->lun, 3u);
+  EXPECT_STREQ(handle->hbaName, "vmhba2");
+  EXPECT_STREQ(handle->devName, "");
+  EXPECT_EQ(handle->serialNumber, "");
+  EXPECT_EQ(takeTrace(),
+            "VELTRANEPlugin_OpenDevice: openDevice: hba=vmhba2, channel=0x1, target=0x2, lun=0x3\n"
+            "VELTRANEPlugin_OpenDevice: openDevice: driver=veltrane, isPciDevice=0x1, segment=0xabcd, busId=0x4\n"
+            "VELTRANEPlugin_OpenDevice: openDevice: slotId=0x5, functionId=0x6, vendorId=0x7, subVendorId=0x8\n"
+            "VELTRANEPlugin_OpenDevice: openDevice: deviceId=0x9, subDeviceId=0xa, physicalSlot=0xc\n");
+  plugin->closeDevice(handle);
+  EXPECT_EQ(takeTrace(),
+            "VELTRANEPlugin_CloseDevice: VELTRANEPlugin_CloseDevice: CloseDevice: devName=, hba=vmhba2, channel=0x1, "
+            "target=0x2, lun=0x3\n");
+  plugin->closeDevice(nullptr);
+  EXPECT_EQ(takeTrace(), "");
+}
+
+TEST_F(FrontEnd, NamesAreCutTo49Characters) {
+  for (const size_t length : {size_t{0}, size_t{48}, size_t{49}, size_t{50}, size_t{5000}}) {
+    const std::string name(length, 'n');
+    DmuDeviceOpenInfo info = {};
+    info.devName = length == 0 ? nullptr : name.c_str();
+    info.hba = info.devName;
+    info.driver = "veltrane";
+    CtrlDevInfo* handle = nullptr;
+    ASSERT_EQ(plugin->openDeviceV2(&info, &handle), 0);
+    EXPECT_EQ(handle->hbaName, name.substr(0, 49));
+    EXPECT_EQ(handle->devName, name.substr(0, 49));
+    plugin->closeDevice(handle);
+  }
+}
+
+/// One answer of a disk: how the request ends, the page, and what the serial number and the error text become.
+struct DiskAnswer {
+  const char* name;
+  int result;
+  int status;
+  int hostStatus;
+  int driverStatus;
+  int resid;
+  std::vector<uint8_t> page;
+  const char* serial;  ///< null: the query fails
+};
+
+std::vector<uint8_t> page(const std::string& text, int length = -1, uint8_t code = 0x80) {
+  const size_t n = length < 0 ? text.size() : static_cast<size_t>(length);
+  std::vector<uint8_t> bytes = {0, code, static_cast<uint8_t>(n >> 8), static_cast<uint8_t>(n)};
+  bytes.insert(bytes.end(), text.begin(), text.end());
+  return bytes;
+}
+
+const std::string kSixty(60, 'S');
+
+const DiskAnswer kDiskAnswers[] = {
+    {"blanks around", 0, 0, 0, 0, 49, page("   ABC123  "), "ABC123"},
+    {"inner blank", 0, 0, 0, 0, 53, page("ABC 123"), "ABC"},
+    {"no serial", 0, 0, 0, 0, 60, page(""), ""},
+    {"only blanks", 0, 0, 0, 0, 55, page("     "), ""},
+    {"first byte no text", 0, 0, 0, 0, 57,
+     page("\x1f"
+          "AB"),
+     ""},
+    {"bounds of text", 0, 0, 0, 0, 56,
+     page("!~\x7f"
+          "A"),
+     "!~"},
+    {"byte above text", 0, 0, 0, 0, 56, page("AB\xc3\xa9"), "AB"},
+    {"sixty characters", 0, 0, 0, 0, 0, page(kSixty), kSixty.c_str()},
+    {"closing NUL counted", 0, 0, 0, 0, 0, page(kSixty, 61), kSixty.c_str()},
+    {"length lies", 0, 0, 0, 0, 0, page(kSixty, 0xFFFF), kSixty.c_str()},
+    {"length lies, less received", 0, 0, 0, 0, 1, page(kSixty, 61), nullptr},
+    {"serial cut by one", 0, 0, 0, 0, 55, page("ABC123"), nullptr},
+    {"serial just received", 0, 0, 0, 0, 54, page("ABC123"), "ABC123"},
+    {"all received says the kernel", 0, 0, 0, 0, 0, page("ABC123"), "ABC123"},
+    {"header cut", 0, 0, 0, 0, 61, page(""), nullptr},
+    {"nothing received", 0, 0, 0, 0, 64, page("ABC"), nullptr},
+    {"more than nothing missing", 0, 0, 0, 0, 1000, page("ABC"), nullptr},
+    {"more than everything received", 0, 0, 0, 0, -5, page("ABC"), "ABC"},
+    {"another page", 0, 0, 0, 0, 57, page("ABC", -1, 0x83), nullptr},
+    {"buffer untouched", 0, 0, 0, 0, 0, {}, nullptr},
+    {"request fails", -1, 0, 0, 0, 57, page("ABC"), nullptr},
+    {"SCSI status", 0, 2, 0, 0, 57, page("ABC"), nullptr},
+    {"host status", 0, 0, 1, 0, 57, page("ABC"), nullptr},
+    {"driver status", 0, 0, 0, 8, 57, page("ABC"), nullptr},
+};
+
+TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
+  const std::string device = host.disks().front().device;
+  for (const DiskAnswer& answer : kDiskAnswers) {
+    SCOPED_TRACE(answer.name);
+    hostCalls.diskAnswer = [&](sg_io_hdr& request) {
+      const uint8_t expected[] = {0x12, 0x01, 0x80, 0x00, 0x40, 0x00};
+      EXPECT_EQ(std::memcmp(request.cmdp, expected, sizeof(expected)), 0);
+      EXPECT_EQ(request.interface_id, 'S');
+      EXPECT_EQ(request.dxfer_direction, -3);
+      EXPECT_EQ(request.cmd_len, 6);
+      EXPECT_EQ(request.mx_sb_len, 32);
+      EXPECT_EQ(request.iovec_count, 0);
+      EXPECT_EQ(request.dxfer_len, 64u);
+      EXPECT_EQ(request.timeout, 20000u);
+      EXPECT_EQ(request.flags, 0u);
+      std::memcpy(request.dxferp, answer.page.data(), answer.page.size());
+      request.status = static_cast<unsigned char>(answer.status);
+      request.host_status = static_cast<unsigned short>(answer.hostStatus);
+      request.driver_status = static_cast<unsigned short>(answer.driverStatus);
+      request.resid = answer.resid;
+      return answer.result;
+    };
+    error = "before";
+    EXPECT_EQ(PUBLISHED(Get_Dev_SN)(device.c_str(), error), answer.serial == nullptr ? "" : answer.serial);
+    EXPECT_EQ(error, answer.serial == nullptr ? "Failed to get device serial number: /dev/disks/" + device : "before");
+  }
+  EXPECT_EQ(host.counts().openNodes, 0u) << "a node stayed open";
+}
+
+TEST_F(FrontEnd, OpenV2ReadsTheSerialNumberAndTracesTheRawPage) {
+  hostCalls.traceOn = true;
+  const simulator::HostDisk disk = host.disks().front();
+  hostCalls.diskAnswer = [](sg_io_hdr& request) {
+    std::memcpy(request.dxferp,
+                "\0\x80\0\x02"
+                "A1",
+                6);
+    request.resid = 58;
+    return 0;
+  };
+  EXPECT_EQ(open(disk)->serialNumber, "A1");
+  const std::string function = "VELTRANEPlugin_OpenDevice_v2_0_0: ";
+  std::string raw = "SCSI_Get_Device_SN: Raw SN:";
+  for (const auto& piece : {std::string("\0:00 ", 5), std::string("\x80:80 "), std::string("\0:00 ", 5),
+                            std::string("\x02:02 "), std::string("A:41 "), std::string("1:31 "), std::string("\n")}) {
+    raw += "SCSI_Get_Device_SN: " + piece;
+  }
+  EXPECT_THAT(takeTrace(), testing::EndsWith(function + "device " + disk.device + " opened with v2 API.\n" + function +
+                                             "Opened device " + disk.device + ".\n" + raw + "Get_Dev_SN: SN: A1.\n" +
+                                             function + "sn: A1, error:.\n"));
+}
+
+TEST_F(FrontEnd, OpenV2SurvivesADiskThatCannotBeRead) {
+  hostCalls.traceOn = true;
+  simulator::HostDisk disk = host.disks().front();
+  disk.device = "no-such-node";
+  EXPECT_EQ(open(disk)->serialNumber, "");
+  EXPECT_THAT(takeTrace(), testing::EndsWith("sn: , error:Failed to open device: /dev/disks/no-such-node.\n"));
+}
+
+TEST_F(FrontEnd, SerialQueryEndsWithoutMemory) {
+  const std::string device = host.disks().front().device;
+  const int points = failEachAllocation([&](int, bool) {
+    EXPECT_THAT(PUBLISHED(Get_Dev_SN)(device.c_str(), error),
+                testing::AnyOf("", host.topology().controllers[0].volumes[0].serial));
+    EXPECT_EQ(error, "before");
+  });
+  EXPECT_GE(points, 2) << "path and serial number";
+  EXPECT_EQ(host.counts().openNodes, 0u);
+}
+
+/// Calls each operation once.
+std::vector<int32_t> callAll(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, std::string& error) {
+  DmuDeviceInfo info;
+  DriveTemperature temperature;
+  char* location = nullptr;
+  std::vector<int32_t> results = {plugin.getDeviceInfo(handle, &info, error),
+                                  plugin.setDriveLEDState(handle, 1, 1, error),
+                                  plugin.cacheOn(handle, error),
+                                  plugin.cacheOff(handle, error),
+                                  plugin.getDeviceTemperature(handle, &temperature, 1, error),
+                                  plugin.getDeviceLocation(handle, &location, 1, error)};
+  std::free(location);
+  return results;
+}
+
+TEST_F(FrontEnd, NullHandleIsRefusedWithoutTheLock) {
+  pthread_mutex_lock(&PUBLISHED(pluginMutex));
+  EXPECT_THAT(callAll(*plugin, nullptr, error), testing::Each(-1));
+  EXPECT_EQ(error, "Invalid handle!");
+  pthread_mutex_unlock(&PUBLISHED(pluginMutex));
+}
+
+TEST_F(FrontEnd, OperationsFailWhenTheLockIsNotToBeHad) {
+  CtrlDevInfo* handle = open(host.disks().front());
+  hostCalls.now = 1000;
+  hostCalls.lockResult = ETIMEDOUT;
+  EXPECT_THAT(callAll(*plugin, handle, error), testing::Each(-1));
+  EXPECT_EQ(error, std::string("Mutex lock error: ") + std::strerror(ETIMEDOUT));
+  EXPECT_EQ(hostCalls.lockDeadline.tv_sec, 1010);
+  EXPECT_EQ(hostCalls.lockDeadline.tv_nsec, 123456000);
+  hostCalls.clockResult = EINVAL;
+  EXPECT_THAT(callAll(*plugin, handle, error), testing::Each(-1));
+  EXPECT_EQ(error, std::string("Mutex lock error: ") + std::strerror(EINVAL));
+  EXPECT_EQ(host.counts().init, 0u) << "a service was entered";
+}
+
+TEST_F(FrontEnd, OperationsWaitForTheLockAndReleaseIt) {
+  CtrlDevInfo* handle = open(host.disks().front());
+  pthread_mutex_t& lock = PUBLISHED(pluginMutex);
+  pthread_mutex_lock(&lock);
+  auto waiter = std::async(std::launch::async, [&] { return callAll(*plugin, handle, error); });
+  EXPECT_EQ(waiter.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+  EXPECT_EQ(host.counts().init, 0u);
+  pthread_mutex_unlock(&lock);
+  EXPECT_THAT(waiter.get(), testing::Each(testing::Ge(0)));
+  EXPECT_EQ(pthread_mutex_trylock(&lock), 0) << "the lock stayed held";
+  pthread_mutex_unlock(&lock);
+}
+
+TEST_F(FrontEnd, TraceThatIsOffCostsExistenceTestsAlone) {
+  CtrlDevInfo* handle = nullptr;
+  hostCalls.existenceTests = 0;
+  ASSERT_EQ(openWith("veltrane", &handle), 0);
+  EXPECT_EQ(hostCalls.existenceTests, 4);
+  plugin->closeDevice(handle);
+  EXPECT_EQ(hostCalls.existenceTests, 5);
+  EXPECT_EQ(takeTrace(), "");
+  EXPECT_EQ(PUBLISHED(stream), nullptr);
+}
+
+}  // namespace
