@@ -69,19 +69,25 @@ template <typename Layout>
 using CommandBuffer = std::unique_ptr<Layout, Free>;
 
 /// @param length  bytes, which may exceed the layout's size when variable parts follow it
-/// @return a buffer of zeros; null when memory ran out
+/// @param zeros   bytes from the start that are zeros; the rest is not read before it is received
+/// @return null when memory ran out
 template <typename Layout>
-[[nodiscard]] CommandBuffer<Layout> makeCommandBuffer(uint32_t length = sizeof(Layout)) {
+[[nodiscard]] CommandBuffer<Layout> makeCommandBuffer(uint32_t length, uint32_t zeros) {
   void* block = orvamalloc(length);
-  if (block != nullptr) std::memset(block, 0, length);
+  if (block != nullptr) std::memset(block, 0, zeros);
   return CommandBuffer<Layout>(static_cast<Layout*>(block));
 }
 
-/// Sends a command to the controller itself, as every caller does.
+/// The same, all zeros.
 template <typename Layout>
-[[nodiscard]] int32_t sendToController(Opcode opcode, uint64_t cmdParam, const CommandBuffer<Layout>& buffer,
-                                       uint32_t length, OrvaInfo* info) {
-  return OrvaInfo_ExeCmd(opcode, 0, cmdParam, buffer.get(), static_cast<int32_t>(length), &controllerAddress, info);
+[[nodiscard]] CommandBuffer<Layout> makeCommandBuffer(uint32_t length = sizeof(Layout)) {
+  return makeCommandBuffer<Layout>(length, length);
+}
+
+/// Sends a command to the controller itself, as every caller does.
+[[nodiscard]] inline int32_t sendToController(Opcode opcode, uint64_t cmdParam, void* buffer, uint32_t length,
+                                              OrvaInfo* info) {
+  return OrvaInfo_ExeCmd(opcode, 0, cmdParam, buffer, static_cast<int32_t>(length), &controllerAddress, info);
 }
 
 /// Rounds a buffer length up to whole blocks of 512 bytes.

@@ -51,7 +51,8 @@ int OrvaInfo_GetInfoFromCtrl(OrvaInfo* info) {
     DMU_TRACE(__func__, "Failed to allocated memory.\n");
     return -1;
   }
-  if (const int failed = dmu::sendToController(kIdentifyController, 0, reply, sizeof(*reply), info); failed != 0) {
+  if (const int failed = dmu::sendToController(kIdentifyController, 0, reply.get(), sizeof(*reply), info);
+      failed != 0) {
     DMU_TRACE(__func__, "Failed to exec identify controller.\n");
     return failed;
   }

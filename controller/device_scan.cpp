@@ -3,8 +3,8 @@
 
 #include <algorithm>
 #include <climits>
-#include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "channel/command.h"
 #include "controller/host_address.h"
@@ -14,7 +14,6 @@
 
 namespace {
 
-constexpr uint8_t kExtendedReport = 2;
 constexpr uint8_t kLastListedDeviceType = 4;
 
 uint32_t listLengthOf(const vlexLunReportHeader& header) {
@@ -23,24 +22,32 @@ uint32_t listLengthOf(const vlexLunReportHeader& header) {
 }
 
 /// Asks for the header of a report alone.
-/// @return 0, or the command's nonzero result
-int inquireHeader(Opcode report, uint64_t flags, vlexLunReportHeader& header, OrvaInfo* info) {
-  header = {};
-  return OrvaInfo_ExeCmd(report, 0, flags, &header, sizeof(header), &controllerAddress, info);
+/// @return its list length; nothing when the command failed
+std::optional<uint32_t> inquireListLength(Opcode report, uint64_t flags, OrvaInfo* info) {
+  alignas(16) vlexLunReportHeader header{};
+  if (dmu::sendToController(report, flags, &header, sizeof(header), info) != 0) return std::nullopt;
+  return listLengthOf(header);
 }
 
+/// What the scan can come to read of a report: as much as one command transfers, and from there on entries of zeros,
+/// none of which is rejected, until the list is full.
+constexpr uint32_t kMostRead = kMaxTransfer + (dmu::kMaxDevices + 1) * sizeof(vlexPhysicalLunExt);
+
+/// No more is zeroed than can be read, so that a length that lies takes address space and nothing else.
 /// @param listLength  as the controller announced it; one that no command can ask for counts as no memory
 /// @return a buffer for the header and that many bytes of entries; null when memory ran out
 template <typename Report>
 dmu::CommandBuffer<Report> makeReportBuffer(uint32_t listLength) {
   if (listLength > INT32_MAX - sizeof(vlexLunReportHeader)) return nullptr;
-  return dmu::makeCommandBuffer<Report>(listLength + sizeof(vlexLunReportHeader));
+  const auto length = static_cast<uint32_t>(listLength + sizeof(vlexLunReportHeader));
+  return dmu::makeCommandBuffer<Report>(length, std::min(length, kMostRead));
 }
 
 template <typename Report>
 int sendReport(Opcode report, uint64_t flags, const dmu::CommandBuffer<Report>& buffer, uint32_t listLength,
                OrvaInfo* info) {
-  return dmu::sendToController(report, flags, buffer, listLength + sizeof(vlexLunReportHeader), info);
+  const auto length = static_cast<uint32_t>(listLength + sizeof(vlexLunReportHeader));
+  return dmu::sendToController(report, flags, buffer.get(), length, info);
 }
 
 /// Entry `i` of a report, as its address.
@@ -53,12 +60,6 @@ OrvaInfo_Devices& nextFreeEntry(OrvaInfo* info) {
   return info->devices[info->deviceCount];
 }
 
-/// Makes a rejected entry ready for the next device.
-void clearEntry(OrvaInfo_Devices& entry) {
-  std::free(entry.raidMap);
-  entry = {};
-}
-
 }  // namespace
 
 int OrvaInfo_DeviceScan(OrvaInfo* info) {
@@ -68,34 +69,32 @@ int OrvaInfo_DeviceScan(OrvaInfo* info) {
     return -1;
   }
   DMU_TRACE(__func__, "To scan logical device.\n");
-  alignas(16) vlexLunReportHeader header{};
   dmu::CommandBuffer<vlexLogicalLUNReport> logical;
-  if (inquireHeader(kReportLogicalLuns, 0, header, info) == 0) {
-    const uint32_t length = listLengthOf(header);
-    DMU_TRACE(__func__, "Logical list length 0x%x\n", length);
-    logical = makeReportBuffer<vlexLogicalLUNReport>(length);
+  if (const std::optional<uint32_t> length = inquireListLength(kReportLogicalLuns, 0, info)) {
+    DMU_TRACE(__func__, "Logical list length 0x%x\n", *length);
+    logical = makeReportBuffer<vlexLogicalLUNReport>(*length);
     if (logical == nullptr) {
       DMU_TRACE(__func__, "Faied to allocated memory.\n");
       return 0;
     }
-    if (sendReport(kReportLogicalLuns, 0, logical, length, info) == 0) {
-      OrvaInfo_UpdateScsiDevListLogical(logical.get(), info, length);
+    if (sendReport(kReportLogicalLuns, 0, logical, *length, info) == 0) {
+      OrvaInfo_UpdateScsiDevListLogical(logical.get(), info, *length);
     } else {
       DMU_TRACE(__func__, "Failed to execute Report Logical Lun.\n");
     }
   }
 
   DMU_TRACE(__func__, "To scan physical device.\n");
-  if (inquireHeader(kReportPhysicalLuns, kExtendedReport, header, info) != 0) return 0;
-  const uint32_t length = listLengthOf(header);
-  DMU_TRACE(__func__, "Physical list length 0x%x\n", length);
-  const auto physical = makeReportBuffer<vlexPhysicalLUNReportExt>(length);
+  const std::optional<uint32_t> length = inquireListLength(kReportPhysicalLuns, kExtendedReport, info);
+  if (!length) return 0;
+  DMU_TRACE(__func__, "Physical list length 0x%x\n", *length);
+  const auto physical = makeReportBuffer<vlexPhysicalLUNReportExt>(*length);
   if (physical == nullptr) {
     DMU_TRACE(__func__, "Faied to allocated memory.\n");
     return 0;
   }
-  if (sendReport(kReportPhysicalLuns, kExtendedReport, physical, length, info) == 0) {
-    OrvaInfo_UpdateScsiDevListPhysical(physical.get(), info, length);
+  if (sendReport(kReportPhysicalLuns, kExtendedReport, physical, *length, info) == 0) {
+    OrvaInfo_UpdateScsiDevListPhysical(physical.get(), info, *length);
   } else {
     DMU_TRACE(__func__, "Failed to execute Reprot Physical LUN.\n");
   }
@@ -145,7 +144,7 @@ int OrvaInfo_UpdateScsiDevListPhysical(vlexPhysicalLUNReportExt* report, OrvaInf
       ++info->deviceCount;
     } else {
       DMU_TRACE(__func__, "Failed to add physical lun %u\n", i);
-      clearEntry(nextFreeEntry(info));
+      nextFreeEntry(info) = {};
     }
   }
   return result;

@@ -6,11 +6,14 @@
 
 #include "controller/snapshot.h"
 
+/// Format of a physical report whose entries carry WWID and device type; also the flags that ask for it.
+inline constexpr uint8_t kExtendedReport = 2;
+
 /// Header of both LUN reports; the entries follow it.
 ///
 ///   offset  width  field
 ///        0  u8[4]  listLength  big-endian: bytes of the entries
-///        4  u8     format      physical report: kExtendedReport when its entries carry WWID and device type
+///        4  u8     format      physical report: kExtendedReport or another
 ///        5  u8[3]              reserved
 struct vlexLunReportHeader {
   uint8_t listLength[4];
@@ -72,7 +75,7 @@ int OrvaInfo_UpdateScsiDevListLogical(vlexLogicalLUNReport* report, OrvaInfo* in
 int OrvaInfo_UpdateScsiDevListPhysical(vlexPhysicalLUNReportExt* report, OrvaInfo* info, unsigned int firstLength);
 
 /// Fills one entry of the list from a report entry, identification and host address included.
-/// @param address   the report entry; of 24 bytes when it is a drive's and `format` is 2, else of 8
+/// @param address   the report entry; of 24 bytes when it is a drive's in an extended report, else of 8
 /// @param external  1 for a volume that is not the controller's own
 /// @param format    the report's format
 /// @param entry     zero-filled

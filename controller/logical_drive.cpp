@@ -87,7 +87,7 @@ int OrvaInfo_IdentifyLogicalDevice(OrvaInfo* info, OrvaInfo_Devices* entry) {
     return -1;
   }
   const uint32_t number = dmu::logicalDriveNumber(entry->lunAddress);
-  if (const int failed = dmu::sendToController(kIdentifyLogicalDevice, number, reply, sizeof(*reply), info);
+  if (const int failed = dmu::sendToController(kIdentifyLogicalDevice, number, reply.get(), sizeof(*reply), info);
       failed != 0) {
     return failed;
   }
@@ -105,6 +105,8 @@ int OrvaInfo_SenseConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry) {
     return -1;
   }
   const uint32_t number = dmu::logicalDriveNumber(entry->lunAddress);
+  // A reply that does not fit is asked for once more. A bitmap so far off that no command can ask for it is
+  // inconsistent.
   uint32_t length = dmu::roundUpTo512(sizeof(vlexSenseConfiguration) + info->maxPhysDevicesSupported / 4);
   for (bool asked = false; length <= kMaxTransfer; asked = true) {
     const auto reply = dmu::makeCommandBuffer<vlexSenseConfiguration>(length);
@@ -113,7 +115,7 @@ int OrvaInfo_SenseConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry) {
       return -1;
     }
     if (!dmu::isVolume(entry->lunAddress)) return -1;
-    if (const int failed = dmu::sendToController(kSenseLogicalDriveConfiguration, number, reply, length, info);
+    if (const int failed = dmu::sendToController(kSenseLogicalDriveConfiguration, number, reply.get(), length, info);
         failed != 0) {
       return failed;
     }

@@ -85,7 +85,7 @@ int OrvaInfo_IdentifyPhysicalDevieWithBMICInex(OrvaInfo* info, OrvaInfo_Devices*
     return -1;
   }
   const auto cmdParam = static_cast<uint64_t>(int64_t{index});
-  if (const int failed = dmu::sendToController(kIdentifyPhysicalDevice, cmdParam, reply, sizeof(*reply), info);
+  if (const int failed = dmu::sendToController(kIdentifyPhysicalDevice, cmdParam, reply.get(), sizeof(*reply), info);
       failed != 0) {
     return failed;
   }

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstring>
 #include <ctime>
 
 #include "controller/lun_address.h"

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 
 #include "plugin/memory_guard.h"
 #include "plugin/trace.h"
@@ -58,6 +59,7 @@ class DiskNode {
 };
 
 /// Asks the disk for the page.
+/// @param page  zeros, so that what was not received reads as nothing
 /// @return bytes of `page` that were received, 0 to 64; nothing when the request failed or another page came back
 std::optional<size_t> inquireSerialPage(const DiskNode& node, UnitSerialNumberPage& page) {
   uint8_t sense[32] = {};
@@ -72,7 +74,6 @@ std::optional<size_t> inquireSerialPage(const DiskNode& node, UnitSerialNumberPa
   request.cmdp = command;
   request.sbp = sense;
   request.timeout = kTimeoutMilliseconds;
-  page = {};
   if (ioctl(node.descriptor(), SG_IO, &request) != 0) return std::nullopt;
   if (request.status != 0 || request.host_status != 0 || request.driver_status != 0) return std::nullopt;
   if (page.pageCode != kUnitSerialNumberPage) return std::nullopt;
@@ -129,9 +130,9 @@ std::optional<std::string> querySerial(const std::string& path, std::string& err
 std::string Get_Dev_SN(const char* devName, std::string& error) {
   return dmu::unlessMemoryRunsOut(std::string(), [&]() -> std::string {
     static const std::string kNodePrefix = "/dev/disks/";
-    const std::optional<std::string> serial = querySerial(kNodePrefix + (devName == nullptr ? "" : devName), error);
+    std::optional<std::string> serial = querySerial(kNodePrefix + (devName == nullptr ? "" : devName), error);
     if (!serial) return {};
     DMU_TRACE("Get_Dev_SN", "SN: %s.\n", serial->c_str());
-    return *serial;
+    return std::move(*serial);
   });
 }

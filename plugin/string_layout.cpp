@@ -3,7 +3,7 @@
 // functions inside the library.
 #include <string>
 
-extern template std::string& std::string::assign(const char*);
+extern template std::string& std::basic_string<char>::assign(const char*);
 
 namespace {
 

@@ -92,7 +92,7 @@ int OrvaInfo_BlinkDriveTrayLED(int seconds, OrvaInfo_Devices* device, OrvaInfo* 
   if (!markDevice(*info, *buffer, *device, turnOn != 0)) return -1;
   buffer->MaxPhysicalDevicesSupported = info->maxPhysDevicesSupported;
   buffer->TotalStructureLength = length;
-  const int status = dmu::sendToController(kBlinkDriveTrayLed, 0, buffer, length, info);
+  const int status = dmu::sendToController(kBlinkDriveTrayLed, 0, buffer.get(), length, info);
   if (status != 0) DMU_TRACE(__func__, "Failed to blink drive LED.\n");
   return status;
 }
@@ -114,7 +114,7 @@ int OrvaInfo_SenseBlinkDriveLED(OrvaInfo* info, vlexBlinkDriveLED* buffer, int l
     buffer = own.get();
   }
   if (static_cast<uint32_t>(length) > kMaxTransfer) return -1;
-  const int status = OrvaInfo_ExeCmd(kSenseBlinkDriveLed, 0, 0, buffer, length, &controllerAddress, info);
+  const int status = dmu::sendToController(kSenseBlinkDriveLed, 0, buffer, static_cast<uint32_t>(length), info);
   if (status != 0) DMU_TRACE(__func__, "Failed to sense blink drive LED.\n");
   return status;
 }

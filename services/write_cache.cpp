@@ -112,13 +112,14 @@ int OrvaInfo_CtrlParameter(OrvaInfo* info, int mode) {
     return -1;
   }
   constexpr uint32_t kLength = sizeof(vlexControllerParameters);
-  if (const int failed = dmu::sendToController(kSenseControllerParameters, 0, parameters, kLength, info); failed != 0) {
+  if (const int failed = dmu::sendToController(kSenseControllerParameters, 0, parameters.get(), kLength, info);
+      failed != 0) {
     return failed;
   }
   uint8_t& flags = parameters->driveConfigFlags;
   DMU_TRACE(__func__, "driveConfigFlags = 0x%x\n", flags);
   flags = static_cast<uint8_t>(mode != 0 ? flags | kDriveCache : flags & ~kDriveCache);
-  return dmu::sendToController(kSetControllerParameters, 0, parameters, kLength, info);
+  return dmu::sendToController(kSetControllerParameters, 0, parameters.get(), kLength, info);
 }
 
 int OrvaInfo_CacheConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry, int set) {
@@ -128,6 +129,7 @@ int OrvaInfo_CacheConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry, int set
     return -1;
   }
   if (!dmu::isVolume(entry->lunAddress)) return -1;
+  // A reply that does not fit is asked for once more, when a command can ask for it at all.
   uint32_t length = dmu::roundUpTo512(sizeof(vlexCacheConfiguration) + info->maxLogicalDrivesSupported / 2);
   for (bool asked = false; length >= sizeof(vlexCacheConfiguration) && length <= kMaxTransfer; asked = true) {
     const auto configuration = dmu::makeCommandBuffer<vlexCacheConfiguration>(length);
@@ -135,7 +137,7 @@ int OrvaInfo_CacheConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry, int set
       DMU_TRACE(__func__, "Failed to allocate memory.\n");
       return -1;
     }
-    if (const int failed = dmu::sendToController(kSenseCacheConfiguration, 0, configuration, length, info);
+    if (const int failed = dmu::sendToController(kSenseCacheConfiguration, 0, configuration.get(), length, info);
         failed != 0) {
       return failed;
     }
@@ -149,7 +151,7 @@ int OrvaInfo_CacheConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry, int set
     }
     if (length > configuration->offsetToECDU + maxUnits / 2U) {
       if (!changeBit(*configuration, dmu::logicalDriveNumber(entry->lunAddress), set != 0)) return -1;
-      return dmu::sendToController(kSetCacheConfiguration, 0, configuration, length, info);
+      return dmu::sendToController(kSetCacheConfiguration, 0, configuration.get(), length, info);
     }
     if (asked) return -1;
     length = dmu::roundUpTo512(configuration->offsetToEWCDU + maxUnits / 8U);

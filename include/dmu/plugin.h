@@ -175,6 +175,8 @@ using DmuPluginInitFunction = DmuPluginDescriptor* (*)();
 
 }  // extern "C"
 
+static_assert(offsetof(DriveTemperature, currentTemperature) == 0);
+static_assert(offsetof(DriveTemperature, maximumTemperature) == 1);
 static_assert(sizeof(DriveTemperature) == 2);
 static_assert(offsetof(DmuDeviceInfo, deviceType) == 0);
 static_assert(offsetof(DmuDeviceInfo, physicalDisks) == 4);
