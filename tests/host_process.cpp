@@ -165,6 +165,7 @@ PluginTest::PluginTest() {
   host.clearFaults();
   host.setClock(nullptr);
   host.resetCounts();
+  channelsBefore_ = host.counts().openChannels;
   host.recordCommands(true);
   (void)host.takeCommands();
 }

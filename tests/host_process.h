@@ -47,6 +47,9 @@ class PluginTest : public testing::Test {
     return *symbol;
   }
 
+  /// Channels that the plugin has open.
+  uint32_t openChannels() const { return host.counts().openChannels - channelsBefore_; }
+
   /// Unloads the plugin before the end of the test.
   void unload();
 
@@ -60,6 +63,7 @@ class PluginTest : public testing::Test {
 
  private:
   void* library_ = nullptr;
+  uint32_t channelsBefore_ = 0;
   std::vector<CtrlDevInfo*> handles_;
 };
 
