@@ -49,12 +49,12 @@ Bytes Blink::sense(uint64_t now) const {
   buffer.elapsed = elapsed(now);
   std::copy(state_.enable.begin(), state_.enable.end(), buffer.enable);
 
-  Bytes reply = bytesOf(buffer);
-  reply.insert(reply.end(), state_.extended.begin(), state_.extended.end());
+  Bytes reply = bytesOf(buffer, state_.extended.size());
+  const auto extended = std::span<uint8_t>(reply).subspan(sizeof buffer);
+  std::copy(state_.extended.begin(), state_.extended.end(), extended.begin());
   if (elapsed(now) == state_.duration) {
-    const std::span<uint8_t> bytes = reply;
-    clearBlinkBits(bytes.subspan(offsetof(wire::BlinkBuffer, enable), wire::kFixedBlinkDrives));
-    clearBlinkBits(bytes.subspan(sizeof buffer));
+    clearBlinkBits(std::span<uint8_t>(reply).subspan(offsetof(wire::BlinkBuffer, enable), wire::kFixedBlinkDrives));
+    clearBlinkBits(extended);
   }
   return reply;
 }

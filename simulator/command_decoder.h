@@ -80,6 +80,7 @@ struct DecodedCommand {
 ///         names are looked at.
 [[nodiscard]] inline std::optional<DecodedCommand> decodeCommand(const wire::PassthruRecord& record) {
   const uint8_t* cdb = record.cdb;
+  const auto pair = [](uint8_t high, uint8_t low) { return uint32_t{high} << 8 | low; };
   const bool bmic = cdb[0] == kBmicRead || cdb[0] == kBmicWrite;
   for (const CommandLayout& layout : kCommands) {
     if (layout.isReport() == bmic || cdb[bmic ? 6 : 0] != static_cast<uint8_t>(layout.opcode)) continue;
@@ -88,16 +89,16 @@ struct DecodedCommand {
       case Argument::none:
         break;
       case Argument::volume:
-        command.argument = cdb[1] | cdb[9] << 8;
+        command.argument = pair(cdb[9], cdb[1]);
         break;
       case Argument::drive:
-        command.argument = cdb[2] | cdb[9] << 8;
+        command.argument = pair(cdb[9], cdb[2]);
         break;
       case Argument::reportFormat:
         command.argument = cdb[1];
         break;
     }
-    const uint32_t length16 = static_cast<uint32_t>(cdb[7] << 8 | cdb[8]);
+    const uint32_t length16 = pair(cdb[7], cdb[8]);
     switch (layout.lengthField) {
       case LengthField::bytes16:
         command.length = length16;

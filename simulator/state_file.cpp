@@ -46,8 +46,9 @@ std::optional<std::string> restoreAll(const json& document, std::vector<Controll
 
   std::vector<ControllerModel> restored = controllers;
   for (const auto& [hba, state] : document.at("controllers").items()) {
-    const auto found = std::find_if(restored.begin(), restored.end(),
-                                    [&](const ControllerModel& controller) { return controller.config.hba == hba; });
+    const auto found = std::find_if(restored.begin(), restored.end(), [name = std::string_view(hba)](const auto& each) {
+      return each.config.hba == name;
+    });
     if (found == restored.end()) return "it holds the state of " + hba + ", which this topology does not have";
     if (!restoreController(state, *found)) return "the state of " + hba + " does not fit this topology's controller";
   }
