@@ -17,6 +17,12 @@ class ExamplesFirst final : public CLI::Formatter {
            make_positionals(app) + make_groups(app, mode) + make_subcommands(app, mode) +
            (app->get_parent() == nullptr ? "" : "\nFor the options of every command see \"dmu-host --help\".\n");
   }
+
+  /// An argument's fixed words come behind its name.
+  std::string make_option_usage(const CLI::Option* option) const override {
+    const std::string words = option->get_type_name();
+    return CLI::Formatter::make_option_usage(option) + (words.empty() ? "" : " " + words);
+  }
 };
 
 std::string linesOf(const std::vector<std::string>& examples) {
@@ -32,6 +38,9 @@ void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
       ->type_name("FILE");
   app.add_option("--inventory", options.inventoryFile, "Take the host's disks from this file (needed on a real host)")
       ->type_name("FILE");
+  app.add_option("--state", options.stateFile, "Keep the state of the simulated hardware in this file")
+      ->type_name("FILE");
+  app.add_flag("--show-commands", options.showCommands, "Show each command that reaches the driver");
   app.add_flag("--json", options.json, "Write a JSON document instead of text");
 }
 

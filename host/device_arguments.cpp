@@ -7,12 +7,34 @@
 
 namespace host {
 
-void DeviceArguments::addTo(CLI::App& app) {
-  app.add_option("DEVICE", names_, "A disk: its name, HBA:CHANNEL:TARGET:LUN, or serial:TEXT")->type_name("");
+void DeviceArguments::declare(CLI::App& app, const std::string& lastWords) {
+  app.add_option("DEVICE", names_, "A disk: its name, HBA:CHANNEL:TARGET:LUN, serial:TEXT or bay:PORT:BOX:BAY")
+      ->type_name(lastWords);
   app.add_flag("--all", all_, "All disks that the plugin serves, instead of devices");
+}
+
+void DeviceArguments::takeSwitch() {
+  const std::string word = names_.empty() ? "" : names_.back();
+  if (word != "on" && word != "off") throw CLI::ValidationError("the last argument must be on or off");
+  on_ = word == "on";
+  names_.pop_back();
+}
+
+void DeviceArguments::check() const {
+  if (all_ && !names_.empty()) throw CLI::ValidationError("give devices or --all, not both");
+  if (!all_ && names_.empty()) throw CLI::ValidationError("give a device, or --all");
+}
+
+void DeviceArguments::addTo(CLI::App& app) {
+  declare(app, "");
+  app.parse_complete_callback([this] { check(); });
+}
+
+void DeviceArguments::addWithSwitchTo(CLI::App& app) {
+  declare(app, "on|off");
   app.parse_complete_callback([this] {
-    if (all_ && !names_.empty()) throw CLI::ValidationError("give devices or --all, not both");
-    if (!all_ && names_.empty()) throw CLI::ValidationError("give a device, or --all");
+    takeSwitch();
+    check();
   });
 }
 

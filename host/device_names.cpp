@@ -5,6 +5,7 @@
 #include <functional>
 #include <string_view>
 
+#include "host/operations.h"
 #include "host/serial_number.h"
 #include "host/text.h"
 
@@ -12,6 +13,7 @@ namespace host {
 namespace {
 
 constexpr std::string_view kSerialPrefix = "serial:";
+constexpr std::string_view kBayPrefix = "bay:";
 constexpr size_t kMostCandidates = 20;
 
 using Match = std::function<bool(const HostDisk&)>;
@@ -40,6 +42,26 @@ std::vector<std::string> candidates(const std::vector<HostDisk>& disks) {
   return texts;
 }
 
+/// The physical disk in a bay; for a bay whose drive the host does not see, a refusal that names its volumes.
+std::vector<HostDisk> findByPlace(Session& session, const std::string& name, const Place& place) {
+  std::vector<HostDisk> inBay;
+  std::vector<HostDisk> volumes;
+  for (const HostDisk& disk : session.disks()) {
+    const DeviceHandle handle = openHandle(session.plugin(), disk);
+    if (handle.get() == nullptr) continue;
+    const auto information = deviceInformation(handle);
+    const auto found = places(handle);
+    if (!information.value || !found.value) continue;
+    const bool sitsThere = std::any_of(found.value->begin(), found.value->end(),
+                                       [&](const Place& other) { return isSamePlace(place, other); });
+    if (sitsThere) (information.value->deviceType == kVolumeType ? volumes : inBay).push_back(disk);
+  }
+  if (inBay.empty() && !volumes.empty()) {
+    throw Refusal(printable(name) + ": no such device; the drive in that bay belongs to", candidates(volumes));
+  }
+  return inBay;
+}
+
 std::vector<HostDisk> findByName(Session& session, const std::string& name) {
   const std::vector<HostDisk>& disks = session.disks();
   auto found = matching(disks, [&](const HostDisk& disk) { return disk.device == name; });
@@ -49,6 +71,11 @@ std::vector<HostDisk> findByName(Session& session, const std::string& name) {
   if (found.empty() && name.starts_with(kSerialPrefix)) {
     const std::string serial = name.substr(kSerialPrefix.size());
     found = matching(disks, [&](const HostDisk& disk) { return readSerialNumber(disk.device).serial == serial; });
+  }
+  if (found.empty() && name.starts_with(kBayPrefix)) {
+    const auto place = parsePlace(name.substr(kBayPrefix.size()));
+    if (!place) throw Refusal(printable(name) + ": a place is written bay:PORT:BOX:BAY");
+    found = findByPlace(session, name, *place);
   }
   return found;
 }

@@ -10,7 +10,8 @@ namespace host {
 
 /// The disks of the names, in their order; a disk named twice comes once.
 ///
-/// @param names  each a device name, "HBA:CHANNEL:TARGET:LUN" or "serial:TEXT"
+/// @param names  each a device name, "HBA:CHANNEL:TARGET:LUN", "serial:TEXT", or "bay:PORT:BOX:BAY" for the physical
+///               disk that sits there
 /// @throws Refusal  for a name that fits no disk or more than one; it lists the candidates
 [[nodiscard]] std::vector<HostDisk> disksNamed(Session& session, const std::vector<std::string>& names);
 

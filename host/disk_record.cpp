@@ -30,16 +30,16 @@ std::optional<std::string> raidName(const DiskRecord& record) {
 }
 
 static Json toJson(const simulator::PciIdentity& pci) {
-  return {{"is_pci_device", pci.isPciDevice},
+  return {{"isPciDevice", pci.isPciDevice},
           {"segment", pci.segment},
           {"bus", pci.bus},
           {"slot", pci.slot},
           {"function", pci.function},
-          {"vendor_id", pci.vendorId},
-          {"sub_vendor_id", pci.subVendorId},
-          {"device_id", pci.deviceId},
-          {"sub_device_id", pci.subDeviceId},
-          {"physical_slot", pci.physicalSlot}};
+          {"vendorId", pci.vendorId},
+          {"subVendorId", pci.subVendorId},
+          {"deviceId", pci.deviceId},
+          {"subDeviceId", pci.subDeviceId},
+          {"physicalSlot", pci.physicalSlot}};
 }
 
 Json toJson(const DiskRecord& record) {
@@ -56,7 +56,7 @@ Json toJson(const DiskRecord& record) {
           {"pci", toJson(record.disk.pci)},
           {"serial", orNull(record.serial)},
           {"kind", orNull(kindName(record))},
-          {"raid_level", orNull(record.raidLevel)},
+          {"raidLevel", orNull(record.raidLevel)},
           {"members", orNull(record.members)},
           {"note", orNull(record.note)},
           {"errors", std::move(errors)}};

@@ -14,9 +14,6 @@
 namespace host {
 namespace {
 
-constexpr const char* kFormat = "dmu-host inventory";
-constexpr int kVersion = 1;
-
 /// One JSON value with its place in the file, so that a mistake can be named.
 class Node {
  public:
@@ -70,6 +67,12 @@ class Node {
     return static_cast<Number>(value_.get<uint64_t>());
   }
 
+  /// Reads an optional number; without it the value stays.
+  template <typename Number>
+  void readInto(const char* key, Number& value) const {
+    if (has(key)) value = at(key).number<Number>();
+  }
+
  private:
   [[nodiscard]] Node child(const std::string& key) const { return {value_.at(key), file_, path_ + "/" + key}; }
 
@@ -92,20 +95,21 @@ Json parse(const std::string& file) {
   }
 }
 
+/// The keys of a controller's "pci" in a topology, each optional as there.
 simulator::PciIdentity pciOf(const Node& node) {
-  node.mustBeObjectOf({"is_pci_device", "segment", "bus", "slot", "function", "vendor_id", "sub_vendor_id", "device_id",
-                       "sub_device_id", "physical_slot"});
+  node.mustBeObjectOf({"isPciDevice", "segment", "bus", "slot", "function", "vendorId", "subVendorId", "deviceId",
+                       "subDeviceId", "physicalSlot"});
   simulator::PciIdentity pci;
-  pci.isPciDevice = node.at("is_pci_device").truth();
-  pci.segment = node.at("segment").number<uint16_t>();
-  pci.bus = node.at("bus").number<uint8_t>();
-  pci.slot = node.at("slot").number<uint8_t>();
-  pci.function = node.at("function").number<uint8_t>();
-  pci.vendorId = node.at("vendor_id").number<uint16_t>();
-  pci.subVendorId = node.at("sub_vendor_id").number<uint16_t>();
-  pci.deviceId = node.at("device_id").number<uint16_t>();
-  pci.subDeviceId = node.at("sub_device_id").number<uint16_t>();
-  pci.physicalSlot = node.at("physical_slot").number<uint32_t>();
+  if (node.has("isPciDevice")) pci.isPciDevice = node.at("isPciDevice").truth();
+  node.readInto("segment", pci.segment);
+  node.readInto("bus", pci.bus);
+  node.readInto("slot", pci.slot);
+  node.readInto("function", pci.function);
+  node.readInto("vendorId", pci.vendorId);
+  node.readInto("subVendorId", pci.subVendorId);
+  node.readInto("deviceId", pci.deviceId);
+  node.readInto("subDeviceId", pci.subDeviceId);
+  node.readInto("physicalSlot", pci.physicalSlot);
   return pci;
 }
 
@@ -130,9 +134,7 @@ HostDisk diskOf(const Node& node) {
 std::vector<HostDisk> readInventory(const std::string& file) {
   const Json json = parse(file);
   const Node root(json, file, "");
-  root.mustBeObjectOf({"format", "version", "disks"});
-  if (root.at("format").text() != kFormat) root.at("format").refuse("must be \"" + std::string(kFormat) + "\"");
-  if (root.at("version").number<uint32_t>() != kVersion) root.at("version").refuse("must be 1");
+  root.mustBeObjectOf({"disks"});
   std::vector<HostDisk> disks;
   std::set<std::string> devices;
   std::set<std::string> addresses;

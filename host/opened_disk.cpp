@@ -9,46 +9,17 @@ namespace {
 /// The one driver whose disks the plugin opens.
 constexpr const char* kServedDriver = "veltrane";
 
-DmuDeviceOpenInfo openInfoOf(const HostDisk& disk) {
-  DmuDeviceOpenInfo info{};
-  info.devName = disk.device.c_str();
-  info.hba = disk.hba.c_str();
-  info.channel = disk.channel;
-  info.target = disk.target;
-  info.lun = disk.lun;
-  info.driver = disk.driver.c_str();
-  info.isPciDevice = disk.pci.isPciDevice ? 1 : 0;
-  info.segment = disk.pci.segment;
-  info.busId = disk.pci.bus;
-  info.slotId = disk.pci.slot;
-  info.functionId = disk.pci.function;
-  info.vendorId = disk.pci.vendorId;
-  info.subVendorId = disk.pci.subVendorId;
-  info.deviceId = disk.pci.deviceId;
-  info.subDeviceId = disk.pci.subDeviceId;
-  info.physicalSlot = disk.pci.physicalSlot;
-  return info;
-}
-
-DeviceHandle openHandle(const DmuPluginDescriptor& plugin, const HostDisk& disk) {
-  const DmuDeviceOpenInfo info = openInfoOf(disk);
-  CtrlDevInfo* handle = nullptr;
-  const int32_t result = plugin.openDeviceV2(&info, &handle);
-  return {plugin, result == 0 ? handle : nullptr};
-}
-
 void reportNotOpened(Report& report, DiskRecord& record, Named named) {
   if (record.disk.driver == kServedDriver) {
     report.failed(record, "open", "the plugin opened no handle");
     return;
   }
-  const std::string text =
-      "another driver's disk: " + record.disk.driver + " presents it, the plugin serves " + kServedDriver;
-  if (named == Named::yes) {
-    report.failed(record, "open", text);
-  } else {
-    record.note = text;
+  if (named == Named::no) {
+    record.note = "another driver's disk (" + record.disk.driver + ")";
+    return;
   }
+  report.failed(record, "open",
+                "another driver's disk: " + record.disk.driver + " presents it, the plugin serves " + kServedDriver);
 }
 
 void readSerial(Report& report, OpenedDisk& opened) {
@@ -65,11 +36,11 @@ void readInformation(Report& report, OpenedDisk& opened) {
     return;
   }
   const DmuDeviceInfo& information = *answer.value;
-  if (information.deviceType == 1) {
+  if (information.deviceType == kVolumeType) {
     opened.record.kind = DiskKind::volume;
     opened.record.members = information.physicalDisks;
     opened.record.raidLevel = raidLevelOf(information.raidLevel, information.physicalDisks);
-  } else if (information.deviceType == 2) {
+  } else if (information.deviceType == kDiskType) {
     opened.record.kind = DiskKind::disk;
   } else {
     report.failed(opened.record, "device information",
@@ -86,6 +57,13 @@ OpenedDisk openDisk(Session& session, const HostDisk& disk, Named named) {
   readSerial(session.report(), opened);
   if (isServed) readInformation(session.report(), opened);
   return opened;
+}
+
+std::optional<std::vector<Place>> askPlaces(Session& session, OpenedDisk& opened) {
+  if (!opened.isKnown()) return std::nullopt;
+  auto answer = places(opened.handle);
+  if (!answer.value) session.report().failed(opened.record, "location", answer.error);
+  return std::move(answer.value);
 }
 
 }  // namespace host

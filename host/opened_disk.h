@@ -21,4 +21,8 @@ struct OpenedDisk {
 /// reported and stands in the record.
 [[nodiscard]] OpenedDisk openDisk(Session& session, const HostDisk& disk, Named named);
 
+/// Where the disk's drives sit.
+/// @return nothing for a disk that is not known, or when the operation failed, which is reported
+[[nodiscard]] std::optional<std::vector<Place>> askPlaces(Session& session, OpenedDisk& opened);
+
 }  // namespace host

@@ -6,9 +6,15 @@
 #include <string>
 #include <vector>
 
+#include "host/host_disk.h"
+#include "host/place.h"
 #include <dmu/plugin.h>
 
 namespace host {
+
+/// The device types of operation 0.
+inline constexpr uint32_t kVolumeType = 1;
+inline constexpr uint32_t kDiskType = 2;
 
 /// A value, or the text of the failure.
 template <typename Value>
@@ -37,7 +43,28 @@ class DeviceHandle {
   CtrlDevInfo* handle_;
 };
 
+/// Opens a handle as the daemon does; it holds null when the plugin refuses.
+[[nodiscard]] DeviceHandle openHandle(const DmuPluginDescriptor& plugin, const HostDisk& disk);
+
 /// Operation 0.
 [[nodiscard]] Answer<DmuDeviceInfo> deviceInformation(const DeviceHandle& handle);
+
+/// What an operation that changes something came back with.
+struct ActionResult {
+  int32_t result = 0;
+  std::string error;  ///< the plugin's text; empty when it gave none
+};
+
+/// Operation 1.
+[[nodiscard]] ActionResult setLocatorLed(const DeviceHandle& handle, bool on, uint16_t seconds);
+
+/// Operations 2 and 3.
+[[nodiscard]] ActionResult setCache(const DeviceHandle& handle, bool on);
+
+/// Operation 4, with room for however many drives there are.
+[[nodiscard]] Answer<std::vector<DriveTemperature>> temperatures(const DeviceHandle& handle);
+
+/// Operation 5, with room for however many drives there are.
+[[nodiscard]] Answer<std::vector<Place>> places(const DeviceHandle& handle);
 
 }  // namespace host

@@ -33,7 +33,7 @@ void Report::note(const std::string& text) {
 }
 
 void Report::addTo(Json& document) const {
-  document["exit_status"] = static_cast<int>(status_);
+  document["exitStatus"] = static_cast<int>(status_);
   Json& errors = document["errors"] = Json::array();
   for (const Refusal& refusal : refusals_) {
     errors.push_back({{"text", refusal.what()}, {"candidates", refusal.candidates}});

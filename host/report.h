@@ -31,7 +31,7 @@ class Report {
 
   [[nodiscard]] ExitStatus exitStatus() const { return status_; }
 
-  /// Keys "exit_status", "errors" and "notes".
+  /// Keys "exitStatus", "errors" and "notes".
   void addTo(Json& document) const;
 
  private:

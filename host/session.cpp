@@ -17,12 +17,23 @@ static void refuseIf(const std::optional<std::string>& mistake) {
   if (mistake) throw Refusal(*mistake);
 }
 
+static CommandLog::Show whereToShow(const GlobalOptions& options) {
+  if (!options.showCommands) return CommandLog::Show::nothing;
+  return options.json ? CommandLog::Show::inDocument : CommandLog::Show::onStandardOutput;
+}
+
+Session::Session(const GlobalOptions& options)
+    : options_(options), terminal_(Terminal::ofThisProcess()), report_(options.json), commands_(whereToShow(options)) {}
+
 void Session::prepareSimulatedHost() {
   if (prepared_) return;
   prepared_ = true;
   simulatedHost_ = findSimulatedHost();
   if (!options_.topologyFile.empty()) {
     refuseIf(simulatedHost("--topology").loadFile(options_.topologyFile));
+  }
+  if (!options_.stateFile.empty()) {
+    refuseIf(simulatedHost("--state").useStateFile(options_.stateFile));
   }
 }
 
@@ -79,7 +90,8 @@ void Session::addTo(Json& document) const {
     plugin = {
         {"file", plugin_->file()}, {"name", textOrNull(descriptor.name)}, {"version", textOrNull(descriptor.version)}};
   }
-  document["faults_never_fired"] = unfiredFaults();
+  document["faultsNeverFired"] = unfiredFaults();
+  commands_.addTo(document);
 }
 
 }  // namespace host

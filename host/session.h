@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "host/command_log.h"
 #include "host/host_disk.h"
 #include "host/loaded_plugin.h"
 #include "host/report.h"
@@ -18,13 +19,14 @@ struct GlobalOptions {
   std::string pluginFile;
   std::string topologyFile;
   std::string inventoryFile;
+  std::string stateFile;
   bool json = false;
+  bool showCommands = false;
 };
 
 class Session {
  public:
-  explicit Session(const GlobalOptions& options)
-      : options_(options), terminal_(Terminal::ofThisProcess()), report_(options.json) {}
+  explicit Session(const GlobalOptions& options);
 
   /// The host's disks, of every driver: from the inventory file, else from the simulated host.
   /// @throws Refusal  there are none, or they cannot be found out
@@ -42,12 +44,12 @@ class Session {
   /// Where the fault rules were written that never hit a call of the plugin; none before the plugin was loaded.
   [[nodiscard]] std::vector<std::string> unfiredFaults() const;
 
-  /// Keys "plugin" and "faults_never_fired".
+  /// Keys "plugin", "faultsNeverFired" and "commands".
   void addTo(Json& document) const;
 
-  [[nodiscard]] const GlobalOptions& options() const { return options_; }
   [[nodiscard]] const Terminal& terminal() const { return terminal_; }
   [[nodiscard]] Report& report() { return report_; }
+  [[nodiscard]] CommandLog& commands() { return commands_; }
 
  private:
   void prepareSimulatedHost();
@@ -55,6 +57,7 @@ class Session {
   const GlobalOptions options_;
   const Terminal terminal_;
   Report report_;
+  CommandLog commands_;
   bool prepared_ = false;
   simulator::SimulatedHost* simulatedHost_ = nullptr;  // null on a real host
   std::optional<std::vector<HostDisk>> disks_;

@@ -9,5 +9,11 @@ namespace host {
 
 [[nodiscard]] std::unique_ptr<Command> makeListCommand();
 [[nodiscard]] std::unique_ptr<Command> makeInfoCommand();
+[[nodiscard]] std::unique_ptr<Command> makeLocationCommand();
+[[nodiscard]] std::unique_ptr<Command> makeTemperatureCommand();
+[[nodiscard]] std::unique_ptr<Command> makeLocateCommand();
+[[nodiscard]] std::unique_ptr<Command> makeCacheCommand();
+[[nodiscard]] std::unique_ptr<Command> makeDrivesCommand();
+[[nodiscard]] std::unique_ptr<Command> makeTraceCommand();
 
 }  // namespace host

@@ -36,7 +36,7 @@ class InfoCommand final : public Command {
  public:
   InfoCommand()
       : Command("info", "Show all that is known of some disks",
-                {"dmu-host info naa.600508b1001c5ac0", "dmu-host info vmhba2:0:1:0 serial:S4D0C7XY",
+                {"dmu-host info naa.6a1b2c0000000201", "dmu-host info vmhba2:1:1:0 serial:S7P3X0Q8",
                  "dmu-host info --all --json"}) {}
 
   void addOptions(CLI::App& app) override { devices_.addTo(app); }

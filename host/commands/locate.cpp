@@ -1,0 +1,161 @@
+// dmu-host locate: switches the locator LEDs of some disks.
+#include <CLI/CLI.hpp>
+#include <ctime>
+#include <map>
+#include <set>
+
+#include "host/commands/commands.h"
+#include "host/device_arguments.h"
+#include "host/local_time.h"
+#include "host/switching.h"
+#include "host/text.h"
+
+namespace host {
+namespace {
+
+constexpr int kLongestBlink = 65535;  // seconds, what the operation's argument can carry
+
+/// What became of one disk.
+struct Located {
+  DiskRecord record;
+  Switched switched;
+  std::optional<std::vector<Place>> places;
+  time_t until = 0;  ///< the end of the blink time
+};
+
+/// What the disks of one controller came to. Its blink time is one for all drives, so it holds for others as well.
+struct ControllerBlink {
+  size_t blinking = 0;         ///< drives that blink by the last buffer written
+  std::set<std::string> ours;  ///< location texts of the drives switched here
+  size_t counted = 0;          ///< drives switched here by the plugin's count
+  bool placesAreSure = true;   ///< each switched drive has a location text of its own
+  time_t until = 0;
+};
+
+class LocateCommand final : public Command {
+ public:
+  LocateCommand()
+      : Command("locate", "Switch the locator LED of disks, or of a volume's member drives, on or off",
+                {"dmu-host locate vmhba2:1:1:0 on", "dmu-host locate vmhba2:1:1:0 serial:S7P3X0Q8 on --seconds 300",
+                 "dmu-host locate --all off", "dmu-host locate bay:2E:2:1 on --dry-run"}) {}
+
+  void addOptions(CLI::App& app) override {
+    devices_.addWithSwitchTo(app);
+    app.add_option("--seconds", seconds_, "Blink time, 1 to 65535; one for the whole controller (default: 60)")
+        ->type_name("N")
+        ->check([](const std::string& text) { return isBlinkTime(text) ? "" : "must be a number from 1 to 65535"; });
+    app.add_flag("--dry-run", dryRun_, "Read from the controller, but only show what would be written to it");
+  }
+
+  Json emptyResult() const override {
+    return {{"dryRun", dryRun_}, {"devices", Json::array()}, {"controllers", Json::array()}};
+  }
+
+  Outcome run(Session& session) override {
+    Outcome outcome{"", emptyResult()};
+    auto opened = devices_.open(session);
+    if (dryRun_) session.commands().holdBackWrites();
+    std::map<std::string, ControllerBlink> controllers;
+    for (OpenedDisk& disk : opened) {
+      const Located located = locate(session, disk, controllers[disk.record.disk.hba]);
+      outcome.text += lineOf(located);
+      outcome.json["devices"].push_back(toJson(located));
+    }
+    for (const auto& [hba, blink] : controllers) {
+      if (blink.until == 0) continue;
+      outcome.text += noteOf(hba, blink);
+      outcome.json["controllers"].push_back(
+          {{"hba", hba}, {"otherDrivesBlinking", others(blink)}, {"until", isoTime(blink.until)}});
+    }
+    return outcome;
+  }
+
+ private:
+  static bool isBlinkTime(const std::string& text) {
+    const bool isNumber = !text.empty() && text.size() <= 5 && text.find_first_not_of("0123456789") == text.npos;
+    return isNumber && std::stoi(text) >= 1 && std::stoi(text) <= kLongestBlink;
+  }
+
+  [[nodiscard]] uint16_t seconds() const { return static_cast<uint16_t>(std::stoi(seconds_)); }
+
+  Located locate(Session& session, OpenedDisk& opened, ControllerBlink& controller) const {
+    const size_t before = session.commands().size();
+    Located located;
+    located.switched = switchDisk(session, opened, "locator LED", MustCount::yes, [this](const DeviceHandle& handle) {
+      return setLocatorLed(handle, devices_.isOn(), seconds());
+    });
+    located.until = std::time(nullptr) + seconds();
+    const auto blinking = drivesBlinking(session.commands().since(before));
+    if (located.switched.done || located.switched.heldBack) located.places = askPlaces(session, opened);
+    if (located.switched.done && blinking) add(located, blinking->size(), controller);
+    located.record = opened.record;
+    return located;
+  }
+
+  static void add(const Located& located, size_t blinking, ControllerBlink& controller) {
+    const auto count = static_cast<size_t>(located.switched.result);
+    std::set<std::string> texts;
+    for (const Place& place : located.places.value_or(std::vector<Place>{})) texts.insert(place.text);
+    controller.placesAreSure = controller.placesAreSure && texts.size() == count;
+    controller.ours.insert(texts.begin(), texts.end());
+    controller.counted += count;
+    controller.blinking = blinking;
+    controller.until = located.until;
+  }
+
+  /// Drives of the controller that blink and were not switched here.
+  [[nodiscard]] size_t others(const ControllerBlink& controller) const {
+    if (!devices_.isOn()) return controller.blinking;
+    const size_t ours = controller.placesAreSure ? controller.ours.size() : controller.counted;
+    return controller.blinking > ours ? controller.blinking - ours : 0;
+  }
+
+  [[nodiscard]] std::string lineOf(const Located& located) const {
+    const std::string device = printable(located.record.disk.device) + ": ";
+    if (located.switched.heldBack) return device + "dry run: " + describe(*located.switched.heldBack) + "\n";
+    if (!located.switched.done) return "";
+    const auto count = static_cast<size_t>(located.switched.result);
+    std::string line = device + counted(count, "drive");
+    if (devices_.isOn()) {
+      line += (count == 1 ? " blinks until " : " blink until ") + localTime(located.until);
+    } else {
+      line += count == 1 ? " blinks no longer" : " blink no longer";
+    }
+    const bool whereIsKnown = located.places && !located.places->empty();
+    return line + (whereIsKnown ? ": " + describe(*located.places) : "") + "\n";
+  }
+
+  [[nodiscard]] std::string noteOf(const std::string& hba, const ControllerBlink& controller) const {
+    const size_t number = others(controller);
+    if (number == 0) return "";
+    return printable(hba) + ": " + counted(number, "other drive") + (number == 1 ? " blinks" : " blink") +
+           " there too; the blink time is the controller's, so it now ends for all at " + localTime(controller.until) +
+           "\n";
+  }
+
+  [[nodiscard]] Json toJson(const Located& located) const {
+    Json device = host::toJson(located.record);
+    Json& locator = device["locator"] = nullptr;
+    if (located.switched.done) {
+      locator = {{"on", devices_.isOn()},
+                 {"drives", located.switched.result},
+                 {"locations", located.places ? host::toJson(*located.places) : Json(nullptr)},
+                 {"seconds", seconds()},
+                 {"until", devices_.isOn() ? Json(isoTime(located.until)) : Json(nullptr)}};
+    }
+    device["notSent"] = located.switched.heldBack ? host::toJson(*located.switched.heldBack) : Json(nullptr);
+    return device;
+  }
+
+  DeviceArguments devices_;
+  std::string seconds_ = "60";
+  bool dryRun_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeLocateCommand() {
+  return std::make_unique<LocateCommand>();
+}
+
+}  // namespace host

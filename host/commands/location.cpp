@@ -1,0 +1,44 @@
+// dmu-host location: where the drives of some disks sit.
+#include "host/commands/commands.h"
+#include "host/device_arguments.h"
+#include "host/text.h"
+#include "host/text_table.h"
+
+namespace host {
+namespace {
+
+class LocationCommand final : public Command {
+ public:
+  LocationCommand()
+      : Command("location", "Show where the drives of some disks sit",
+                {"dmu-host location vmhba2:1:1:0", "dmu-host location --all --json"}) {}
+
+  void addOptions(CLI::App& app) override { devices_.addTo(app); }
+
+  Outcome run(Session& session) override {
+    TextTable table({"DEVICE", "PORT:BOX:BAY"});
+    Json devices = Json::array();
+    for (OpenedDisk& opened : devices_.open(session)) {
+      const auto found = askPlaces(session, opened);
+      for (const Place& place : found.value_or(std::vector<Place>{})) {
+        table.addRow({printable(opened.record.disk.device), describe(place)});
+      }
+      if (found && found->empty()) table.addRow({printable(opened.record.disk.device), kUnknown});
+      Json device = toJson(opened.record);
+      device["locations"] = found ? toJson(*found) : Json(nullptr);
+      devices.push_back(std::move(device));
+    }
+    return {table.text(session.terminal()), {{"devices", std::move(devices)}}};
+  }
+
+ private:
+  DeviceArguments devices_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeLocationCommand() {
+  return std::make_unique<LocationCommand>();
+}
+
+}  // namespace host

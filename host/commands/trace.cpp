@@ -1,0 +1,92 @@
+// dmu-host trace: switches the plugin's trace on and off by its flag file, and shows what was traced.
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "host/commands/commands.h"
+#include "host/file_content.h"
+#include "host/text.h"
+
+namespace host {
+namespace {
+
+/// The trace is on while this file exists, and is written into it.
+constexpr const char* kTraceFile = "/tmp/veltrane_plugin_debug";
+
+[[noreturn]] void refuse(int error) {
+  throw Refusal(std::string(kTraceFile) + ": " + std::strerror(error));
+}
+
+void switchOn() {
+  // Anybody may write to /tmp: what a link there points to is not ours to create.
+  const int file = open(kTraceFile, O_WRONLY | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
+  if (file < 0) refuse(errno);
+  close(file);
+}
+
+void switchOff() {
+  if (unlink(kTraceFile) != 0 && errno != ENOENT) refuse(errno);
+}
+
+bool isOn() {
+  struct stat status {};
+  return lstat(kTraceFile, &status) == 0;
+}
+
+std::vector<std::string> tracedLines() {
+  std::string error;
+  const auto content = readFile(kTraceFile, error);
+  if (!content) throw Refusal(std::string(kTraceFile) + ": " + error);
+  std::vector<std::string> lines;
+  std::istringstream stream(*content);
+  for (std::string line; std::getline(stream, line);) lines.push_back(std::move(line));
+  return lines;
+}
+
+Json resultOf(const std::optional<bool>& on, const std::optional<std::vector<std::string>>& lines) {
+  return {{"trace", {{"file", kTraceFile}, {"on", orNull(on)}, {"lines", orNull(lines)}}}};
+}
+
+class TraceCommand final : public Command {
+ public:
+  TraceCommand()
+      : Command("trace", "Switch the plugin's trace on or off, or show what was traced",
+                {"dmu-host trace on", "dmu-host trace show", "dmu-host trace off"}) {}
+
+  void addOptions(CLI::App& app) override {
+    app.add_option("WHAT", what_, "on: begin to trace; off: stop and delete the trace; show: print it")
+        ->type_name("")
+        ->required()
+        ->check(CLI::IsMember({"on", "off", "show"}));
+  }
+
+  Json emptyResult() const override { return resultOf({}, {}); }
+
+  Outcome run(Session&) override {
+    if (what_ == "on") switchOn();
+    if (what_ == "off") switchOff();
+    const bool on = isOn();
+    if (what_ != "show" || !on) {
+      return {std::string("the trace is ") + (on ? "on" : "off") + " (" + kTraceFile + ")\n", resultOf(on, {})};
+    }
+    const auto lines = tracedLines();
+    std::string text;
+    for (const std::string& line : lines) text += printable(line) + "\n";
+    return {text, resultOf(on, lines)};
+  }
+
+ private:
+  std::string what_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeTraceCommand() {
+  return std::make_unique<TraceCommand>();
+}
+
+}  // namespace host
