@@ -1,6 +1,8 @@
 // dmu-host, the reference host: reads the command line, carries out one command and writes its result as text or as a
 // JSON document.
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "host/command_line.h"
 
@@ -29,6 +31,13 @@ void writeDocument(const Command& command, Session& session, const Outcome& outc
   std::printf("%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
 }
 
+/// A result that did not reach its reader is a failure too.
+bool reachedOutput() {
+  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return true;
+  complain(std::string("standard output: ") + std::strerror(errno));
+  return false;
+}
+
 ExitStatus run(Command& command, const GlobalOptions& options) {
   Session session(options);
   const Outcome outcome = runCommand(command, session);
@@ -37,8 +46,9 @@ ExitStatus run(Command& command, const GlobalOptions& options) {
   } else {
     std::printf("%s", outcome.text.c_str());
   }
+  const bool written = reachedOutput();
   for (const std::string& place : session.unfiredFaults()) complain("fault rule at " + place + " never fired");
-  return session.report().exitStatus();
+  return written ? session.report().exitStatus() : ExitStatus::failed;
 }
 
 }  // namespace

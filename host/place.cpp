@@ -12,6 +12,9 @@ namespace {
 constexpr std::string_view kPrefix = "port:box:bay ";
 constexpr std::string_view kFailed = "(Failed)";
 
+/// What the plugin writes for a drive that never was identified.
+constexpr std::string_view kUnidentified = ":0:0";
+
 std::optional<uint32_t> number(std::string_view text) {
   uint32_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -43,8 +46,7 @@ Place placeOf(const std::string& locationText) {
   const bool hasPrefix = rest.starts_with(kPrefix);
   if (hasPrefix) rest.remove_prefix(kPrefix.size());
   std::optional<Place> parsed;
-  // A drive that could not even be identified has an empty port, box 0 and bay 0.
-  if (hasPrefix && !(failed && rest == ":0:0")) parsed = parsePlace(std::string(rest));
+  if (hasPrefix && rest != kUnidentified) parsed = parsePlace(std::string(rest));
   Place place = parsed.value_or(Place{});
   place.text = locationText;
   place.failed = failed;
@@ -56,12 +58,9 @@ bool isSamePlace(const Place& one, const Place& other) {
 }
 
 std::string describe(const Place& place) {
-  std::string text = kUnknown;
-  if (place.isKnown()) {
-    text = printable(*place.port) + ":" + std::to_string(*place.box) + ":" + std::to_string(*place.bay);
-  } else if (!place.failed) {
-    text = printable(place.text);
-  }
+  const std::string text =
+      place.isKnown() ? printable(*place.port) + ":" + std::to_string(*place.box) + ":" + std::to_string(*place.bay)
+                      : kUnknown;
   return place.failed ? text + " (failed)" : text;
 }
 

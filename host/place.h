@@ -15,8 +15,7 @@ struct Place {
   std::optional<std::string> port;  ///< nothing, here and below, when the text does not say
   std::optional<uint32_t> box;
   std::optional<uint32_t> bay;
-  bool failed =
-      false;  ///< the controller's list misses the drive; where its identification failed too, no place is known
+  bool failed = false;  ///< the controller's list misses the drive
 
   [[nodiscard]] bool isKnown() const { return port.has_value(); }
 };
@@ -30,7 +29,7 @@ struct Place {
 /// Whether both are known and the same bay.
 [[nodiscard]] bool isSamePlace(const Place& one, const Place& other);
 
-/// "1I:1:3", "1I:1:3 (failed)", "- (failed)".
+/// "1I:1:3", "1I:1:3 (failed)"; "-" instead of a place that is not known.
 [[nodiscard]] std::string describe(const Place& place);
 
 /// The places with ", " between them.

@@ -15,21 +15,21 @@ void complain(const std::string& text) {
 void Report::failed(DiskRecord& record, const std::string& operation, const std::string& text) {
   status_ = ExitStatus::failed;
   record.errors.push_back({operation, text});
-  complain(record.disk.device + ": " + operation + ": " + printable(text));
+  complain(printable(record.disk.device) + ": " + operation + ": " + printable(text));
 }
 
 void Report::refused(const Refusal& refusal) {
   status_ = ExitStatus::failed;
   refusals_.push_back(refusal);
   complain(refusal.what());
-  for (const std::string& candidate : refusal.candidates) std::fprintf(stderr, "  %s\n", candidate.c_str());
+  for (const std::string& candidate : refusal.candidates) std::fprintf(stderr, "  %s\n", printable(candidate).c_str());
 }
 
 void Report::note(const std::string& text) {
   notes_.push_back(text);
-  if (forPrograms_) return;
-  std::printf("%s\n", text.c_str());
-  std::fflush(stdout);
+  FILE* stream = forPrograms_ ? stderr : stdout;
+  std::fprintf(stream, "%s\n", text.c_str());
+  std::fflush(stream);
 }
 
 void Report::addTo(Json& document) const {

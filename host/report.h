@@ -17,7 +17,7 @@ enum class ExitStatus { done = 0, failed = 1, wrongUsage = 2 };
 
 class Report {
  public:
-  /// @param forPrograms  the result is a document: notes go into it and not to standard output
+  /// @param forPrograms  standard output is for a document alone: notes go into it and to standard error
   explicit Report(bool forPrograms) : forPrograms_(forPrograms) {}
 
   /// An operation on a disk failed: one line on standard error, and the record keeps it.

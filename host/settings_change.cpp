@@ -2,6 +2,7 @@
 #include "host/settings_change.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "host/command_log.h"
@@ -82,14 +83,30 @@ std::vector<FieldChange> blinkChanges(const std::vector<uint8_t>& before, const 
   return changes;
 }
 
-std::vector<FieldChange> bitChanges(const std::vector<uint8_t>& before, const std::vector<uint8_t>& after) {
+/// What a bit of the controller parameters or of the cache configuration is.
+std::string bitName(Opcode opcode, const std::vector<uint8_t>& data, size_t byte, unsigned bit) {
+  if (opcode == Opcode::setControllerParameters &&
+      byte == offsetof(simulator::wire::ControllerParameters, driveConfigFlags) && bit == 0) {
+    return "drives' write cache on";
+  }
+  simulator::wire::CacheConfiguration cache;
+  if (opcode == Opcode::setCacheConfiguration && data.size() >= sizeof(cache)) {
+    std::memcpy(&cache, data.data(), sizeof(cache));
+    const size_t place = (byte - cache.cacheOffAt) * 8 + bit;
+    const bool isInBitmap = byte >= cache.cacheOffAt && place < cache.maxLogicalDrives;
+    if (isInBitmap) return "cache of volume " + std::to_string(place) + " off";
+  }
+  return "byte " + std::to_string(byte) + " bit " + std::to_string(bit);
+}
+
+std::vector<FieldChange> bitChanges(Opcode opcode, const std::vector<uint8_t>& before,
+                                    const std::vector<uint8_t>& after) {
   std::vector<FieldChange> changes;
   for (size_t byte = 0; byte < std::min(before.size(), after.size()); ++byte) {
     for (unsigned bit = 0; bit < 8; ++bit) {
       const uint32_t old = before[byte] >> bit & 1U;
       const uint32_t wanted = after[byte] >> bit & 1U;
-      if (old == wanted) continue;
-      changes.push_back({"byte " + std::to_string(byte) + " bit " + std::to_string(bit), old, wanted});
+      if (old != wanted) changes.push_back({bitName(opcode, after, byte, bit), old, wanted});
     }
   }
   return changes;
@@ -114,9 +131,10 @@ std::optional<SettingsChange> lastChange(std::span<const InterceptedCommand> sen
   const InterceptedCommand* sense =
       lastOf(sent, [&](const InterceptedCommand& command) { return is(command, senseOpcode); });
   if (sense == nullptr) return std::nullopt;
-  const bool isBlink = is(*write, Opcode::blinkDriveTrayLed);
-  return SettingsChange{nameOf(*write),
-                        isBlink ? blinkChanges(sense->data, write->data) : bitChanges(sense->data, write->data)};
+  const Opcode opcode = write->command->layout->opcode;
+  return SettingsChange{nameOf(*write), opcode == Opcode::blinkDriveTrayLed
+                                            ? blinkChanges(sense->data, write->data)
+                                            : bitChanges(opcode, sense->data, write->data)};
 }
 
 std::string describe(const SettingsChange& change) {
@@ -124,7 +142,7 @@ std::string describe(const SettingsChange& change) {
   if (change.fields.empty()) return text + "nothing";
   for (const FieldChange& field : change.fields) {
     if (&field != &change.fields.front()) text += ", ";
-    text += field.field + " " + std::to_string(field.before) + " -> " + std::to_string(field.after);
+    text += field.field + ": " + std::to_string(field.before) + " -> " + std::to_string(field.after);
   }
   return text;
 }

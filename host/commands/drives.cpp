@@ -2,6 +2,7 @@
 #include <map>
 
 #include "host/commands/commands.h"
+#include "host/degrees.h"
 #include "host/grid.h"
 #include "host/text.h"
 #include "host/text_table.h"
@@ -58,9 +59,10 @@ uint32_t secondsLeft(const DriveState& state) {
 GridCell cellOf(unsigned bay, const DriveState& state) {
   const simulator::Drive& drive = state.drive;
   GridCell cell;
-  cell.lines = {"bay " + std::to_string(bay), printable(drive.serial),
-                std::to_string(drive.currentTemperature) + " C, max " + std::to_string(drive.maximumTemperature) + " C",
-                state.blinking ? "blinks, " + std::to_string(secondsLeft(state)) + " s left" : ""};
+  cell.lines = {
+      "bay " + std::to_string(bay), printable(drive.serial),
+      orUnknown(degrees(drive.currentTemperature)) + " C, max " + orUnknown(degrees(drive.maximumTemperature)) + " C",
+      state.blinking ? "blinks, " + std::to_string(secondsLeft(state)) + " s left" : ""};
   cell.isHighlighted = state.blinking;
   return cell;
 }
@@ -108,8 +110,8 @@ Json toJson(const DriveState& state) {
           {"target", drive.target},
           {"device", drive.exposed ? Json(drive.device) : Json(nullptr)},
           {"serial", drive.serial},
-          {"currentTemperature", drive.currentTemperature},
-          {"maximumTemperature", drive.maximumTemperature},
+          {"currentTemperature", orNull(degrees(drive.currentTemperature))},
+          {"maximumTemperature", orNull(degrees(drive.maximumTemperature))},
           {"blinking", state.blinking},
           {"blinkTenthsLeft", state.blinkTenthsLeft}};
 }

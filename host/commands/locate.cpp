@@ -20,7 +20,6 @@ struct Located {
   DiskRecord record;
   Switched switched;
   std::optional<std::vector<Place>> places;
-  time_t until = 0;  ///< the end of the blink time
 };
 
 /// What the disks of one controller came to. Its blink time is one for all drives, so it holds for others as well.
@@ -29,7 +28,7 @@ struct ControllerBlink {
   std::set<std::string> ours;  ///< location texts of the drives switched here
   size_t counted = 0;          ///< drives switched here by the plugin's count
   bool placesAreSure = true;   ///< each switched drive has a location text of its own
-  time_t until = 0;
+  time_t until = 0;            ///< the end of the blink time, set anew by each disk; 0: nothing was switched
 };
 
 class LocateCommand final : public Command {
@@ -55,11 +54,13 @@ class LocateCommand final : public Command {
     Outcome outcome{"", emptyResult()};
     auto opened = devices_.open(session);
     if (dryRun_) session.commands().holdBackWrites();
+    std::vector<Located> all;
     std::map<std::string, ControllerBlink> controllers;
-    for (OpenedDisk& disk : opened) {
-      const Located located = locate(session, disk, controllers[disk.record.disk.hba]);
-      outcome.text += lineOf(located);
-      outcome.json["devices"].push_back(toJson(located));
+    for (OpenedDisk& disk : opened) all.push_back(locate(session, disk, controllers[disk.record.disk.hba]));
+    for (const Located& located : all) {
+      const time_t until = controllers[located.record.disk.hba].until;
+      outcome.text += lineOf(located, until);
+      outcome.json["devices"].push_back(toJson(located, until));
     }
     for (const auto& [hba, blink] : controllers) {
       if (blink.until == 0) continue;
@@ -84,23 +85,25 @@ class LocateCommand final : public Command {
     located.switched = switchDisk(session, opened, "locator LED", MustCount::yes, [this](const DeviceHandle& handle) {
       return setLocatorLed(handle, devices_.isOn(), seconds());
     });
-    located.until = std::time(nullptr) + seconds();
+    const time_t until = std::time(nullptr) + seconds();
     const auto blinking = drivesBlinking(session.commands().since(before));
     if (located.switched.done || located.switched.heldBack) located.places = askPlaces(session, opened);
-    if (located.switched.done && blinking) add(located, blinking->size(), controller);
+    if (located.switched.done && blinking) {
+      add(located, controller);
+      controller.blinking = blinking->size();
+      controller.until = until;
+    }
     located.record = opened.record;
     return located;
   }
 
-  static void add(const Located& located, size_t blinking, ControllerBlink& controller) {
+  static void add(const Located& located, ControllerBlink& controller) {
     const auto count = static_cast<size_t>(located.switched.result);
     std::set<std::string> texts;
     for (const Place& place : located.places.value_or(std::vector<Place>{})) texts.insert(place.text);
     controller.placesAreSure = controller.placesAreSure && texts.size() == count;
     controller.ours.insert(texts.begin(), texts.end());
     controller.counted += count;
-    controller.blinking = blinking;
-    controller.until = located.until;
   }
 
   /// Drives of the controller that blink and were not switched here.
@@ -110,14 +113,14 @@ class LocateCommand final : public Command {
     return controller.blinking > ours ? controller.blinking - ours : 0;
   }
 
-  [[nodiscard]] std::string lineOf(const Located& located) const {
+  [[nodiscard]] std::string lineOf(const Located& located, time_t until) const {
     const std::string device = printable(located.record.disk.device) + ": ";
     if (located.switched.heldBack) return device + "dry run: " + describe(*located.switched.heldBack) + "\n";
     if (!located.switched.done) return "";
     const auto count = static_cast<size_t>(located.switched.result);
     std::string line = device + counted(count, "drive");
     if (devices_.isOn()) {
-      line += (count == 1 ? " blinks until " : " blink until ") + localTime(located.until);
+      line += (count == 1 ? " blinks until " : " blink until ") + localTime(until);
     } else {
       line += count == 1 ? " blinks no longer" : " blink no longer";
     }
@@ -133,7 +136,7 @@ class LocateCommand final : public Command {
            "\n";
   }
 
-  [[nodiscard]] Json toJson(const Located& located) const {
+  [[nodiscard]] Json toJson(const Located& located, time_t until) const {
     Json device = host::toJson(located.record);
     Json& locator = device["locator"] = nullptr;
     if (located.switched.done) {
@@ -141,7 +144,7 @@ class LocateCommand final : public Command {
                  {"drives", located.switched.result},
                  {"locations", located.places ? host::toJson(*located.places) : Json(nullptr)},
                  {"seconds", seconds()},
-                 {"until", devices_.isOn() ? Json(isoTime(located.until)) : Json(nullptr)}};
+                 {"until", devices_.isOn() ? Json(isoTime(until)) : Json(nullptr)}};
     }
     device["notSent"] = located.switched.heldBack ? host::toJson(*located.switched.heldBack) : Json(nullptr);
     return device;

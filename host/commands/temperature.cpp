@@ -3,6 +3,7 @@
 #include <set>
 
 #include "host/commands/commands.h"
+#include "host/degrees.h"
 #include "host/device_arguments.h"
 #include "host/text.h"
 #include "host/text_table.h"
@@ -16,12 +17,6 @@ struct Reading {
   std::optional<uint32_t> maximum;
   std::optional<Place> place;
 };
-
-/// Drives report 0 and 255 for "unknown".
-std::optional<uint32_t> degrees(uint8_t value) {
-  if (value == 0 || value == 255) return std::nullopt;
-  return value;
-}
 
 /// The plugin gives temperatures in the order of the location texts, but one for all drives of the same text, and none
 /// for a drive that the controller's list misses.
