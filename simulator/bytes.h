@@ -24,7 +24,7 @@ template <typename Layout>
 /// The structure at the beginning of the bytes, which are at least as long.
 template <typename Layout>
 [[nodiscard]] Layout startOf(BytesView bytes) {
-  Layout layout;
+  Layout layout{};
   std::memcpy(&layout, bytes.data(), sizeof layout);
   return layout;
 }

@@ -210,25 +210,25 @@ class SimulatedHost {
   virtual void load(const Topology& topology) = 0;
 
   /// The topology as loaded, and the JSON text of the built-in one.
-  virtual Topology topology() const = 0;
-  virtual std::string builtInTopology() const = 0;
+  [[nodiscard]] virtual Topology topology() const = 0;
+  [[nodiscard]] virtual std::string builtInTopology() const = 0;
 
   /// Keeps the state of the hardware (blinking, caches, parameters) in a file from now on: reads it when it exists,
   /// replaces it as a whole at every change.
   /// @return nothing, or what is wrong with the file
   virtual std::optional<std::string> useStateFile(const std::string& file) = 0;
 
-  virtual std::vector<HostDisk> disks() const = 0;
-  virtual std::vector<ControllerState> state() const = 0;
+  [[nodiscard]] virtual std::vector<HostDisk> disks() const = 0;
+  [[nodiscard]] virtual std::vector<ControllerState> state() const = 0;
 
   virtual void addFault(const FaultRule& rule) = 0;
   virtual void clearFaults() = 0;
-  virtual std::vector<FaultReport> faults() const = 0;
+  [[nodiscard]] virtual std::vector<FaultReport> faults() const = 0;
 
   /// Commands are kept from `recordCommands(true)` on; taking them empties the list.
   virtual void recordCommands(bool on) = 0;
   virtual std::vector<SentCommand> takeCommands() = 0;
-  virtual CallCounts counts() const = 0;
+  [[nodiscard]] virtual CallCounts counts() const = 0;
   virtual void resetCounts() = 0;
 
   /// The hardware's clock in tenths of a second since the epoch; null restores the machine's own.
