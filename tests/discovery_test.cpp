@@ -260,7 +260,7 @@ TEST_F(Discovery, AsksOnceMoreWhenTheMemberMapDoesNotFit) {
     EXPECT_EQ(entry.raidMap != nullptr, c.map);
     EXPECT_THAT(takeTrace(), EndsWith(std::string("OrvaInfo_SenseConfiguration: ") + c.lastTrace));
     std::vector<uint32_t> lengths;
-    for (const auto& command : host.takeCommands()) lengths.push_back(command.record[76] | command.record[77] << 8U);
+    for (const auto& command : host.takeCommands()) lengths.push_back(command.record[76] + 256U * command.record[77]);
     EXPECT_EQ(lengths, c.lengths);
     std::free(entry.raidMap);
     host.clearFaults();

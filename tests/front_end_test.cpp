@@ -172,7 +172,7 @@ TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
       EXPECT_EQ(request.dxfer_len, 64u);
       EXPECT_EQ(request.timeout, 20000u);
       EXPECT_EQ(request.flags, 0u);
-      std::memcpy(request.dxferp, answer.page.data(), answer.page.size());
+      std::copy(answer.page.begin(), answer.page.end(), static_cast<uint8_t*>(request.dxferp));
       request.status = static_cast<unsigned char>(answer.status);
       request.host_status = static_cast<unsigned short>(answer.hostStatus);
       request.driver_status = static_cast<unsigned short>(answer.driverStatus);
