@@ -9,7 +9,8 @@ namespace host {
 
 void DeviceArguments::declare(CLI::App& app, const std::string& lastWords) {
   app.add_option("DEVICE", names_, "A disk: its name, HBA:CHANNEL:TARGET:LUN, serial:TEXT or bay:PORT:BOX:BAY")
-      ->type_name(lastWords);
+      ->type_name(lastWords)
+      ->option_text("...");
   app.add_flag("--all", all_, "All disks that the plugin serves, instead of devices");
 }
 
