@@ -60,7 +60,7 @@ class RuleCheck {
     if (!vanishes() && !isCommand() && !isNodeCall()) {
       refuse("controller", "a call \"" + rule_.call + "\" concerns no controller");
     } else if (!onAController([](const Controller&) { return true; }) && !isForeign()) {
-      std::vector<std::string> known;
+      std::vector<std::string_view> known;
       for (const Controller& controller : topology_.controllers) known.push_back(controller.hba);
       refuse("controller", "no controller " + rule_.controller + suggestion(rule_.controller, known));
     }

@@ -16,7 +16,7 @@ constexpr uint32_t kMostDelayMs = 600'000;
 
 void readCall(JsonObject& object, FaultRule& rule) {
   if (!object.text("call", rule.call, Need::required, 0, kMostText)) return;
-  const std::vector<std::string> known(std::begin(kFaultCalls), std::end(kFaultCalls));
+  const std::vector<std::string_view> known(std::begin(kFaultCalls), std::end(kFaultCalls));
   if (std::find(known.begin(), known.end(), rule.call) == known.end())
     object.refuse("call", "unknown call \"" + rule.call + "\"" + suggestion(rule.call, known));
 }

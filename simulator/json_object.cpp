@@ -5,6 +5,7 @@
 #include <numeric>
 
 #include "simulator/hex.h"
+#include "simulator/json_text.h"
 
 namespace simulator {
 namespace {
@@ -24,21 +25,6 @@ size_t distance(std::string_view a, std::string_view b) {
   return row.back();
 }
 
-/// A key inside a JSON pointer.
-std::string escaped(std::string_view key) {
-  std::string text;
-  for (const char c : key) {
-    if (c == '~') {
-      text += "~0";
-    } else if (c == '/') {
-      text += "~1";
-    } else {
-      text += c;
-    }
-  }
-  return text;
-}
-
 bool hasControlCharacter(std::string_view text) {
   return std::any_of(text.begin(), text.end(),
                      [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
@@ -54,13 +40,13 @@ std::string shown(const nlohmann::json& value) {
   return text.size() <= kMost ? text : text.substr(0, kMost) + "...";
 }
 
-std::string suggestion(std::string_view name, std::span<const std::string> candidates) {
+std::string suggestion(std::string_view name, std::span<const std::string_view> candidates) {
   constexpr size_t kNear = 2;
   const auto nearest = std::min_element(candidates.begin(), candidates.end(), [&](const auto& a, const auto& b) {
     return distance(name, a) < distance(name, b);
   });
   if (nearest == candidates.end() || distance(name, *nearest) > kNear) return "";
-  return "; did you mean \"" + *nearest + "\"?";
+  return "; did you mean \"" + std::string(*nearest) + "\"?";
 }
 
 JsonObject::JsonObject(const nlohmann::json& value, std::string path, Mistakes& mistakes)
@@ -69,7 +55,7 @@ JsonObject::JsonObject(const nlohmann::json& value, std::string path, Mistakes& 
 }
 
 std::string JsonObject::pathOf(std::string_view key) const {
-  return path_ + "/" + escaped(key);
+  return path_ + pointerPart(key);
 }
 
 const nlohmann::json* JsonObject::find(const char* key, Need need) {

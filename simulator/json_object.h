@@ -59,13 +59,13 @@ class JsonObject {
   const nlohmann::json& value_;
   std::string path_;
   Mistakes& mistakes_;
-  std::vector<std::string> known_;
+  std::vector<std::string_view> known_;  // literals
 };
 
 /// A value as a message shows it.
 [[nodiscard]] std::string shown(const nlohmann::json& value);
 
 /// @return `; did you mean "NAME"?` with the candidate that differs in at most two places; empty when there is none
-[[nodiscard]] std::string suggestion(std::string_view name, std::span<const std::string> candidates);
+[[nodiscard]] std::string suggestion(std::string_view name, std::span<const std::string_view> candidates);
 
 }  // namespace simulator

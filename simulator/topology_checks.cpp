@@ -2,8 +2,8 @@
 // that the controller itself states.
 #include "simulator/topology_checks.h"
 
-#include <algorithm>
 #include <map>
+#include <set>
 #include <string>
 
 #include "simulator/drive_address.h"
@@ -78,6 +78,8 @@ void checkVolumes(const Controller& controller, const std::string& path, Mistake
   Unique numbers("volume number", mistakes);
   std::map<uint32_t, std::string> volumeOf16Bits;
   std::map<uint32_t, std::string> memberOf;
+  std::set<uint32_t> drives;
+  for (const Drive& drive : controller.drives) drives.insert(driveIndex(drive));
   bool externalBefore = false;
   for (size_t i = 0; i < controller.volumes.size(); ++i) {
     const Volume& volume = controller.volumes[i];
@@ -96,9 +98,7 @@ void checkVolumes(const Controller& controller, const std::string& path, Mistake
     for (size_t m = 0; m < volume.members.size(); ++m) {
       const uint32_t member = volume.members[m];
       const std::string memberPlace = at(place + "/members", m);
-      const bool known = std::any_of(controller.drives.begin(), controller.drives.end(),
-                                     [&](const Drive& drive) { return driveIndex(drive) == member; });
-      if (!known) mistakes.add(memberPlace, "no drive " + driveName(member) + " on this controller");
+      if (!drives.contains(member)) mistakes.add(memberPlace, "no drive " + driveName(member) + " on this controller");
       const auto [first, isFirst] = memberOf.emplace(member, memberPlace);
       if (!isFirst)
         mistakes.add(memberPlace, "drive " + driveName(member) + " is a member before, at " + first->second);

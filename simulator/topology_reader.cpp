@@ -1,12 +1,12 @@
 // The topology, object by object. Keys are named as the members of the structs that they fill.
 #include "simulator/topology_reader.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "simulator/drive_address.h"
 #include "simulator/fault_reader.h"
 #include "simulator/json_object.h"
+#include "simulator/json_text.h"
 #include "simulator/raid_levels.h"
 
 namespace simulator {
@@ -136,26 +136,11 @@ Topology readAll(const json& document, Mistakes& mistakes) {
   return topology;
 }
 
-/// A parser's message without the library's own numbering: "line 3, column 5: syntax error ...".
-void addSyntaxError(const json::parse_error& error, Mistakes& mistakes) {
-  const std::string_view message = error.what();
-  constexpr std::string_view kBefore = "parse error at ";
-  const size_t start = message.find(kBefore);
-  const std::string_view rest = start != std::string_view::npos ? message.substr(start + kBefore.size()) : message;
-  const size_t colon = rest.find(": ");
-  if (colon == std::string_view::npos) return mistakes.add("syntax", rest);
-  mistakes.add(rest.substr(0, colon), rest.substr(colon + 2));
-}
-
 }  // namespace
 
 Topology readTopology(const std::string& text, Mistakes& mistakes) {
-  try {
-    return readAll(json::parse(text), mistakes);
-  } catch (const json::parse_error& error) {
-    addSyntaxError(error, mistakes);
-    return {};
-  }
+  const json document = parseJson(text, mistakes);
+  return mistakes.none() ? readAll(document, mistakes) : Topology{};
 }
 
 }  // namespace simulator

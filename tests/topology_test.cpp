@@ -126,7 +126,7 @@ constexpr Mistake kFaults[] = {
     {R"({"call": "any", "error": 1, "length": 3})",
      ": must have exactly one of error, driverStatus, length, set, delayMs, vanish, missing"},
     {R"({"call": "any", "error": 0})", "/error: must be a whole number from 1 to 2147483647, not 0"},
-    {R"({"call": "any", "set": "0x"})", "/offset: is missing"},
+    {R"({"call": "any", "set": "00"})", "/offset: is missing"},
     {R"({"call": "any", "explode": true, "error": 1})", "/explode: unknown key"},
     {R"({"call": "any", "controller": "vmhba1", "error": 1})",
      "/controller: no controller vmhba1; did you mean \"vmhba2\"?"},

@@ -1,0 +1,102 @@
+// JSON text, with what its parser alone lets pass: a key that is twice in an object.
+#include "simulator/json_text.h"
+
+#include <set>
+#include <string_view>
+#include <vector>
+
+namespace simulator {
+namespace {
+
+using nlohmann::json;
+
+/// Follows the parser from value to value.
+class DuplicateKeys {
+ public:
+  explicit DuplicateKeys(Mistakes& mistakes) : mistakes_(mistakes) {}
+
+  void see(json::parse_event_t event, const json& parsed) {
+    switch (event) {
+      case json::parse_event_t::object_start:
+        levels_.emplace_back();
+        break;
+      case json::parse_event_t::array_start:
+        levels_.push_back({true, 0, {}, {}});
+        break;
+      case json::parse_event_t::key:
+        seeKey(parsed.get<std::string>());
+        break;
+      case json::parse_event_t::object_end:
+      case json::parse_event_t::array_end:
+        levels_.pop_back();
+        [[fallthrough]];
+      case json::parse_event_t::value:
+        if (!levels_.empty() && levels_.back().isList) ++levels_.back().index;
+        break;
+    }
+  }
+
+ private:
+  struct Level {
+    bool isList = false;
+    size_t index = 0;
+    std::string key;
+    std::set<std::string> keys;
+  };
+
+  void seeKey(const std::string& key) {
+    levels_.back().key = key;
+    if (!levels_.back().keys.insert(key).second) mistakes_.add(path(), "is there twice");
+  }
+
+  [[nodiscard]] std::string path() const {
+    std::string path;
+    for (const Level& level : levels_) path += pointerPart(level.isList ? std::to_string(level.index) : level.key);
+    return path;
+  }
+
+  Mistakes& mistakes_;
+  std::vector<Level> levels_;
+};
+
+/// A parser's message without the library's own numbering: "line 3, column 5" and "syntax error ...".
+void addSyntaxError(const json::parse_error& error, Mistakes& mistakes) {
+  const std::string_view message = error.what();
+  constexpr std::string_view kBefore = "parse error at ";
+  const size_t start = message.find(kBefore);
+  const std::string_view rest = start != message.npos ? message.substr(start + kBefore.size()) : message;
+  const size_t colon = rest.find(": ");
+  if (colon == rest.npos) return mistakes.add("syntax", rest);
+  mistakes.add(rest.substr(0, colon), rest.substr(colon + 2));
+}
+
+}  // namespace
+
+std::string pointerPart(std::string_view key) {
+  std::string text = "/";
+  for (const char c : key) {
+    if (c == '~') {
+      text += "~0";
+    } else if (c == '/') {
+      text += "~1";
+    } else {
+      text += c;
+    }
+  }
+  return text;
+}
+
+json parseJson(const std::string& text, Mistakes& mistakes) {
+  DuplicateKeys duplicates(mistakes);
+  try {
+    return json::parse(text, [&](int, json::parse_event_t event, json& parsed) {
+      duplicates.see(event, parsed);
+      return true;
+    });
+  } catch (const json::parse_error& error) {
+    addSyntaxError(error, mistakes);
+    return nullptr;
+  }
+}
+
+}  // namespace simulator
