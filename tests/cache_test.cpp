@@ -33,10 +33,10 @@ TEST_F(Cache, ASnapshotIsGoodForThirtySeconds) {
   EXPECT_GT(commandsSent(), 0u);
   hostCalls.traceOn = true;
   hostCalls.now = 5030;
-  hostCalls.allocations = 0;
+  hostCounts.allocations = 0;
   EXPECT_EQ(openCtrl("vmhba2"), first);
   EXPECT_EQ(commandsSent(), 0u);
-  EXPECT_EQ(hostCalls.allocations, 0);
+  EXPECT_EQ(hostCounts.allocations, 0);
   char line[100];
   std::snprintf(line, sizeof(line), "OrvaInfo_OpenCtrl: 0: %p, vmhba2\n", static_cast<void*>(first));
   EXPECT_EQ(takeTrace(), std::string("OrvaInfo_Init: Trying to reinitialize management handle.\n") + line);
@@ -102,7 +102,7 @@ TEST_F(Cache, UnknownAndOverlongNamesAndBadSlotsAreHandled) {
   EXPECT_EQ(openCtrl(longName), info);
   EXPECT_GT(commandsSent(), 0u) << "the cut name never matches";
   hostCalls.traceOn = true;
-  hostCalls.failAllocation = hostCalls.allocations + 1;
+  hostCalls.failAllocation = hostCounts.allocations + 1;
   PUBLISHED(OrvaInfo_CleanupCtrls)();
   EXPECT_EQ(openCtrl(longName), nullptr);
   EXPECT_THAT(takeTrace(), testing::EndsWith("OrvaInfo_UpdateCtrl: Failed to allocate memory.\n"));

@@ -80,7 +80,7 @@ TEST_F(Discovery, IdentifiesTheController) {
   const OrvaInfo before = *info;
   host.addFault({.call = "identifyController", .action = FaultAction::driverStatus, .value = 9});
   EXPECT_EQ(identify(), 9);
-  hostCalls.failAllocation = hostCalls.allocations + 1;
+  hostCalls.failAllocation = hostCounts.allocations + 1;
   EXPECT_EQ(identify(), -1);
   PUBLISHED(OrvaInfo_Cleanup)();
   EXPECT_EQ(identify(), -1);
@@ -309,7 +309,7 @@ TEST_F(Discovery, SenseTracesTheReplyAndStoresTheMap) {
     EXPECT_NE(entry.raidMap, nullptr) << "left as it was";
     EXPECT_THAT(takeTrace(), EndsWith("Error: inconsistent MaxPhysDrivesPerLogicalUnit or supported.\n"));
   }
-  hostCalls.failAllocation = hostCalls.allocations + 2;
+  hostCalls.failAllocation = hostCounts.allocations + 2;
   EXPECT_EQ(sense(), 0) << "no memory for the map";
   EXPECT_EQ(entry.raidMap, nullptr);
   EXPECT_THAT(takeTrace(), EndsWith("OrvaInfo_SenseConfiguration: Failed to allocate memory.\n"));

@@ -279,11 +279,11 @@ TEST_F(FrontEnd, OperationsWaitForTheLockAndReleaseIt) {
 
 TEST_F(FrontEnd, TraceThatIsOffCostsExistenceTestsAlone) {
   CtrlDevInfo* handle = nullptr;
-  hostCalls.existenceTests = 0;
+  hostCounts.existenceTests = 0;
   ASSERT_EQ(openWith("veltrane", &handle), 0);
-  EXPECT_EQ(hostCalls.existenceTests, 4);
+  EXPECT_EQ(hostCounts.existenceTests, 4);
   plugin->closeDevice(handle);
-  EXPECT_EQ(hostCalls.existenceTests, 5);
+  EXPECT_EQ(hostCounts.existenceTests, 5);
   EXPECT_EQ(takeTrace(), "");
   EXPECT_EQ(PUBLISHED(stream), nullptr);
 }

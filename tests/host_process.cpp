@@ -17,6 +17,7 @@
 #include "plugin/trace.h"
 
 HostCalls hostCalls;
+HostCounts hostCounts;
 
 namespace {
 
@@ -42,7 +43,7 @@ int notePluginRange(dl_phdr_info* object, size_t /*size*/, void* /*unused*/) {
 /// Whether the allocation that is being made is the plugin's and is to fail.
 bool allocationFails(const void* caller) {
   if (!fromPlugin(caller)) return false;
-  const int number = ++hostCalls.allocations;
+  const int number = ++hostCounts.allocations;
   return number == hostCalls.failAllocation ||
          (hostCalls.failLaterAllocations && hostCalls.failAllocation > 0 && number > hostCalls.failAllocation);
 }
@@ -81,7 +82,7 @@ void* memalign(size_t alignment, size_t size) noexcept {
 
 int access(const char* path, int mode) noexcept {
   if (std::strcmp(path, dmu::kTraceFile) != 0) return next<int(const char*, int)>("access")(path, mode);
-  ++hostCalls.existenceTests;
+  ++hostCounts.existenceTests;
   return hostCalls.traceOn && mode == F_OK ? 0 : -1;
 }
 
@@ -111,9 +112,9 @@ int gettimeofday(timeval* now, void* zone) noexcept {
 }
 
 int pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline) noexcept {
-  if (fromPlugin(__builtin_return_address(0))) {
+  if (hostCalls.lockResult && fromPlugin(__builtin_return_address(0))) {
     hostCalls.lockDeadline = *deadline;
-    if (hostCalls.lockResult) return *hostCalls.lockResult;
+    return *hostCalls.lockResult;
   }
   return next<int(pthread_mutex_t*, const timespec*)>("pthread_mutex_timedlock")(mutex, deadline);
 }
@@ -128,7 +129,7 @@ int ioctl(int descriptor, unsigned long request, ...) noexcept {
 }
 }  // extern "C"
 
-void* operator new(size_t size) {
+[[gnu::noinline]] void* operator new(size_t size) {
   void* block = allocationFails(__builtin_return_address(0)) ? nullptr : allocate(size);
   if (block == nullptr) throw std::bad_alloc();
   return block;
@@ -138,10 +139,10 @@ void* operator new(size_t size, const std::nothrow_t&) noexcept {
   return allocationFails(__builtin_return_address(0)) ? nullptr : allocate(size);
 }
 
-void operator delete(void* block) noexcept {
+[[gnu::noinline]] void operator delete(void* block) noexcept {
   std::free(block);
 }
-void operator delete(void* block, size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* block, size_t) noexcept {
   std::free(block);
 }
 
@@ -156,6 +157,7 @@ std::string takeTrace() {
 
 PluginTest::PluginTest() {
   hostCalls = {};
+  hostCounts.existenceTests = hostCounts.allocations = 0;
   library_ = dlopen(DMU_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
   if (library_ == nullptr) throw std::runtime_error(dlerror());
   dl_iterate_phdr(notePluginRange, nullptr);
@@ -211,10 +213,10 @@ int failEachAllocation(const std::function<void(int n, bool andLater)>& call) {
     for (int n = 1;; ++n) {
       hostCalls.failAllocation = n;
       hostCalls.failLaterAllocations = andLater;
-      hostCalls.allocations = 0;
+      hostCounts.allocations = 0;
       call(n, andLater);
       hostCalls.failAllocation = 0;
-      if (hostCalls.allocations < n) break;
+      if (hostCounts.allocations < n) break;
       ++failed;
     }
   }

@@ -2,6 +2,7 @@
 // clock, the trace file, the lock, memory, a disk's answer) can be steered and counted here.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <dlfcn.h>
 #include <functional>
@@ -20,15 +21,20 @@ struct HostCalls {
   std::optional<int64_t> now;                 ///< what time and gettimeofday answer, in seconds
   int clockResult = 0;                        ///< what gettimeofday returns
   std::optional<int> lockResult;              ///< what taking the lock returns, without waiting
-  timespec lockDeadline{};                    ///< the deadline that it was given
+  timespec lockDeadline{};                    ///< the deadline that it was given then
   bool traceOn = false;                       ///< whether the trace file exists
-  int existenceTests = 0;                     ///< of the trace file
   std::function<int(sg_io_hdr&)> diskAnswer;  ///< answers SG_IO in place of the simulated disk
   int failAllocation = 0;                     ///< the allocation of the plugin that fails next, counted from 1
   bool failLaterAllocations = false;          ///< and all that follow it
-  int allocations = 0;                        ///< of the plugin, since it was last called
 };
 extern HostCalls hostCalls;
+
+/// How often the plugin asked.
+struct HostCounts {
+  std::atomic<int> existenceTests = 0;  ///< of the trace file
+  std::atomic<int> allocations = 0;     ///< since it was last set to 0
+};
+extern HostCounts hostCounts;
 
 /// Takes what was traced, with every "NAME:LINE " made "NAME: ": the text of one write after the other.
 std::string takeTrace();

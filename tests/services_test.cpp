@@ -379,7 +379,7 @@ TEST_F(Services, LedFunctionsCalledDirectly) {
   const auto commands = host.takeCommands();
   ASSERT_EQ(commands.size(), 1u);
   EXPECT_EQ(commands[0].record[76] | commands[0].record[77] << 8, 276 + 256);
-  hostCalls.failAllocation = hostCalls.allocations + 1;
+  hostCalls.failAllocation = hostCounts.allocations + 1;
   takeTrace();
   EXPECT_EQ(blink(1, &member, &info), -1);
   EXPECT_EQ(takeTrace(), "OrvaInfo_BlinkDriveTrayLED: Failed to allocate memory.\n");

@@ -1,0 +1,193 @@
+// The simulated host as the plugin's host relies on it: it refuses what a strict driver would, keeps what is written,
+// lets the blink time run out and applies fault rules as they say.
+#include <array>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "channel/command.h"
+#include "channel/management_channel.h"
+#include "plugin/device_handle.h"
+#include "tests/host_process.h"
+#include "tests/model.h"
+
+namespace {
+
+using simulator::FaultAction;
+using testing::ElementsAre;
+
+class SimulatedHost : public PluginTest {
+ protected:
+  SimulatedHost() {
+    controller.drives = {model::drive(0), model::drive(1), model::drive(5, true)};
+    controller.volumes = {model::volume(0, {0, 1})};
+    host.load(model::topology(controller));
+    host.setClock([this] { return now; });
+  }
+  ~SimulatedHost() override { host.setClock(nullptr); }
+
+  std::vector<bool> blinking() {
+    std::vector<bool> drives;
+    const auto state = host.state();
+    for (const simulator::DriveState& drive : state.front().drives) drives.push_back(drive.blinking);
+    return drives;
+  }
+
+  simulator::Controller controller = model::controller();
+  uint64_t now = 1000;
+};
+
+TEST_F(SimulatedHost, RefusesEachMistakeOfTheCallerWithACodeOfItsOwn) {
+  MgmtCallbackInfo callbacks[4];
+  std::copy_n(PUBLISHED(pqiMgmtCallbackInfo), 4, callbacks);
+  MgmtApiSignature good = PUBLISHED(pqiMgmtApiSig);
+  good.callbacks = callbacks;
+  vmk_MgmtUserHandle* handle = nullptr;
+  std::vector<int64_t> codes;
+  const auto initWith = [&](const std::function<void(MgmtApiSignature&)>& spoil) {
+    MgmtApiSignature signature = good;
+    spoil(signature);
+    codes.push_back(vmk_MgmtUserInit(&signature, 0, &handle));
+    std::copy_n(PUBLISHED(pqiMgmtCallbackInfo), 4, callbacks);
+    EXPECT_EQ(handle, nullptr);
+  };
+  codes.push_back(vmk_MgmtUserInit(nullptr, 0, &handle));
+  codes.push_back(vmk_MgmtUserInit(&good, 1, &handle));
+  codes.push_back(vmk_MgmtUserInit(&good, 0, nullptr));
+  initWith([](MgmtApiSignature& s) { s.version = 2; });
+  initWith([](MgmtApiSignature& s) { s.name[20] = 'x'; });
+  initWith([](MgmtApiSignature& s) { s.vendor[0] = 'C'; });
+  initWith([](MgmtApiSignature& s) { s.numCallbacks = 3; });
+  initWith([](MgmtApiSignature& s) { s.callbacks[1].parmSizes[1] = 13; });
+  ASSERT_EQ(vmk_MgmtUserInit(&good, 0, &handle), 0u);
+
+  pqi_ioctl_passthruCmd_struct right = {};
+  std::array<uint8_t, 512> buffer{};
+  const vlexCmdLunAddress address = {};
+  PUBLISHED(OrvaInfo_FillCmd)(0x11, 0, 0, buffer.data(), 512, &address, &right);
+  uint32_t instance = 0;
+  uint32_t status = 77;
+  const auto send = [&](const std::function<void(pqi_ioctl_passthruCmd_struct&)>& spoil) {
+    pqi_ioctl_passthruCmd_struct record = right;
+    spoil(record);
+    codes.push_back(vmk_MgmtUserCallbackInvokeInt(handle, 0, 0x12, 3, &instance, &record, &status));
+  };
+  codes.push_back(vmk_MgmtUserCallbackInvokeInt(nullptr, 0, 0x12, 3, &instance, &right, &status));
+  codes.push_back(vmk_MgmtUserCallbackInvokeInt(handle, 0, 0x14, 3, &instance, &right, &status));
+  codes.push_back(vmk_MgmtUserCallbackInvokeInt(handle, 0, 0x13, 2, &instance, &status));
+  codes.push_back(vmk_MgmtUserCallbackInvokeInt(handle, 0, 0x12, 2, &instance, &right));
+  codes.push_back(vmk_MgmtUserCallbackInvokeInt(handle, 0, 0x12, 3, &instance, nullptr, &status));
+  send([](auto& r) { r.lunAddress.bytes[6] = 1; });
+  send([](auto& r) { r.typeAttrDir = kToController; });
+  send([](auto& r) { r.cdb[6] = 0x12; });
+  send([](auto& r) { r.cdbLength = 12; });
+  send([](auto& r) { r.cdb[2] = 1; });
+  send([](auto& r) { r.timeout = 1; });
+  send([](auto& r) { r.bufferSize = 511; });
+  send([](auto& r) { r.buffer = 0; });
+  instance = 1;
+  send([](auto& /*record*/) {});
+  std::sort(codes.begin(), codes.end());
+  EXPECT_NE(codes.front(), 0);
+  EXPECT_EQ(std::adjacent_find(codes.begin(), codes.end()), codes.end()) << "two mistakes share a code";
+  instance = 0;
+  EXPECT_EQ(vmk_MgmtUserCallbackInvokeInt(handle, 0, 0x12, 3, &instance, &right, &status), 0);
+  EXPECT_EQ(status, 0u);
+  EXPECT_EQ(buffer[0], 1) << "one local volume";
+  EXPECT_EQ(vmk_MgmtUserDestroy(handle), 0);
+  EXPECT_NE(vmk_MgmtUserDestroy(handle), 0);
+}
+
+TEST_F(SimulatedHost, BlinkTimeRunsOutForTheWholeController) {
+  ASSERT_EQ(plugin->setDriveLEDState(open("disk5"), 1, 10, error), 1);
+  now += 60;
+  EXPECT_THAT(blinking(), ElementsAre(false, false, true));
+  EXPECT_EQ(host.state().front().drives[2].blinkTenthsLeft, 40u);
+  ASSERT_EQ(plugin->setDriveLEDState(open("volume0"), 1, 20, error), 2);
+  now += 199;
+  EXPECT_THAT(blinking(), ElementsAre(true, true, true)) << "the new time holds for all";
+  now += 1;
+  EXPECT_THAT(blinking(), ElementsAre(false, false, false));
+}
+
+TEST_F(SimulatedHost, KeepsItsStateInAFileThatIsReplacedAsAWhole) {
+  const std::string folder = testing::TempDir() + "dmu-state." + std::to_string(getpid());
+  std::filesystem::create_directory(folder);
+  const std::string file = folder + "/state.json";
+  ASSERT_EQ(host.useStateFile(file), std::nullopt);
+  EXPECT_EQ(plugin->setDriveLEDState(open("disk5"), 1, 600, error), 1);
+  std::ifstream before(file);  // a reader keeps the content that it opened
+  EXPECT_EQ(plugin->cacheOff(open("volume0"), error), 2);
+  EXPECT_EQ(plugin->cacheOn(open("disk5"), error), 1);
+  const std::string old{std::istreambuf_iterator<char>(before), {}};
+  std::ifstream after(file);
+  const std::string text{std::istreambuf_iterator<char>(after), {}};
+  EXPECT_NE(old, text);
+  EXPECT_NE(old, "");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1) << "nothing else is left beside it";
+
+  host.load(model::topology(controller));
+  EXPECT_THAT(blinking(), ElementsAre(false, false, false));
+  ASSERT_EQ(host.useStateFile(file), std::nullopt);
+  EXPECT_THAT(blinking(), ElementsAre(false, false, true));
+  const auto state = host.state();
+  EXPECT_FALSE(state.front().volumes[0].volume.cacheOn);
+  EXPECT_TRUE(state.front().driveCacheOn);
+
+  for (const std::string& damaged : {text.substr(0, text.size() / 2), std::string("{}"), std::string("[]")}) {
+    std::ofstream(file) << damaged;
+    const std::optional<std::string> refused = host.useStateFile(file);
+    ASSERT_TRUE(refused.has_value()) << damaged;
+    EXPECT_THAT(*refused, testing::StartsWith(file + ": "));
+    EXPECT_THAT(blinking(), ElementsAre(false, false, true)) << "the state stays";
+  }
+  std::filesystem::remove_all(folder);
+  (void)host.useStateFile("");
+}
+
+TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
+  CtrlDevInfo* volume = open("volume0");
+  DmuDeviceInfo info;
+  host.addFault({.call = "identifyPhysicalDevice",
+                 .controller = "vmhba1",
+                 .drive = 1,
+                 .from = 2,
+                 .count = 1,
+                 .action = FaultAction::vanish});
+  host.addFault({.call = "any", .controller = "another", .action = FaultAction::driverStatus, .value = 1});
+  host.addFault({.call = "any", .volume = 0, .from = 2, .count = 3, .action = FaultAction::set, .bytes = {0}});
+  const auto rebuild = [&] {
+    hostCalls.now = hostCalls.now.value_or(0) + 31;
+    EXPECT_EQ(plugin->getDeviceInfo(volume, &info, error), 0);
+  };
+  const auto present = [&] {
+    std::vector<bool> drives;
+    const auto state = host.state();
+    for (const simulator::DriveState& drive : state.front().drives) drives.push_back(drive.present);
+    return drives;
+  };
+  rebuild();
+  EXPECT_THAT(present(), ElementsAre(true, true, true));
+  rebuild();
+  EXPECT_THAT(present(), ElementsAre(true, false, true));
+  EXPECT_EQ(plugin->setDriveLEDState(volume, 1, 1, error), 2) << "its LEDs are still switched";
+  rebuild();
+  std::vector<uint32_t> hits;
+  for (const simulator::FaultReport& fault : host.faults()) hits.push_back(fault.hits);
+  EXPECT_THAT(hits, ElementsAre(1, 0, 3));
+
+  struct stat unused {};
+  host.clearFaults();
+  host.addFault({.call = "open", .device = "volume0", .action = FaultAction::error, .value = EACCES});
+  EXPECT_EQ(open("volume0")->serialNumber, "");
+  host.clearFaults();
+  host.addFault({.call = "ioctl", .device = "disk5", .action = FaultAction::length, .value = 5});
+  EXPECT_EQ(open("disk5")->serialNumber, "") << "a cut serial number";
+  EXPECT_EQ(open("volume0")->serialNumber, "V0");
+  EXPECT_EQ(host.counts().openNodes, 0u);
+  EXPECT_NE(stat("/dev/disks/volume0", &unused), 0) << "nodes are simulated at open alone";
+}
+
+}  // namespace
