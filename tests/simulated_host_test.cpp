@@ -150,7 +150,7 @@ TEST_F(SimulatedHost, KeepsItsStateInAFileThatIsReplacedAsAWhole) {
 TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
   CtrlDevInfo* volume = open("volume0");
   DmuDeviceInfo info;
-  host.addFault({.call = "identifyPhysicalDevice",
+  host.addFault({.call = "identifyController",
                  .controller = "vmhba1",
                  .drive = 1,
                  .from = 2,
