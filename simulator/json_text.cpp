@@ -64,9 +64,9 @@ void addSyntaxError(const json::parse_error& error, Mistakes& mistakes) {
   const std::string_view message = error.what();
   constexpr std::string_view kBefore = "parse error at ";
   const size_t start = message.find(kBefore);
-  const std::string_view rest = start != message.npos ? message.substr(start + kBefore.size()) : message;
+  const std::string_view rest = start != std::string_view::npos ? message.substr(start + kBefore.size()) : message;
   const size_t colon = rest.find(": ");
-  if (colon == rest.npos) return mistakes.add("syntax", rest);
+  if (colon == std::string_view::npos) return mistakes.add("syntax", rest);
   mistakes.add(rest.substr(0, colon), rest.substr(colon + 2));
 }
 

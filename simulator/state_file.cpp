@@ -70,7 +70,8 @@ std::optional<std::string> restoreState(const std::string& text, std::vector<Con
   try {
     return restoreAll(json::parse(text), controllers);
   } catch (const json::exception& mistake) {
-    return std::string("damaged: ") + mistake.what();
+    const std::string message = mistake.what();  // "[json.exception.KIND.NUMBER] TEXT"
+    return "damaged: " + message.substr(message.find("] ") + 2);
   }
 }
 

@@ -17,8 +17,10 @@ Layout filled() {
 }
 
 wire::CacheConfiguration cacheFixedPart(uint16_t maxLogicalDrives) {
-  const auto length = static_cast<uint16_t>((maxLogicalDrives + 7) / 8);
-  const auto bitmapAt = [&](int i) { return static_cast<uint16_t>(sizeof(wire::CacheConfiguration) + i * length); };
+  const uint32_t length = (uint32_t{maxLogicalDrives} + 7) / 8;
+  const auto bitmapAt = [&](uint32_t i) {
+    return static_cast<uint16_t>(sizeof(wire::CacheConfiguration) + i * length);
+  };
   auto configuration = filled<wire::CacheConfiguration>();
   configuration.cacheOffAt = bitmapAt(0);
   configuration.flushAt = bitmapAt(1);

@@ -40,19 +40,22 @@ void checkLimits(const Controller& controller, const std::string& path, Mistakes
   for (size_t i = 0; i < controller.drives.size(); ++i) {
     const Drive& drive = controller.drives[i];
     const std::string place = at(path + "/drives", i);
-    if (driveIndex(drive) >= controller.maxPhysDevicesSupported)
-      mistakes.add(place, "drive " + driveName(driveIndex(drive)) + " has index " + std::to_string(driveIndex(drive)) +
+    const uint32_t index = driveIndex(drive);
+    if (index >= controller.maxPhysDevicesSupported) {
+      mistakes.add(place, "drive " + driveName(index) + " has index " + std::to_string(index) +
                               ", which is not below maxPhysDevicesSupported, " +
                               std::to_string(controller.maxPhysDevicesSupported));
+    }
     if (!drive.exposed && !drive.device.empty())
       mistakes.add(place + "/device", "a masked drive has no node; set exposed or leave the name out");
   }
   for (size_t i = 0; i < controller.volumes.size(); ++i) {
     const Volume& volume = controller.volumes[i];
-    if (!volume.external && volume.number >= controller.maxLogicalDrivesSupported)
+    if (!volume.external && volume.number >= controller.maxLogicalDrivesSupported) {
       mistakes.add(at(path + "/volumes", i) + "/number", "local volume " + std::to_string(volume.number) +
                                                              " is not below maxLogicalDrivesSupported, " +
                                                              std::to_string(controller.maxLogicalDrivesSupported));
+    }
   }
   if (controller.volumes.size() > controller.maxLogicalDrivesSupported)
     mistakes.add(path + "/volumes", count(controller.volumes.size(), "volume") + ", but maxLogicalDrivesSupported is " +
