@@ -43,7 +43,8 @@ std::string cdbText(const InterceptedCommand& command) {
 
 std::string lineOf(const InterceptedCommand& command) {
   const char* about = argumentName(command);
-  const std::string argument = about == nullptr ? kUnknown : about + (" " + std::to_string(command.command->argument));
+  const std::string argument =
+      about == nullptr ? kUnknown : std::string(about) + ' ' + std::to_string(command.command->argument);
   char line[256];
   std::snprintf(line, sizeof(line), "controller %u  %-25s  %-11s  %-35s  %5u bytes  %s  %lld us", command.instance,
                 nameOf(command).c_str(), argument.c_str(), cdbText(command).c_str(), lengthOf(command),

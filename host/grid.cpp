@@ -54,7 +54,7 @@ std::string drawGrid(const std::vector<GridCell>& cells, const Terminal& termina
       text += strokes.vertical;
       for (size_t index = first; index < first + columns; ++index) {
         const GridCell* cell = index < cells.size() ? &cells[index] : nullptr;
-        text += " " + padded(cell, line, width, terminal) + " " + strokes.vertical;
+        text += ' ' + padded(cell, line, width, terminal) + ' ' + strokes.vertical;
       }
       text += "\n";
     }

@@ -47,7 +47,7 @@ class CacheCommand final : public Command {
     app.add_flag("--dry-run", dryRun_, "Read from the controller, but only show what would be written to it");
   }
 
-  Json emptyResult() const override { return {{"dryRun", dryRun_}, {"devices", Json::array()}}; }
+  [[nodiscard]] Json emptyResult() const override { return {{"dryRun", dryRun_}, {"devices", Json::array()}}; }
 
   Outcome run(Session& session) override {
     Outcome outcome{"", emptyResult()};

@@ -37,6 +37,7 @@ std::vector<Box> boxesOf(const ControllerState& controller) {
     box.drives.emplace(state.drive.bay, state.present ? &state : nullptr);
   }
   std::vector<Box> list;
+  list.reserve(boxes.size());
   for (auto& [key, box] : boxes) list.push_back(std::move(box));
   return list;
 }
@@ -149,7 +150,7 @@ class DrivesCommand final : public Command {
 
   void addOptions(CLI::App&) override {}
 
-  Json emptyResult() const override { return {{"controllers", Json::array()}}; }
+  [[nodiscard]] Json emptyResult() const override { return {{"controllers", Json::array()}}; }
 
   Outcome run(Session& session) override {
     Outcome outcome{"", emptyResult()};

@@ -46,7 +46,7 @@ class LocateCommand final : public Command {
     app.add_flag("--dry-run", dryRun_, "Read from the controller, but only show what would be written to it");
   }
 
-  Json emptyResult() const override {
+  [[nodiscard]] Json emptyResult() const override {
     return {{"dryRun", dryRun_}, {"devices", Json::array()}, {"controllers", Json::array()}};
   }
 

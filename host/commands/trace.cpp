@@ -64,7 +64,7 @@ class TraceCommand final : public Command {
         ->check(CLI::IsMember({"on", "off", "show"}));
   }
 
-  Json emptyResult() const override { return resultOf({}, {}); }
+  [[nodiscard]] Json emptyResult() const override { return resultOf({}, {}); }
 
   Outcome run(Session&) override {
     if (what_ == "on") switchOn();
