@@ -24,7 +24,7 @@ struct Elf64 {
 template <typename Record>
 std::optional<Record> recordAt(const std::string& file, uint64_t offset) {
   if (offset > file.size() || file.size() - offset < sizeof(Record)) return std::nullopt;
-  Record record;
+  Record record{};
   std::memcpy(&record, file.data() + offset, sizeof(record));
   return record;
 }

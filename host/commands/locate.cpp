@@ -73,7 +73,8 @@ class LocateCommand final : public Command {
 
  private:
   static bool isBlinkTime(const std::string& text) {
-    const bool isNumber = !text.empty() && text.size() <= 5 && text.find_first_not_of("0123456789") == text.npos;
+    const bool isNumber =
+        !text.empty() && text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos;
     return isNumber && std::stoi(text) >= 1 && std::stoi(text) <= kLongestBlink;
   }
 
