@@ -43,7 +43,7 @@ Opcode senseFor(const InterceptedCommand& write) {
 }
 
 std::optional<BlinkBuffer> blinkBufferOf(const std::vector<uint8_t>& data) {
-  BlinkBuffer buffer;
+  BlinkBuffer buffer{};
   if (data.size() < sizeof(buffer)) return std::nullopt;
   std::memcpy(&buffer, data.data(), sizeof(buffer));
   return buffer;
@@ -89,7 +89,7 @@ std::string bitName(Opcode opcode, const std::vector<uint8_t>& data, size_t byte
       byte == offsetof(simulator::wire::ControllerParameters, driveConfigFlags) && bit == 0) {
     return "drives' write cache on";
   }
-  simulator::wire::CacheConfiguration cache;
+  simulator::wire::CacheConfiguration cache{};
   if (opcode == Opcode::setCacheConfiguration && data.size() >= sizeof(cache)) {
     std::memcpy(&cache, data.data(), sizeof(cache));
     const size_t place = (byte - cache.cacheOffAt) * 8 + bit;
