@@ -5,17 +5,19 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include "host/elf_symbols.h"
+#include "host/elf_file.h"
 #include "host/file_content.h"
 #include "host/refusal.h"
 #include "host/string_layout.h"
 
 namespace host {
 
-static void refuseOtherStringLayout(const std::string& file) {
+/// Refuses what must not be loaded, or not be called, before either happens.
+static void refuseByContent(const std::string& file) {
   std::string error;
   const auto content = readFile(file, error);
   if (!content) throw Refusal("plugin " + file + ": " + error);
+  if (isCut(*content)) throw Refusal("plugin " + file + ": the file is cut");
   const auto layout = stringLayoutOf(undefinedSymbols(*content));
   if (!layout || *layout == ownStringLayout()) return;
   throw Refusal("plugin " + file + ": it is built for the " + nameOf(*layout) + " string layout, this host for the " +
@@ -33,7 +35,7 @@ static void refuseIncomplete(const std::string& file, const DmuPluginDescriptor*
 LoadedPlugin::LoadedPlugin(const std::string& file) : file_(file) {
   // A name without a slash would be searched for in the system's library directories.
   const std::string path = file.find('/') == std::string::npos ? "./" + file : file;
-  refuseOtherStringLayout(path);
+  refuseByContent(path);
   library_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (library_ == nullptr) throw Refusal(std::string("plugin cannot be loaded: ") + dlerror());
   const auto init = reinterpret_cast<DmuPluginInitFunction>(dlsym(library_.get(), "DmuPluginInit"));

@@ -1,6 +1,6 @@
-// A small reader of ELF files: section headers, the dynamic symbol table, its string table. Every offset and size
-// comes from the file and is checked against it before use.
-#include "host/elf_symbols.h"
+// A small reader of ELF files: program headers, section headers, the dynamic symbol table and its string table. Every
+// offset and size comes from the file and is checked against it before use.
+#include "host/elf_file.h"
 
 #include <cstring>
 #include <elf.h>
@@ -11,11 +11,13 @@ namespace {
 
 struct Elf32 {
   using Header = Elf32_Ehdr;
+  using Segment = Elf32_Phdr;
   using Section = Elf32_Shdr;
   using Symbol = Elf32_Sym;
 };
 struct Elf64 {
   using Header = Elf64_Ehdr;
+  using Segment = Elf64_Phdr;
   using Section = Elf64_Shdr;
   using Symbol = Elf64_Sym;
 };
@@ -66,14 +68,39 @@ std::vector<std::string> undefinedNames(const std::string& file) {
   return names;
 }
 
+template <typename Elf>
+bool endsBeforeSegments(const std::string& file) {
+  const auto header = recordAt<typename Elf::Header>(file, 0);
+  if (!header) return true;
+  for (uint64_t index = 0; index < header->e_phnum; ++index) {
+    const auto segment = recordAt<typename Elf::Segment>(file, header->e_phoff + index * sizeof(typename Elf::Segment));
+    if (!segment) return true;
+    const bool isInside = segment->p_offset <= file.size() && segment->p_filesz <= file.size() - segment->p_offset;
+    if (segment->p_type == PT_LOAD && !isInside) return true;
+  }
+  return false;
+}
+
+/// The file's class, when it is one that this reader knows.
+std::optional<int> classOf(const std::string& file) {
+  if (file.size() < EI_NIDENT || std::memcmp(file.data(), ELFMAG, SELFMAG) != 0) return std::nullopt;
+  if (file[EI_DATA] != ELFDATA2LSB) return std::nullopt;
+  if (file[EI_CLASS] != ELFCLASS32 && file[EI_CLASS] != ELFCLASS64) return std::nullopt;
+  return file[EI_CLASS];
+}
+
 }  // namespace
 
 std::vector<std::string> undefinedSymbols(const std::string& file) {
-  if (file.size() < EI_NIDENT || std::memcmp(file.data(), ELFMAG, SELFMAG) != 0) return {};
-  if (file[EI_DATA] != ELFDATA2LSB) return {};
-  if (file[EI_CLASS] == ELFCLASS32) return undefinedNames<Elf32>(file);
-  if (file[EI_CLASS] == ELFCLASS64) return undefinedNames<Elf64>(file);
-  return {};
+  const auto fileClass = classOf(file);
+  if (!fileClass) return {};
+  return *fileClass == ELFCLASS32 ? undefinedNames<Elf32>(file) : undefinedNames<Elf64>(file);
+}
+
+bool isCut(const std::string& file) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return false;
+  return *fileClass == ELFCLASS32 ? endsBeforeSegments<Elf32>(file) : endsBeforeSegments<Elf64>(file);
 }
 
 }  // namespace host
