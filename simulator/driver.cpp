@@ -49,7 +49,7 @@ void fillErrorInfo(wire::PassthruRecord& record, DriverStatus status) {
 
 }  // namespace
 
-bool Host::usable() {
+bool Host::usable() const {
   if (unusable_.empty()) return true;
   if (!unusableSaid_) std::fprintf(stderr, "%s\n", unusable_.c_str());
   unusableSaid_ = true;

@@ -138,6 +138,7 @@ std::optional<std::string> Host::useStateFile(const std::string& file) {
 
 std::vector<HostDisk> Host::disks() const {
   const std::lock_guard lock(mutex_);
+  usable();
   std::vector<HostDisk> disks;
   for (const ControllerModel& controller : controllers_) {
     const auto add = [&](HostDisk disk) {
@@ -158,6 +159,7 @@ std::vector<HostDisk> Host::disks() const {
 
 std::vector<ControllerState> Host::state() const {
   const std::lock_guard lock(mutex_);
+  usable();
   std::vector<ControllerState> states;
   for (const ControllerModel& controller : controllers_) {
     ControllerState state;

@@ -77,8 +77,8 @@ class Host final : public SimulatedHost {
   [[nodiscard]] CommandResult carryOutAndKeep(ControllerModel& controller, const DecodedCommand& command,
                                               BytesView data);
 
-  /// Says so once on standard error when there is no topology to work with.
-  [[nodiscard]] bool usable();
+  /// Says once on standard error why there is no topology to work with, if so.
+  bool usable() const;
 
   /// Counts a call at the rules, lets vanish what they say, and waits as long as they say with the lock released.
   [[nodiscard]] FaultEffect meetFaults(std::unique_lock<std::mutex>& lock, const Call& call);
@@ -88,7 +88,7 @@ class Host final : public SimulatedHost {
 
   mutable std::mutex mutex_;
   std::string unusable_;  ///< why DMU_TOPOLOGY could not be used
-  bool unusableSaid_ = false;
+  mutable bool unusableSaid_ = false;
   Topology topology_;
   std::vector<ControllerModel> controllers_;
   Faults faults_;
