@@ -46,6 +46,7 @@ std::vector<OpenedDisk> DeviceArguments::open(Session& session) const {
     const bool isNamedOrServed = !all_ || one.handle.get() != nullptr || !one.record.errors.empty();
     if (isNamedOrServed) opened.push_back(std::move(one));
   }
+  if (opened.empty()) throw Refusal("no disks: the plugin serves none of this host's");
   return opened;
 }
 

@@ -31,35 +31,72 @@ std::string candidate(const HostDisk& disk) {
   return text;
 }
 
-std::vector<std::string> candidates(const std::vector<HostDisk>& disks) {
-  std::vector<std::string> texts;
-  for (size_t index = 0; index < std::min(disks.size(), kMostCandidates); ++index) {
-    texts.push_back(candidate(disks[index]));
-  }
-  if (disks.size() > kMostCandidates) {
-    texts.push_back("and " + std::to_string(disks.size() - kMostCandidates) + " more; \"dmu-host list\" shows them");
-  }
+/// As many texts as people will read.
+std::vector<std::string> shortened(std::vector<std::string> texts) {
+  if (texts.size() <= kMostCandidates) return texts;
+  const size_t more = texts.size() - kMostCandidates;
+  texts.resize(kMostCandidates);
+  texts.push_back("and " + std::to_string(more) + " more; \"dmu-host list\" shows them");
   return texts;
 }
 
-/// The physical disk in a bay; for a bay whose drive the host does not see, a refusal that names its volumes.
-std::vector<HostDisk> findByPlace(Session& session, const std::string& name, const Place& place) {
-  std::vector<HostDisk> inBay;
-  std::vector<HostDisk> volumes;
+std::vector<std::string> candidates(const std::vector<HostDisk>& disks) {
+  std::vector<std::string> texts;
+  for (const HostDisk& disk : disks) {
+    // Reading a serial number takes its time: only for what will be shown.
+    texts.push_back(texts.size() < kMostCandidates ? candidate(disk) : disk.device);
+  }
+  return shortened(std::move(texts));
+}
+
+/// The physical disks of the host and the volumes, each with the places of its drives.
+struct PlacedDisks {
+  std::vector<std::pair<HostDisk, std::vector<Place>>> disks;
+  std::vector<std::pair<HostDisk, std::vector<Place>>> volumes;
+  size_t notAsked = 0;  ///< disks of which the plugin could not tell it
+};
+
+PlacedDisks askAllPlaces(Session& session) {
+  PlacedDisks placed;
   for (const HostDisk& disk : session.disks()) {
     const DeviceHandle handle = openHandle(session.plugin(), disk);
     if (handle.get() == nullptr) continue;
     const auto information = deviceInformation(handle);
-    const auto found = places(handle);
-    if (!information.value || !found.value) continue;
-    const bool sitsThere = std::any_of(found.value->begin(), found.value->end(),
-                                       [&](const Place& other) { return isSamePlace(place, other); });
-    if (sitsThere) (information.value->deviceType == kVolumeType ? volumes : inBay).push_back(disk);
+    auto found = places(handle);
+    if (!information.value || !found.value) {
+      ++placed.notAsked;
+      continue;
+    }
+    auto& list = information.value->deviceType == kVolumeType ? placed.volumes : placed.disks;
+    list.emplace_back(disk, *std::move(found.value));
   }
-  if (inBay.empty() && !volumes.empty()) {
+  return placed;
+}
+
+std::vector<HostDisk> disksAt(const Place& place, const std::vector<std::pair<HostDisk, std::vector<Place>>>& placed) {
+  std::vector<HostDisk> there;
+  for (const auto& [disk, places] : placed) {
+    const bool sitsThere =
+        std::any_of(places.begin(), places.end(), [&](const Place& other) { return isSamePlace(place, other); });
+    if (sitsThere) there.push_back(disk);
+  }
+  return there;
+}
+
+/// The physical disks in a bay. An empty bay is refused, and one whose drive the host does not see, with its volumes.
+std::vector<HostDisk> findByPlace(Session& session, const std::string& name, const Place& place) {
+  const PlacedDisks placed = askAllPlaces(session);
+  auto found = disksAt(place, placed.disks);
+  if (!found.empty()) return found;
+  if (const auto volumes = disksAt(place, placed.volumes); !volumes.empty()) {
     throw Refusal(printable(name) + ": no such device; the drive in that bay belongs to", candidates(volumes));
   }
-  return inBay;
+  std::vector<std::string> texts;
+  for (const auto& [disk, places] : placed.disks) texts.push_back(disk.device + "  bay:" + describe(places));
+  std::string text = printable(name) + ": no such device";
+  if (placed.notAsked > 0) text += " (" + counted(placed.notAsked, "disk") + " could not be asked for their place)";
+  if (!texts.empty()) text += "; this host has";
+  throw Refusal(text, shortened(std::move(texts)));
 }
 
 std::vector<HostDisk> findByName(Session& session, const std::string& name) {

@@ -7,8 +7,7 @@
 #include <set>
 #include <string_view>
 
-#include "host/file_content.h"
-#include "host/json.h"
+#include "host/json_file.h"
 #include "host/refusal.h"
 
 namespace host {
@@ -81,20 +80,6 @@ class Node {
   std::string path_;
 };
 
-Json parse(const std::string& file) {
-  std::string error;
-  const auto content = readFile(file, error);
-  if (!content) throw Refusal(file + ": /: " + error);
-  try {
-    return Json::parse(*content);
-  } catch (const Json::exception& mistake) {
-    // The library's text begins with a name and a number of its own in brackets.
-    const std::string text = mistake.what();
-    const size_t bracket = text.find("] ");
-    throw Refusal(file + ": /: " + (bracket == std::string::npos ? text : text.substr(bracket + 2)));
-  }
-}
-
 /// The keys of a controller's "pci" in a topology, each optional as there.
 simulator::PciIdentity pciOf(const Node& node) {
   node.mustBeObjectOf({"isPciDevice", "segment", "bus", "slot", "function", "vendorId", "subVendorId", "deviceId",
@@ -132,7 +117,7 @@ HostDisk diskOf(const Node& node) {
 }  // namespace
 
 std::vector<HostDisk> readInventory(const std::string& file) {
-  const Json json = parse(file);
+  const Json json = readJsonFile(file);
   const Node root(json, file, "");
   root.mustBeObjectOf({"disks"});
   std::vector<HostDisk> disks;
