@@ -12,10 +12,12 @@ DmuPluginDescriptor descriptor;
 
 constexpr uintptr_t kOperationCount = 6;
 
-/// Several threads may fill the descriptor at the same time, all with the same values.
+/// Several threads may fill the descriptor at the same time, all with the same values. A field that has its value
+/// already is not written again, so that a host may read it meanwhile.
 template <typename Field>
 void store(Field& field, Field value) {
-  std::atomic_ref(field).store(value, std::memory_order_relaxed);
+  std::atomic_ref shared(field);
+  if (shared.load(std::memory_order_relaxed) != value) shared.store(value, std::memory_order_relaxed);
 }
 
 }  // namespace

@@ -53,10 +53,12 @@ TEST_F(FrontEnd, OpenRefusesEveryOtherDriverSilently) {
     EXPECT_EQ(handle, untouched);
   }
   EXPECT_EQ(openWith("veltrane", nullptr), -1);
-  hostCalls.failAllocation = 1;
   CtrlDevInfo* handle = untouched;
-  EXPECT_EQ(openWith("veltrane", &handle), -1) << "no memory";
-  EXPECT_EQ(handle, untouched);
+  if (kNewCanFail) {
+    hostCalls.failAllocation = 1;
+    EXPECT_EQ(openWith("veltrane", &handle), -1) << "no memory";
+    EXPECT_EQ(handle, untouched);
+  }
   EXPECT_EQ(takeTrace(), "");
   EXPECT_EQ(plugin->openDeviceV2(nullptr, &handle), -1);
   DmuDeviceOpenInfo info = {};
@@ -218,6 +220,7 @@ TEST_F(FrontEnd, OpenV2SurvivesADiskThatCannotBeRead) {
 }
 
 TEST_F(FrontEnd, SerialQueryEndsWithoutMemory) {
+  if (!kNewCanFail) GTEST_SKIP() << "all of its memory comes from operator new";
   const std::string device = host.disks().front().device;
   const int points = failEachAllocation([&](int, bool) {
     EXPECT_THAT(PUBLISHED(Get_Dev_SN)(device.c_str(), error),

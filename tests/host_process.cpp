@@ -61,11 +61,12 @@ std::string traceCopy() {
 
 extern "C" {
 
-// The allocation functions behind the ones below: the sanitizers' where there are any.
+// The functions behind the ones below: the sanitizers' where there are any.
 void* __libc_malloc(size_t size);
 void* __libc_memalign(size_t alignment, size_t size);
 [[gnu::weak]] void* __interceptor_malloc(size_t size);
 [[gnu::weak]] void* __interceptor_memalign(size_t alignment, size_t size);
+[[gnu::weak]] int __interceptor_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline);
 
 static void* allocate(size_t size) {
   return __interceptor_malloc != nullptr ? __interceptor_malloc(size) : __libc_malloc(size);
@@ -116,6 +117,7 @@ int pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline) no
     hostCalls.lockDeadline = *deadline;
     return *hostCalls.lockResult;
   }
+  if (__interceptor_pthread_mutex_timedlock != nullptr) return __interceptor_pthread_mutex_timedlock(mutex, deadline);
   return next<int(pthread_mutex_t*, const timespec*)>("pthread_mutex_timedlock")(mutex, deadline);
 }
 
