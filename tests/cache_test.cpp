@@ -12,7 +12,6 @@ namespace {
 
 using simulator::FaultAction;
 using testing::Each;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsNull;
 

@@ -14,7 +14,6 @@
 namespace {
 
 using simulator::FaultAction;
-using simulator::FaultRule;
 
 class Channel : public PluginTest {
  protected:

@@ -14,11 +14,9 @@
 namespace {
 
 using simulator::FaultAction;
-using simulator::RaidLevel;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::Not;
 
 class Discovery : public PluginTest {
  protected:

@@ -13,8 +13,6 @@
 
 namespace {
 
-using testing::HasSubstr;
-
 class FrontEnd : public PluginTest {
  protected:
   int32_t openWith(const char* driver, CtrlDevInfo** out, const char* hba = "vmhba2") {

@@ -62,11 +62,13 @@ std::string traceCopy() {
 extern "C" {
 
 // The functions behind the ones below: the sanitizers' where there are any.
+// NOLINTBEGIN(bugprone-reserved-identifier): their names are the libraries'
 void* __libc_malloc(size_t size);
 void* __libc_memalign(size_t alignment, size_t size);
 [[gnu::weak]] void* __interceptor_malloc(size_t size);
 [[gnu::weak]] void* __interceptor_memalign(size_t alignment, size_t size);
 [[gnu::weak]] int __interceptor_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline);
+// NOLINTEND(bugprone-reserved-identifier)
 
 static void* allocate(size_t size) {
   return __interceptor_malloc != nullptr ? __interceptor_malloc(size) : __libc_malloc(size);
@@ -94,7 +96,7 @@ FILE* fopen(const char* path, const char* mode) {
 }
 
 time_t time(time_t* out) noexcept {
-  timeval now;
+  timeval now{};
   next<int(timeval*, void*)>("gettimeofday")(&now, nullptr);
   if (hostCalls.now && fromPlugin(__builtin_return_address(0))) now.tv_sec = static_cast<time_t>(*hostCalls.now);
   if (out != nullptr) *out = now.tv_sec;

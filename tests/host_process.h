@@ -54,7 +54,7 @@ class PluginTest : public testing::Test {
   }
 
   /// Channels that the plugin has open.
-  uint32_t openChannels() const { return host.counts().openChannels - channelsBefore_; }
+  [[nodiscard]] uint32_t openChannels() const { return host.counts().openChannels - channelsBefore_; }
 
   /// Unloads the plugin before the end of the test.
   void unload();

@@ -14,11 +14,9 @@
 namespace {
 
 using simulator::FaultAction;
-using simulator::RaidLevel;
 using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-using testing::IsNull;
 
 class Services : public PluginTest {
  protected:
@@ -44,7 +42,7 @@ class Services : public PluginTest {
 
   /// Opens and reads the snapshot, so that the commands that follow are an operation's own.
   void warm() {
-    DmuDeviceInfo info;
+    DmuDeviceInfo info{};
     ASSERT_EQ(plugin->getDeviceInfo(volume, &info, error), 0);
     (void)host.takeCommands();
   }
@@ -99,7 +97,7 @@ TEST_F(Services, TellWhatADeviceIs) {
       {external, 1, 1, 255, "OrvaInfo_GetDeviceInfo: Physical location: external\n"},
       {disk, 2, 0xEE, 0xEEEEEEEE, "OrvaInfo_GetDeviceInfo: Physical Location: port:box:bay PORTNAME:1:5\n"}};
   for (const Case& c : kCases) {
-    DmuDeviceInfo info;
+    DmuDeviceInfo info{};
     std::memset(&info, 0xEE, sizeof(info));
     EXPECT_EQ(plugin->getDeviceInfo(c.handle, &info, error), 0);
     EXPECT_EQ(info.deviceType, c.type);
@@ -114,7 +112,7 @@ TEST_F(Services, TellWhatADeviceIs) {
 
 /// Calls every operation with an output of its own and returns the results.
 std::vector<int32_t> callAll(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, std::string& error) {
-  DmuDeviceInfo info;
+  DmuDeviceInfo info{};
   DriveTemperature temperatures[8];
   char* texts[8] = {};
   std::vector<int32_t> results = {plugin.getDeviceInfo(handle, &info, error),
@@ -146,7 +144,9 @@ TEST_F(Services, FailWithOneTextAndCloseWhatTheyOpened) {
 }
 
 TEST_F(Services, LocationsAreSortedTextsInBuffersOfTheHost) {
-  const std::string two = "port:box:bay 1I:1:2", three = "port:box:bay 1I:1:3", ten = "port:box:bay 1I:1:10";
+  const std::string two = "port:box:bay 1I:1:2";
+  const std::string three = "port:box:bay 1I:1:3";
+  const std::string ten = "port:box:bay 1I:1:10";
   EXPECT_THAT(locations(volume, 8), testing::Pair(3, ElementsAre(ten, two, three)));
   EXPECT_THAT(locations(volume, 2), testing::Pair(2, ElementsAre(ten, two)));
   EXPECT_THAT(locations(volume, 0), testing::Pair(0, ElementsAre()));
@@ -231,7 +231,7 @@ TEST_F(Services, VolumeFunctionsRefuseWhatIsNoVolumeWithMembers) {
   OrvaInfo& info = snapshot();
   OrvaInfo_Devices& member = info.devices[0];
   char* slot = nullptr;
-  DriveTemperature record;
+  DriveTemperature record{};
   const auto both = [&](OrvaInfo* i, OrvaInfo_Devices* v) {
     return std::pair{PUBLISHED(OrvaInfo_GetPhyLocationForVolume)(i, v, &slot, 1, error),
                      PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(i, v, &record, 1, error)};
@@ -541,7 +541,8 @@ TEST_F(Services, DumpShowsEveryDevice) {
     return f + " WWID: " + wwid + " " + f + "Port:Box:Bay " + place + "\n" + f +
            "\tCurrentTemperature: 30 MaximumTemperature: 60\n";
   };
-  const std::string l = "OrvaInfo_GetPhyLocationForVolume: ", t = "OrvaInfo_GetPhyDiskTempForVolume: ";
+  const std::string l = "OrvaInfo_GetPhyLocationForVolume: ";
+  const std::string t = "OrvaInfo_GetPhyDiskTempForVolume: ";
   const std::string pair = t + "\tCurrentTemperature: 30 " + t + "\tMaximumTemperature: 60\n";
   const auto serial = [](const std::string& text) { return text + std::string(40 - text.size(), ' '); };
   EXPECT_EQ(takeTrace(),

@@ -149,7 +149,7 @@ TEST_F(SimulatedHost, KeepsItsStateInAFileThatIsReplacedAsAWhole) {
 
 TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
   CtrlDevInfo* volume = open("volume0");
-  DmuDeviceInfo info;
+  DmuDeviceInfo info{};
   host.addFault({.call = "identifyController",
                  .controller = "vmhba1",
                  .drive = 1,

@@ -28,7 +28,7 @@ TEST_F(Threads, EverythingAtOnceOnTwoControllersWithTheTraceOn) {
     openInfo.driver = "veltrane";
     CtrlDevInfo* handle = nullptr;
     std::string text;
-    DmuDeviceInfo info;
+    DmuDeviceInfo info{};
     DriveTemperature temperatures[16];
     char* locations[16] = {};
     const bool good = again == plugin && again->openDeviceV2(&openInfo, &handle) == 0 &&
