@@ -199,6 +199,7 @@ TEST_F(Channel, FindsTheFirstUsedInstanceOfAName) {
 }
 
 TEST_F(Channel, TellsAnOemBuildByTheModuleLoadersOutput) {
+  hostCalls.moduleLoader = nullptr;
   const std::string folder = testing::TempDir() + "dmu-loader." + std::to_string(getpid());
   std::filesystem::create_directory(folder);
   const std::string path = std::getenv("PATH");

@@ -353,6 +353,7 @@ TEST_F(Discovery, ListsVolumesThenDrivesWithTheirHostAddresses) {
 }
 
 TEST_F(Discovery, OemBuildsNumberLocalVolumesByLun) {
+  hostCalls.moduleLoader = nullptr;
   simulator::Controller controller = model::controller();
   controller.volumes = {model::volume(0x7FFF, {}), model::volume(6, {})};
   controller.volumes[1].external = true;

@@ -95,6 +95,11 @@ FILE* fopen(const char* path, const char* mode) {
   return std::strcmp(mode, "aw") == 0 ? kFopen(traceCopy().c_str(), mode) : nullptr;
 }
 
+FILE* popen(const char* command, const char* mode) {
+  const bool isReplaced = hostCalls.moduleLoader != nullptr && fromPlugin(__builtin_return_address(0));
+  return next<FILE*(const char*, const char*)>("popen")(isReplaced ? hostCalls.moduleLoader : command, mode);
+}
+
 time_t time(time_t* out) noexcept {
   timeval now{};
   next<int(timeval*, void*)>("gettimeofday")(&now, nullptr);

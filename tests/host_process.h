@@ -23,6 +23,7 @@ struct HostCalls {
   std::optional<int> lockResult;              ///< what taking the lock returns, without waiting
   timespec lockDeadline{};                    ///< the deadline that it was given then
   bool traceOn = false;                       ///< whether the trace file exists
+  const char* moduleLoader = ":";             ///< runs in place of the module loader command; null: that itself
   std::function<int(sg_io_hdr&)> diskAnswer;  ///< answers SG_IO in place of the simulated disk
   int failAllocation = 0;                     ///< the allocation of the plugin that fails next, counted from 1
   bool failLaterAllocations = false;          ///< and all that follow it
