@@ -5,7 +5,7 @@
 
 namespace dmu {
 
-LocationText::LocationText(const OrvaInfo_Devices& drive, const char* suffix) : text{} {
+LocationText::LocationText(const OrvaInfo_Devices& drive, const char* suffix) {
   std::snprintf(text, sizeof(text), "port:box:bay %.8s:%u:%u%s", drive.portName, drive.box, drive.bay, suffix);
 }
 

@@ -19,7 +19,7 @@ inline constexpr char kNotInSnapshot[] = "(Failed)";
 struct LocationText {
   explicit LocationText(const OrvaInfo_Devices& drive, const char* suffix = "");
 
-  char text[kLocationSize];  ///< terminated
+  char text[kLocationSize]{};  ///< terminated
 };
 
 /// Whether the volume's member drives can be told: one of the controller's own, with drives and a member map.
