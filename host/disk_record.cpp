@@ -42,24 +42,24 @@ static Json toJson(const simulator::PciIdentity& pci) {
           {"physicalSlot", pci.physicalSlot}};
 }
 
+Json toJson(const HostDisk& disk) {
+  return {{"device", disk.device}, {"hba", disk.hba},       {"channel", disk.channel}, {"target", disk.target},
+          {"lun", disk.lun},       {"driver", disk.driver}, {"pci", toJson(disk.pci)}};
+}
+
 Json toJson(const DiskRecord& record) {
   Json errors = Json::array();
   for (const OperationError& error : record.errors) {
     errors.push_back({{"operation", error.operation}, {"text", error.text}});
   }
-  return {{"device", record.disk.device},
-          {"hba", record.disk.hba},
-          {"channel", record.disk.channel},
-          {"target", record.disk.target},
-          {"lun", record.disk.lun},
-          {"driver", record.disk.driver},
-          {"pci", toJson(record.disk.pci)},
-          {"serial", orNull(record.serial)},
-          {"kind", orNull(kindName(record))},
-          {"raidLevel", orNull(record.raidLevel)},
-          {"members", orNull(record.members)},
-          {"note", orNull(record.note)},
-          {"errors", std::move(errors)}};
+  Json json = toJson(record.disk);
+  json.update({{"serial", orNull(record.serial)},
+               {"kind", orNull(kindName(record))},
+               {"raidLevel", orNull(record.raidLevel)},
+               {"members", orNull(record.members)},
+               {"note", orNull(record.note)},
+               {"errors", std::move(errors)}});
+  return json;
 }
 
 }  // namespace host

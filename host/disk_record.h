@@ -38,7 +38,10 @@ struct DiskRecord {
 /// "RAID 10"; nothing when the level is unknown.
 [[nodiscard]] std::optional<std::string> raidName(const DiskRecord& record);
 
-/// The record's keys, the same for every command; a command adds its own.
+/// A disk's keys, as an inventory has them.
+[[nodiscard]] Json toJson(const HostDisk& disk);
+
+/// The record's keys, those of the disk included, the same for every command; a command adds its own.
 [[nodiscard]] Json toJson(const DiskRecord& record);
 
 }  // namespace host

@@ -1,15 +1,22 @@
-// The one place where the program stands between the plugin and whatever provides the host's calls: the three
-// management calls and the calls on disk nodes are defined here under their own names and passed on. What the program
-// shows of them or holds back rests on this.
+// The one place where the program stands between the plugin and whatever provides the host's calls: the management
+// calls, the calls on disk nodes, popen and time are defined here under their own names. What the program shows of
+// them, holds back, records or answers from a recording rests on this.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <vector>
 
+#include "host/host_calls.h"
 #include "simulator/command_decoder.h"
 
 namespace host {
+
+/// The driver's callbacks that are known, with the number of their parameters.
+inline constexpr uint64_t kQueryCallback = 0x10;
+inline constexpr uint32_t kQueryParameters = 2;
+inline constexpr uint64_t kPassthruCallback = 0x12;
+inline constexpr uint32_t kPassthruParameters = 3;
 
 /// One pass-through command on its way to the driver, and what came back.
 struct InterceptedCommand {
@@ -39,5 +46,10 @@ class CommandWatcher {
 
 /// Sets the watcher of all commands from now on; null watches no longer. Borrowed. Not while a command is under way.
 void watchCommands(CommandWatcher* watcher);
+
+/// Sets who answers the calls from now on; null: the machine itself. Borrowed. Not while a call is under way.
+///
+/// Only what belongs to a disk node goes there: open, ioctl and close of anything else stay the C library's.
+void takeCallsFrom(HostCalls* calls);
 
 }  // namespace host

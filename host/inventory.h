@@ -6,11 +6,16 @@
 #include <vector>
 
 #include "host/host_disk.h"
+#include "host/json_node.h"
 
 namespace host {
 
 /// Reads an inventory file.
 /// @throws Refusal  "FILE: JSON PATH: REASON" for the first mistake
 [[nodiscard]] std::vector<HostDisk> readInventory(const std::string& file);
+
+/// One disk, as the file has it.
+/// @throws Refusal  as above
+[[nodiscard]] HostDisk diskOf(const JsonNode& node);
 
 }  // namespace host

@@ -45,21 +45,16 @@ class OpenLevels {
   std::vector<Level> levels_;
 };
 
-/// The parser's message without its library's name and number: "line 3, column 5: syntax error ...".
-std::string messageOf(const Json::exception& mistake) {
+/// The parser's message from where it says `before` on.
+std::string messageOf(const Json::exception& mistake, std::string_view before) {
   const std::string_view message = mistake.what();
-  constexpr std::string_view kBefore = "parse error at ";
-  const size_t start = message.find(kBefore);
-  return std::string(start == std::string_view::npos ? message : message.substr(start + kBefore.size()));
+  const size_t start = message.find(before);
+  return std::string(start == std::string_view::npos ? message : message.substr(start + before.size()));
 }
 
-}  // namespace
-
-Json readJsonFile(const std::string& file) {
-  std::string error;
-  const auto content = readFile(file, error);
-  if (!content) throw Refusal(file + ": cannot be read: " + error);
-
+/// @param place   what messages begin with
+/// @param before  what the parser's own message says up to the place in the text
+Json parse(const std::string& text, const std::string& place, std::string_view before) {
   OpenLevels levels;
   const auto follow = [&](int, Json::parse_event_t event, const Json& parsed) {
     switch (event) {
@@ -68,7 +63,7 @@ Json readJsonFile(const std::string& file) {
         levels.open(event == Json::parse_event_t::array_start);
         break;
       case Json::parse_event_t::key:
-        if (!levels.addKey(parsed.get<std::string>())) throw Refusal(file + ": " + levels.path() + ": is there twice");
+        if (!levels.addKey(parsed.get<std::string>())) throw Refusal(place + ": " + levels.path() + ": is there twice");
         break;
       case Json::parse_event_t::object_end:
       case Json::parse_event_t::array_end:
@@ -82,10 +77,23 @@ Json readJsonFile(const std::string& file) {
     return true;
   };
   try {
-    return Json::parse(*content, follow);
+    return Json::parse(text, follow);
   } catch (const Json::exception& mistake) {
-    throw Refusal(file + ": " + messageOf(mistake));
+    throw Refusal(place + ": " + messageOf(mistake, before));
   }
+}
+
+}  // namespace
+
+Json readJsonFile(const std::string& file) {
+  std::string error;
+  const auto content = readFile(file, error);
+  if (!content) throw Refusal(file + ": cannot be read: " + error);
+  return parse(*content, file, "parse error at ");
+}
+
+Json readJsonLine(const std::string& line, const std::string& place) {
+  return parse(line, place, "parse error at line 1, ");
 }
 
 }  // namespace host

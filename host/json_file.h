@@ -1,4 +1,4 @@
-// Reads a JSON file more strictly than the parser alone.
+// Reads a JSON file, or one line of a file, more strictly than the parser alone.
 #pragma once
 
 #include <string>
@@ -10,5 +10,11 @@ namespace host {
 /// @return what the file holds
 /// @throws Refusal  "FILE: PLACE: REASON": it cannot be read, is no JSON, or has a key twice in an object
 [[nodiscard]] Json readJsonFile(const std::string& file);
+
+/// @param line   one line of a file, without its end
+/// @param place  "FILE: line N", for messages
+/// @return what the line holds
+/// @throws Refusal  "PLACE: column N: REASON", or with a JSON path in place of the column
+[[nodiscard]] Json readJsonLine(const std::string& line, const std::string& place);
 
 }  // namespace host
