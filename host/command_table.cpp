@@ -14,6 +14,8 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeCacheCommand());
   commands.push_back(makeDrivesCommand());
   commands.push_back(makeTraceCommand());
+  commands.push_back(makePluginCommand());
+  commands.push_back(makeCheckCommand());
   return commands;
 }
 

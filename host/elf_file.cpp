@@ -1,5 +1,5 @@
-// A small reader of ELF files: program headers, section headers, the dynamic symbol table and its string table. Every
-// offset and size comes from the file and is checked against it before use.
+// A small reader of ELF files: program headers, section headers, the dynamic section and symbol table and their string
+// tables. Every offset and size comes from the file and is checked against it before use.
 #include "host/elf_file.h"
 
 #include <cstring>
@@ -14,12 +14,14 @@ struct Elf32 {
   using Segment = Elf32_Phdr;
   using Section = Elf32_Shdr;
   using Symbol = Elf32_Sym;
+  using Dynamic = Elf32_Dyn;
 };
 struct Elf64 {
   using Header = Elf64_Ehdr;
   using Segment = Elf64_Phdr;
   using Section = Elf64_Shdr;
   using Symbol = Elf64_Sym;
+  using Dynamic = Elf64_Dyn;
 };
 
 /// The record at an offset of the file, unless it does not lie inside.
@@ -43,29 +45,56 @@ std::optional<std::string> textAt(const std::string& file, const Section& table,
   return std::string(text, static_cast<const char*>(end));
 }
 
-template <typename Elf>
-std::vector<std::string> undefinedNames(const std::string& file) {
-  std::vector<std::string> names;
+/// Calls `take` with every record of the sections of a type and the section with their texts, up to the first damage.
+template <typename Elf, typename Record, typename Take>
+void forEachRecord(const std::string& file, uint32_t type, Take take) {
   const auto header = recordAt<typename Elf::Header>(file, 0);
-  if (!header) return names;
+  if (!header) return;
   const auto section = [&](uint64_t index) {
     return recordAt<typename Elf::Section>(file, header->e_shoff + index * sizeof(typename Elf::Section));
   };
   for (uint64_t index = 0; index < header->e_shnum; ++index) {
-    const auto symbols = section(index);
-    if (!symbols) return names;
-    if (symbols->sh_type != SHT_DYNSYM) continue;
-    const auto texts = section(symbols->sh_link);
-    if (!texts) return names;
-    for (uint64_t place = 0; place + sizeof(typename Elf::Symbol) <= symbols->sh_size;
-         place += sizeof(typename Elf::Symbol)) {
-      const auto symbol = recordAt<typename Elf::Symbol>(file, symbols->sh_offset + place);
-      if (!symbol) return names;
-      if (symbol->st_shndx != SHN_UNDEF) continue;
-      if (auto name = textAt(file, *texts, symbol->st_name)) names.push_back(*std::move(name));
+    const auto records = section(index);
+    if (!records) return;
+    if (records->sh_type != type) continue;
+    const auto texts = section(records->sh_link);
+    if (!texts) return;
+    for (uint64_t place = 0; place + sizeof(Record) <= records->sh_size; place += sizeof(Record)) {
+      const auto record = recordAt<Record>(file, records->sh_offset + place);
+      if (!record) return;
+      take(*record, *texts);
     }
   }
+}
+
+template <typename Elf>
+std::vector<std::string> undefinedNames(const std::string& file) {
+  std::vector<std::string> names;
+  forEachRecord<Elf, typename Elf::Symbol>(file, SHT_DYNSYM, [&](const auto& symbol, const auto& texts) {
+    if (symbol.st_shndx != SHN_UNDEF) return;
+    if (auto name = textAt(file, texts, symbol.st_name)) names.push_back(*std::move(name));
+  });
   return names;
+}
+
+template <typename Elf>
+std::vector<std::string> neededNames(const std::string& file) {
+  std::vector<std::string> names;
+  forEachRecord<Elf, typename Elf::Dynamic>(file, SHT_DYNAMIC, [&](const auto& entry, const auto& texts) {
+    if (entry.d_tag != DT_NEEDED) return;
+    if (auto name = textAt(file, texts, entry.d_un.d_val)) names.push_back(*std::move(name));
+  });
+  return names;
+}
+
+template <typename Elf>
+std::optional<ElfIdentity> identityOf(const std::string& file, int bits) {
+  const auto header = recordAt<typename Elf::Header>(file, 0);
+  if (!header) return std::nullopt;
+  ElfIdentity identity{bits, "machine " + std::to_string(header->e_machine), header->e_type == ET_DYN};
+  if (header->e_machine == EM_386) identity.machine = "x86";
+  if (header->e_machine == EM_X86_64) identity.machine = "x86-64";
+  return identity;
 }
 
 template <typename Elf>
@@ -90,6 +119,18 @@ std::optional<int> classOf(const std::string& file) {
 }
 
 }  // namespace
+
+std::optional<ElfIdentity> identifyElf(const std::string& file) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return std::nullopt;
+  return *fileClass == ELFCLASS32 ? identityOf<Elf32>(file, 32) : identityOf<Elf64>(file, 64);
+}
+
+std::vector<std::string> neededLibraries(const std::string& file) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return {};
+  return *fileClass == ELFCLASS32 ? neededNames<Elf32>(file) : neededNames<Elf64>(file);
+}
 
 std::vector<std::string> undefinedSymbols(const std::string& file) {
   const auto fileClass = classOf(file);

@@ -1,10 +1,27 @@
-// Looks into a shared object without loading it: whether it is whole, and which names it needs from others.
+// Looks into a shared object without loading it: what it is built for, whether it is whole, and which libraries and
+// names it needs from others.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace host {
+
+/// What an ELF file is built for.
+struct ElfIdentity {
+  int bits = 0;         ///< 32 or 64
+  std::string machine;  ///< "x86", "x86-64", or "machine " and its number
+  bool isShared = false;
+};
+
+/// @param file  the whole content of a file
+/// @return nothing for anything that is no little-endian ELF file with a whole header
+[[nodiscard]] std::optional<ElfIdentity> identifyElf(const std::string& file);
+
+/// The names of the libraries that a shared object needs, in its own order.
+/// @param file  as for undefinedSymbols
+[[nodiscard]] std::vector<std::string> neededLibraries(const std::string& file);
 
 /// The undefined names of a shared object's dynamic symbol table.
 ///

@@ -12,11 +12,28 @@
 
 namespace host {
 
+static std::string classText(int bits, const std::string& machine) {
+  return std::to_string(bits) + "-bit " + machine;
+}
+
+static std::string ownClass() {
+#ifdef __i386__
+  return classText(32, "x86");
+#else
+  return classText(64, "x86-64");
+#endif
+}
+
 /// Refuses what must not be loaded, or not be called, before either happens.
 static void refuseByContent(const std::string& file) {
   std::string error;
   const auto content = readFile(file, error);
   if (!content) throw Refusal("plugin " + file + ": " + error);
+  const auto identity = identifyElf(*content);
+  if (!identity) throw Refusal("plugin " + file + ": it is no ELF file");
+  if (const std::string built = classText(identity->bits, identity->machine); built != ownClass()) {
+    throw Refusal("plugin " + file + ": it is built for " + built + ", this host is a " + ownClass() + " program");
+  }
   if (isCut(*content)) throw Refusal("plugin " + file + ": the file is cut");
   const auto layout = stringLayoutOf(undefinedSymbols(*content));
   if (!layout || *layout == ownStringLayout()) return;
@@ -24,27 +41,31 @@ static void refuseByContent(const std::string& file) {
                 nameOf(ownStringLayout()) + " one (see README.md, \"Old hosts\")");
 }
 
-static void refuseIncomplete(const std::string& file, const DmuPluginDescriptor* descriptor) {
-  if (descriptor == nullptr) throw Refusal("plugin " + file + ": DmuPluginInit returned no descriptor");
-  const bool complete = descriptor->operationCount >= 6 && descriptor->getDeviceInfo && descriptor->setDriveLEDState &&
-                        descriptor->cacheOn && descriptor->cacheOff && descriptor->getDeviceTemperature &&
-                        descriptor->getDeviceLocation && descriptor->openDeviceV2 && descriptor->closeDevice;
-  if (!complete) throw Refusal("plugin " + file + ": its descriptor lacks an operation or an open or close function");
-}
-
-LoadedPlugin::LoadedPlugin(const std::string& file) : file_(file) {
+PluginLibrary::PluginLibrary(const std::string& file) : file_(file) {
   // A name without a slash would be searched for in the system's library directories.
   const std::string path = file.find('/') == std::string::npos ? "./" + file : file;
   refuseByContent(path);
   library_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
-  if (library_ == nullptr) throw Refusal(std::string("plugin cannot be loaded: ") + dlerror());
-  const auto init = reinterpret_cast<DmuPluginInitFunction>(dlsym(library_.get(), "DmuPluginInit"));
-  if (init == nullptr) throw Refusal("plugin " + file + ": it does not export DmuPluginInit");
-  descriptor_ = init();
-  refuseIncomplete(file, descriptor_);
+  if (library_ == nullptr) throw Refusal("plugin " + path + " cannot be loaded: " + dlerror());
+  entry_ = reinterpret_cast<DmuPluginInitFunction>(dlsym(library_.get(), "DmuPluginInit"));
+  if (entry_ == nullptr) throw Refusal("plugin " + file + ": it does not export DmuPluginInit");
 }
 
-void LoadedPlugin::Unload::operator()(void* library) const {
+std::string whyUnusable(const DmuPluginDescriptor* descriptor) {
+  if (descriptor == nullptr) return "DmuPluginInit returned no descriptor";
+  const bool complete = descriptor->operationCount >= 6 && descriptor->getDeviceInfo && descriptor->setDriveLEDState &&
+                        descriptor->cacheOn && descriptor->cacheOff && descriptor->getDeviceTemperature &&
+                        descriptor->getDeviceLocation && descriptor->openDeviceV2 && descriptor->closeDevice;
+  return complete ? "" : "its descriptor lacks an operation or an open or close function";
+}
+
+LoadedPlugin::LoadedPlugin(const std::string& file) : library_(file), descriptor_(library_.entry()()) {
+  if (const std::string reason = whyUnusable(descriptor_); !reason.empty()) {
+    throw Refusal("plugin " + file + ": " + reason);
+  }
+}
+
+void PluginLibrary::Unload::operator()(void* library) const {
   dlclose(library);
 }
 

@@ -45,6 +45,11 @@ simulator::SimulatedHost& Session::simulatedHost(const std::string& purpose) {
   return *simulatedHost_;
 }
 
+simulator::SimulatedHost* Session::simulatedHostIfAny() {
+  prepareSimulatedHost();
+  return simulatedHost_;
+}
+
 const std::vector<HostDisk>& Session::disks() {
   if (disks_) return *disks_;
   prepareSimulatedHost();
@@ -65,9 +70,13 @@ const std::vector<HostDisk>& Session::disks() {
 const DmuPluginDescriptor& Session::plugin() {
   if (!plugin_) {
     prepareSimulatedHost();
-    plugin_.emplace(options_.pluginFile.empty() ? defaultPluginFile() : options_.pluginFile);
+    plugin_.emplace(pluginFile());
   }
   return plugin_->descriptor();
+}
+
+std::string Session::pluginFile() const {
+  return options_.pluginFile.empty() ? defaultPluginFile() : options_.pluginFile;
 }
 
 std::vector<std::string> Session::unfiredFaults() const {

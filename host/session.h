@@ -36,10 +36,16 @@ class Session {
   /// @throws Refusal  it cannot be loaded
   const DmuPluginDescriptor& plugin();
 
+  /// The file of the plugin that was asked for, loaded or not.
+  [[nodiscard]] std::string pluginFile() const;
+
   /// The simulated host with its topology loaded.
   /// @param purpose  what it is needed for, for the refusal on a real host
   /// @throws Refusal  this is a real host, or a file named by an option is refused
   simulator::SimulatedHost& simulatedHost(const std::string& purpose);
+
+  /// The same where there is one; null on a real host.
+  [[nodiscard]] simulator::SimulatedHost* simulatedHostIfAny();
 
   /// Where the fault rules were written that never hit a call of the plugin; none before the plugin was loaded.
   [[nodiscard]] std::vector<std::string> unfiredFaults() const;

@@ -1,0 +1,106 @@
+// The descriptor's fields. These rules look at what DmuPluginInit returns before anything is called through it.
+#include <algorithm>
+#include <cstring>
+#include <dlfcn.h>
+
+#include "host/check/calls.h"
+#include "host/check/trial.h"
+
+namespace host::check {
+namespace {
+
+constexpr uintptr_t kOperationCount = 6;
+constexpr size_t kLongestText = 255;
+
+const DmuPluginDescriptor& descriptorOf(Trial& trial) {
+  const DmuPluginDescriptor* descriptor = trial.library().entry()();
+  if (descriptor == nullptr) throw Skipped{"DmuPluginInit returned null (see descriptor.returned)"};
+  return *descriptor;
+}
+
+void returned(Trial& trial) {
+  expect(trial.library().entry()() != nullptr, "DmuPluginInit: expected a descriptor, got null");
+}
+
+void expectReadable(const std::string& field, const char* text) {
+  expect(text != nullptr, field + ": expected a text, got null");
+  const std::string read(text, strnlen(text, kLongestText + 1));
+  const bool isPrintable = std::all_of(read.begin(), read.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+  expect(!read.empty() && read.size() <= kLongestText && isPrintable,
+         field + ": expected 1 to 255 printable characters and a NUL, there are none");
+}
+
+void texts(Trial& trial) {
+  const DmuPluginDescriptor& descriptor = descriptorOf(trial);
+  expectReadable("version", descriptor.version);
+  expectReadable("name", descriptor.name);
+}
+
+/// A function lies in a library; whatever stands behind a descriptor that is too short does not.
+template <typename Function>
+void expectFunction(const std::string& field, Function function) {
+  expect(function != nullptr, field + ": expected a function, got null");
+  Dl_info library{};
+  const bool isInLibrary = dladdr(reinterpret_cast<void*>(function), &library) != 0;
+  expect(isInLibrary, field + ": expected a function, got an address that lies in no library");
+}
+
+void functions(Trial& trial) {
+  const DmuPluginDescriptor& descriptor = descriptorOf(trial);
+  expectFunction("openDevice", descriptor.openDevice);
+  expectFunction("closeDevice", descriptor.closeDevice);
+  expectFunction("getDeviceInfo", descriptor.getDeviceInfo);
+  expectFunction("setDriveLEDState", descriptor.setDriveLEDState);
+  expectFunction("cacheOn", descriptor.cacheOn);
+  expectFunction("cacheOff", descriptor.cacheOff);
+  expectFunction("getDeviceTemperature", descriptor.getDeviceTemperature);
+  expectFunction("getDeviceLocation", descriptor.getDeviceLocation);
+  expectFunction("openDeviceV2", descriptor.openDeviceV2);
+}
+
+void operationCount(Trial& trial) {
+  const uintptr_t count = descriptorOf(trial).operationCount;
+  expect(count == kOperationCount, "operationCount: expected 6, got " + std::to_string(count));
+}
+
+void unusedIsNull(Trial& trial) {
+  const DmuPluginDescriptor& descriptor = descriptorOf(trial);
+  expect(descriptor.unused == nullptr, "unused: expected null, got an address");
+  for (const void* field : descriptor.reserved) expect(field == nullptr, "reserved: expected 16 nulls, got an address");
+}
+
+void stable(Trial& trial) {
+  const DmuPluginDescriptor* first = &descriptorOf(trial);
+  const DmuPluginDescriptor contents = *first;
+  const auto expectSame = [&](const std::string& when) {
+    expect(trial.library().entry()() == first, "DmuPluginInit " + when + ": expected the same address, got another");
+    expect(std::memcmp(first, &contents, sizeof(contents)) == 0, "descriptor " + when + ": its contents have changed");
+  };
+  expectSame("called again");
+  for (const Subject& subject : trial.subjects()) {
+    const Handle handle = trial.open(subject.disk);
+    for (const Operation& operation : operations(false)) {
+      bool wrote = false;
+      static_cast<void>(operation.call(trial.plugin(), handle.get(), wrote));
+    }
+    expectSame("after operations");
+  }
+}
+
+constexpr Rule kRules[] = {
+    {"descriptor.returned", "DmuPluginInit returns a descriptor", Needs::anyHost, returned},
+    {"descriptor.texts", "version and name are short printable texts", Needs::anyHost, texts},
+    {"descriptor.functions", "both opens, close and the six operations are functions", Needs::anyHost, functions},
+    {"descriptor.operation-count", "operationCount is 6", Needs::anyHost, operationCount},
+    {"descriptor.unused-null", "the unused field and the room behind the fields are null", Needs::anyHost,
+     unusedIsNull},
+    {"descriptor.stable", "every call returns the same address with the same contents", Needs::anyHost, stable},
+};
+
+}  // namespace
+
+std::span<const Rule> descriptorRules() {
+  return kRules;
+}
+
+}  // namespace host::check

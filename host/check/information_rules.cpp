@@ -1,0 +1,94 @@
+// Operation 0: what a device is.
+#include <algorithm>
+
+#include "host/check/calls.h"
+#include "host/check/expectations.h"
+
+namespace host::check {
+namespace {
+
+constexpr uint32_t kVolumeType = 1;
+constexpr uint32_t kDiskType = 2;
+constexpr uint32_t kUnknownRaidLevel = 255;
+constexpr uint32_t kRaidLevels[] = {0, 1, 4, 5, 6, 64, kUnknownRaidLevel};
+
+void expectNumber(const std::string& what, uint32_t expected, uint32_t seen) {
+  expect(expected == seen, what + ": expected " + std::to_string(expected) + ", got " + std::to_string(seen));
+}
+
+/// Only the fields may be written; of a disk only the type.
+void expectPaddingUntouched(const std::string& what, const InformationCall& call) {
+  const bool isDisk = call.information().deviceType == kDiskType;
+  const bool fields = isDisk ? call.isUntouched(4, 12) : call.isUntouched(5, 8);
+  expect(fields, what + ": it wrote to bytes of the record that it must leave alone");
+  expect(call.isUntouched(sizeof(DmuDeviceInfo)), what + ": it wrote beyond the record");
+}
+
+void answers(Trial& trial) {
+  for (const Subject& subject : trial.subjects()) {
+    const Handle handle = trial.open(subject.disk);
+    const InformationCall call(trial.plugin(), handle.get());
+    const std::string what = "device information of " + subject.disk.device;
+    expectResult(what, 0, call.result);
+    const uint32_t type = call.information().deviceType;
+    expect(type == kVolumeType || type == kDiskType,
+           what + ": expected device type 1 or 2, got " + std::to_string(type));
+    expectPaddingUntouched(what, call);
+    if (type == kDiskType) continue;
+    const uint32_t level = call.information().raidLevel;
+    expect(std::find(std::begin(kRaidLevels), std::end(kRaidLevels), level) != std::end(kRaidLevels),
+           what + ": expected RAID level 0, 1, 4, 5, 6, 64 or 255, got " + std::to_string(level));
+  }
+}
+
+void volume(Trial& trial) {
+  for (const Subject& subject : trial.subjects(Kind::volume)) {
+    const Handle handle = trial.open(subject.disk);
+    const InformationCall call(trial.plugin(), handle.get());
+    const std::string what = "device information of " + subject.disk.device;
+    expectResult(what, 0, call.result);
+    expectNumber(what + ": device type", kVolumeType, call.information().deviceType);
+    expectNumber(what + ": member drives", static_cast<uint32_t>(subject.volume->members.size()),
+                 call.information().physicalDisks);
+    expectNumber(what + ": RAID level", expectedRaidLevel(*subject.volume), call.information().raidLevel);
+  }
+}
+
+void externalVolume(Trial& trial) {
+  for (const Subject& subject : trial.subjects(Kind::externalVolume)) {
+    const Handle handle = trial.open(subject.disk);
+    const InformationCall call(trial.plugin(), handle.get());
+    const std::string what = "device information of " + subject.disk.device;
+    expectResult(what, 0, call.result);
+    expectNumber(what + ": device type", kVolumeType, call.information().deviceType);
+    expectNumber(what + ": member drives", 1, call.information().physicalDisks);
+    expectNumber(what + ": RAID level", kUnknownRaidLevel, call.information().raidLevel);
+  }
+}
+
+void disk(Trial& trial) {
+  for (const Subject& subject : trial.subjects(Kind::disk)) {
+    const Handle handle = trial.open(subject.disk);
+    const InformationCall call(trial.plugin(), handle.get());
+    const std::string what = "device information of " + subject.disk.device;
+    expectResult(what, 0, call.result);
+    expectNumber(what + ": device type", kDiskType, call.information().deviceType);
+    expectPaddingUntouched(what, call);
+  }
+}
+
+constexpr Rule kRules[] = {
+    {"info.answers", "every disk has a type and level, and nothing but the fields is written", Needs::anyHost, answers},
+    {"info.volume", "a volume has its members and RAID level", Needs::simulatedHost, volume},
+    {"info.external-volume", "an external volume has one member and an unknown level", Needs::simulatedHost,
+     externalVolume},
+    {"info.disk", "a physical disk has its type alone", Needs::simulatedHost, disk},
+};
+
+}  // namespace
+
+std::span<const Rule> informationRules() {
+  return kRules;
+}
+
+}  // namespace host::check

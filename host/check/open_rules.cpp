@@ -1,0 +1,193 @@
+// Opening handles, by either function.
+#include <cstring>
+#include <memory>
+
+#include "host/check/calls.h"
+#include "host/check/trial.h"
+#include "host/open_record.h"
+#include "host/text.h"
+
+namespace host::check {
+namespace {
+
+/// What the host's variable holds before a call that must not write to it.
+CtrlDevInfo* mark() {
+  static char place;
+  return reinterpret_cast<CtrlDevInfo*>(&place);
+}
+
+int32_t openFirst(Trial& trial, const DmuDeviceOpenInfo& record, CtrlDevInfo** out) {
+  return trial.plugin().openDevice(record.hba, record.channel, record.target, record.lun, record.driver,
+                                   record.isPciDevice, record.segment, record.busId, record.slotId, record.functionId,
+                                   record.vendorId, record.subVendorId, record.deviceId, record.subDeviceId,
+                                   record.reserved, record.physicalSlot, out);
+}
+
+int32_t openSecond(Trial& trial, const DmuDeviceOpenInfo& record, CtrlDevInfo** out) {
+  return trial.plugin().openDeviceV2(&record, out);
+}
+
+struct OpenFunction {
+  const char* name;
+  int32_t (*call)(Trial& trial, const DmuDeviceOpenInfo& record, CtrlDevInfo** out);
+};
+constexpr OpenFunction kOpenFunctions[] = {{"openDevice", openFirst}, {"openDeviceV2", openSecond}};
+
+void expectOpens(Trial& trial, const OpenFunction& open, const DmuDeviceOpenInfo& record, const std::string& with) {
+  const std::string what = std::string(open.name) + " with " + with;
+  CtrlDevInfo* handle = mark();
+  expectResult(what, 0, open.call(trial, record, &handle));
+  expect(handle != nullptr && handle != mark(), what + ": expected a handle, got none");
+  trial.plugin().closeDevice(handle);
+}
+
+void expectRefuses(Trial& trial, const OpenFunction& open, const DmuDeviceOpenInfo& record, const std::string& with) {
+  const std::string what = std::string(open.name) + " with " + with;
+  CtrlDevInfo* handle = mark();
+  expectResult(what, -1, open.call(trial, record, &handle));
+  expect(handle == mark(), what + ": it failed, but wrote a handle");
+}
+
+void serves(Trial& trial) {
+  for (const HostDisk& disk : trial.servedDisks()) {
+    for (const OpenFunction& open : kOpenFunctions) expectOpens(trial, open, openRecordOf(disk), disk.device);
+  }
+}
+
+void foreignDriver(Trial& trial) {
+  const HostDisk disk = trial.servedDisks().front();
+  for (const char* driver : {"sata", "VELTRANE", "veltrane ", " veltrane", "veltran", "veltrane2", ""}) {
+    DmuDeviceOpenInfo record = openRecordOf(disk);
+    record.driver = driver;
+    for (const OpenFunction& open : kOpenFunctions) {
+      expectRefuses(trial, open, record, std::string("driver \"") + driver + '"');
+    }
+  }
+}
+
+void nullArguments(Trial& trial) {
+  const HostDisk disk = trial.servedDisks().front();
+  DmuDeviceOpenInfo record = openRecordOf(disk);
+  for (const OpenFunction& open : kOpenFunctions) {
+    expectResult(std::string(open.name) + " with a null out", -1, open.call(trial, record, nullptr));
+  }
+  CtrlDevInfo* handle = mark();
+  expectResult("openDeviceV2 with a null record", -1, trial.plugin().openDeviceV2(nullptr, &handle));
+  expect(handle == mark(), "openDeviceV2 with a null record: it failed, but wrote a handle");
+  record.driver = nullptr;
+  for (const OpenFunction& open : kOpenFunctions) expectRefuses(trial, open, record, "a null driver");
+}
+
+void nullNames(Trial& trial) {
+  const HostDisk disk = trial.servedDisks().front();
+  DmuDeviceOpenInfo record = openRecordOf(disk);
+  record.devName = nullptr;
+  record.hba = nullptr;
+  for (const OpenFunction& open : kOpenFunctions) expectOpens(trial, open, record, "null names");
+}
+
+void longNames(Trial& trial) {
+  for (const size_t length : {0U, 1U, 49U, 50U, 51U, 255U, 4096U, 100000U}) {
+    HostDisk disk = trial.servedDisks().front();
+    disk.hba = disk.device = std::string(length, 'n');
+    for (const OpenFunction& open : kOpenFunctions) {
+      expectOpens(trial, open, openRecordOf(disk), "names of " + counted(length, "character"));
+    }
+    const Handle handle = trial.open(disk);
+    for (const Operation& operation : operations(false)) {
+      expectRefusal(operation, trial.plugin(), handle.get(), "names of " + counted(length, "character"),
+                    "Failed to open controller.");
+    }
+  }
+}
+
+/// The record's texts lie in memory that is overwritten after the open.
+void borrowsTheRecord(Trial& trial) {
+  for (const Subject& subject : trial.subjects()) {
+    HostDisk disk = subject.disk;
+    DmuDeviceOpenInfo record = openRecordOf(disk);
+    const DmuDeviceOpenInfo before = record;
+    CtrlDevInfo* opened = nullptr;
+    expectResult("openDeviceV2 of " + disk.device, 0, trial.plugin().openDeviceV2(&record, &opened));
+    const Handle handle(trial.plugin(), opened);
+    expect(std::memcmp(&record, &before, sizeof(record)) == 0, "openDeviceV2: the host's record was written to");
+    expectText("openDeviceV2: the host's names", subject.disk.hba + " " + subject.disk.device,
+               disk.hba + " " + disk.device);
+    std::memset(&record, 0xA5, sizeof(record));
+    for (std::string* text : {&disk.device, &disk.hba, &disk.driver}) text->assign(text->size(), 'x');
+    const InformationCall call(trial.plugin(), handle.get());
+    expectResult("device information after the open record was overwritten", 0, call.result);
+  }
+}
+
+void unreadableSerial(Trial& trial) {
+  HostDisk disk = trial.servedDisks().front();
+  disk.device = "no-such-node";
+  expectOpens(trial, kOpenFunctions[1], openRecordOf(disk), "a disk whose node does not exist");
+  if (!trial.isSimulated()) return;
+  trial.addFault("ioctl", simulator::FaultAction::error, 5);
+  expectOpens(trial, kOpenFunctions[1], openRecordOf(trial.servedDisks().front()), "a disk that does not answer");
+}
+
+void byAddress(Trial& trial) {
+  for (const Subject& subject : trial.subjects()) {
+    CtrlDevInfo* opened = nullptr;
+    expectResult("openDevice", 0, openFirst(trial, openRecordOf(subject.disk), &opened));
+    const Handle handle(trial.plugin(), opened);
+    const std::string what = "device information of " + subject.disk.device + " by its address alone";
+    const InformationCall call(trial.plugin(), handle.get());
+    expectResult(what, subject.kind == Kind::disk ? -1 : 0, call.result);
+    expectText(what + ": the error text", subject.kind == Kind::disk ? "Device is not found." : kErrorBefore,
+               call.error);
+  }
+}
+
+/// Information and locations as one line, to compare.
+std::string answersOf(Trial& trial, CtrlDevInfo* handle) {
+  const InformationCall information(trial.plugin(), handle);
+  const LocationCall location(trial.plugin(), handle, 256);
+  std::string line = std::to_string(information.result) + " " + std::to_string(information.information().deviceType) +
+                     " " + std::to_string(location.result);
+  for (const std::string& text : location.texts()) line += " " + text;
+  return line;
+}
+
+/// What a handle answers while it is the only one, and then while all are open.
+void independentHandles(Trial& trial) {
+  const std::vector<Subject> subjects = trial.subjects();
+  std::vector<std::string> alone;
+  for (const Subject& subject : subjects) {
+    const Handle handle = trial.open(subject.disk);
+    alone.push_back(answersOf(trial, handle.get()));
+  }
+  std::vector<std::unique_ptr<Handle>> handles;
+  for (const Subject& subject : subjects) handles.emplace_back(new Handle(trial.open(subject.disk)));
+  for (size_t i = subjects.size(); i-- > 0;) {
+    expectText("answers for " + subjects[i].disk.device + " while other handles are open", alone[i],
+               answersOf(trial, handles[i]->get()));
+  }
+}
+
+constexpr Rule kRules[] = {
+    {"open.serves", "both functions open every disk of the plugin's driver", Needs::anyHost, serves},
+    {"open.foreign-driver", "disks of every other driver are refused and nothing is written", Needs::anyHost,
+     foreignDriver},
+    {"open.null-arguments", "a null driver, record or out is refused", Needs::anyHost, nullArguments},
+    {"open.null-names", "a null device or controller name counts as empty", Needs::anyHost, nullNames},
+    {"open.long-names", "names of any length open, and name no controller", Needs::anyHost, longNames},
+    {"open.borrows-the-record", "the open record is not written, and not needed after the open", Needs::anyHost,
+     borrowsTheRecord},
+    {"open.unreadable-serial", "a serial number that cannot be read does not fail the open", Needs::anyHost,
+     unreadableSerial},
+    {"open.by-address", "a handle of openDevice finds volumes, not physical disks", Needs::anyHost, byAddress},
+    {"open.independent-handles", "handles that are open at the same time answer for their own disks", Needs::anyHost,
+     independentHandles},
+};
+
+}  // namespace
+
+std::span<const Rule> openRules() {
+  return kRules;
+}
+
+}  // namespace host::check

@@ -1,0 +1,35 @@
+// The groups of rules in the order in which they are reported, and the words of a broken promise.
+#include "host/check/rule.h"
+#include "host/text.h"
+
+namespace host::check {
+
+std::vector<Rule> allRules() {
+  std::vector<Rule> rules;
+  for (const auto group : {libraryRules(), descriptorRules(), openRules(), closeRules(), operationRules(), errorRules(),
+                           informationRules(), locationRules(), temperatureRules(), locatorRules(), cacheRules(),
+                           resourceRules(), lockRules()}) {
+    rules.insert(rules.end(), group.begin(), group.end());
+  }
+  return rules;
+}
+
+void fail(const std::string& text) {
+  throw Failure{text};
+}
+
+void expect(bool holds, const std::string& otherwise) {
+  if (!holds) fail(otherwise);
+}
+
+void expectResult(const std::string& what, int32_t expected, int32_t seen) {
+  if (expected == seen) return;
+  fail(what + ": expected result " + std::to_string(expected) + ", got " + std::to_string(seen));
+}
+
+void expectText(const std::string& what, const std::string& expected, const std::string& seen) {
+  if (expected == seen) return;
+  fail(what + ": expected \"" + printable(expected) + "\", got \"" + printable(seen) + "\"");
+}
+
+}  // namespace host::check

@@ -1,0 +1,180 @@
+// Loads the plugin for a rule, picks the disks that it is tried with, and counts commands.
+#include "host/check/trial.h"
+
+#include <algorithm>
+#include <map>
+
+#include "host/open_record.h"
+#include "host/refusal.h"
+
+namespace host::check {
+namespace {
+
+constexpr const char* kServedDriver = "veltrane";
+constexpr uint32_t kVolumeType = 1;
+constexpr uint32_t kExternalRaidLevel = 255;
+constexpr size_t kMostOfAKind = 2;  // on each controller: large hosts need no more
+
+std::string nameOf(Kind kind) {
+  if (kind == Kind::disk) return "physical disk";
+  return kind == Kind::volume ? "volume with members" : "external volume";
+}
+
+/// A drive beyond the controller's blink array cannot be switched, and a volume without members has nothing to ask for.
+bool canBeTried(const Subject& subject) {
+  if (subject.controller == nullptr) return true;
+  const bool hasRoomToBlink =
+      subject.controller->extendedBlinkArray || subject.controller->maxPhysDevicesSupported <= 256;
+  return hasRoomToBlink && (subject.kind != Kind::volume || !subject.volume->members.empty());
+}
+
+}  // namespace
+
+bool CommandCounter::holdsBack(const InterceptedCommand& command) {
+  const std::lock_guard lock(mutex_);
+  if (begun_++ == 0) firstCaller_ = std::this_thread::get_id();
+  const bool isWrite = command.record.typeAttributeDirection == simulator::wire::kWriteDirection;
+  if (isWrite) ++writes_;
+  mostAtOnce_ = std::max(mostAtOnce_, ++onTheirWay_);
+  return isWrite && holdsBackWrites_;
+}
+
+void CommandCounter::passed(InterceptedCommand /*command*/) {
+  const std::lock_guard lock(mutex_);
+  --onTheirWay_;
+  if (std::this_thread::get_id() == firstCaller_) firstIsBack_ = true;
+}
+
+uint32_t CommandCounter::begun() const {
+  const std::lock_guard lock(mutex_);
+  return begun_;
+}
+
+uint32_t CommandCounter::writes() const {
+  const std::lock_guard lock(mutex_);
+  return writes_;
+}
+
+uint32_t CommandCounter::mostAtOnce() const {
+  const std::lock_guard lock(mutex_);
+  return mostAtOnce_;
+}
+
+bool CommandCounter::firstIsBack() const {
+  const std::lock_guard lock(mutex_);
+  return firstIsBack_;
+}
+
+Trial::Trial(const Setup& setup) : setup_(setup), commands_(setup.readOnly) {
+  watchCommands(&commands_);
+  if (!isSimulated()) return;
+  topology_ = simulatedHost().topology();
+  topology_.faults.clear();
+  simulatedHost().load(topology_);
+}
+
+const PluginLibrary& Trial::library() {
+  try {
+    if (!library_) library_.emplace(setup_.pluginFile);
+  } catch (const Refusal&) {
+    throw Skipped{"the plugin does not load (see library.loads)"};
+  }
+  return *library_;
+}
+
+const DmuPluginDescriptor& Trial::plugin() {
+  if (plugin_ == nullptr) {
+    const DmuPluginDescriptor* descriptor = library().entry()();
+    if (!whyUnusable(descriptor).empty() || descriptor->openDevice == nullptr) {
+      throw Skipped{"the plugin's descriptor cannot be used (see the group descriptor)"};
+    }
+    plugin_ = descriptor;
+  }
+  return *plugin_;
+}
+
+void Trial::unload() {
+  plugin_ = nullptr;
+  library_.reset();
+}
+
+std::vector<HostDisk> Trial::servedDisks() const {
+  std::vector<HostDisk> served;
+  std::copy_if(setup_.disks.begin(), setup_.disks.end(), std::back_inserter(served),
+               [](const HostDisk& disk) { return disk.driver == kServedDriver; });
+  if (served.empty()) throw Skipped{std::string("the host has no disk of the driver ") + kServedDriver};
+  return served;
+}
+
+std::optional<Subject> Trial::modelledSubject(const HostDisk& disk) const {
+  for (const simulator::Controller& controller : topology_.controllers) {
+    if (controller.hba != disk.hba) continue;
+    for (const simulator::Volume& volume : controller.volumes) {
+      if (volume.device != disk.device) continue;
+      return Subject{disk, volume.external ? Kind::externalVolume : Kind::volume, &controller, &volume, nullptr};
+    }
+    for (const simulator::Drive& drive : controller.drives) {
+      if (drive.exposed && drive.device == disk.device) return Subject{disk, Kind::disk, &controller, nullptr, &drive};
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<Subject> Trial::askedSubject(const HostDisk& disk) {
+  const Handle handle = open(disk);
+  DmuDeviceInfo information{};
+  std::string error;
+  if (plugin().getDeviceInfo(handle.get(), &information, error) != 0) return std::nullopt;
+  Subject subject{disk, Kind::disk, nullptr, nullptr, nullptr};
+  if (information.deviceType == kVolumeType) {
+    subject.kind = information.raidLevel == kExternalRaidLevel ? Kind::externalVolume : Kind::volume;
+  }
+  return subject;
+}
+
+std::optional<Subject> Trial::subjectOf(const HostDisk& disk) {
+  return isSimulated() ? modelledSubject(disk) : askedSubject(disk);
+}
+
+void Trial::findSubjects() {
+  subjects_.emplace();
+  std::map<std::pair<std::string, Kind>, size_t> counts;
+  for (const HostDisk& disk : servedDisks()) {
+    auto subject = subjectOf(disk);
+    if (subject && canBeTried(*subject) && counts[{disk.hba, subject->kind}]++ < kMostOfAKind) {
+      subjects_->push_back(*std::move(subject));
+    }
+  }
+}
+
+std::vector<Subject> Trial::subjects() {
+  if (!subjects_) findSubjects();
+  if (subjects_->empty()) throw Skipped{"the plugin answers for none of the host's disks"};
+  return *subjects_;
+}
+
+std::vector<Subject> Trial::subjects(Kind kind) {
+  std::vector<Subject> chosen = subjects();
+  std::erase_if(chosen, [kind](const Subject& subject) { return subject.kind != kind; });
+  if (chosen.empty()) throw Skipped{"the host has no " + nameOf(kind)};
+  return chosen;
+}
+
+Handle Trial::open(const HostDisk& disk) {
+  const DmuDeviceOpenInfo record = openRecordOf(disk);
+  CtrlDevInfo* handle = nullptr;
+  expectResult("open of " + disk.device, 0, plugin().openDeviceV2(&record, &handle));
+  expect(handle != nullptr, "open of " + disk.device + ": expected a handle, got null");
+  return {plugin(), handle};
+}
+
+void Trial::addFault(const std::string& call, simulator::FaultAction action, uint32_t value, uint32_t count) const {
+  simulator::FaultRule rule;
+  rule.call = call;
+  rule.action = action;
+  rule.value = value;
+  rule.count = count;
+  simulatedHost().addFault(rule);
+}
+
+}  // namespace host::check

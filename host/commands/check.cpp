@@ -1,0 +1,101 @@
+// dmu-host check: whether a plugin keeps the boundary's contract, rule by rule.
+#include "host/check/check.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "host/commands/commands.h"
+#include "host/text.h"
+
+namespace host {
+namespace {
+
+using check::Result;
+using check::Verdict;
+
+const char* wordOf(Verdict verdict) {
+  if (verdict == Verdict::pass) return "pass";
+  return verdict == Verdict::fail ? "fail" : "skip";
+}
+
+size_t count(const std::vector<Result>& results, Verdict verdict) {
+  return static_cast<size_t>(std::count_if(results.begin(), results.end(),
+                                           [verdict](const Result& result) { return result.verdict == verdict; }));
+}
+
+std::string summaryOf(const std::vector<Result>& results) {
+  return counted(results.size(), "rule") + ": " + std::to_string(count(results, Verdict::pass)) + " pass, " +
+         std::to_string(count(results, Verdict::fail)) + " fail, " + std::to_string(count(results, Verdict::skip)) +
+         " skipped";
+}
+
+std::string textOf(const std::vector<Result>& results) {
+  size_t width = 0;
+  for (const Result& result : results) width = std::max(width, std::string(result.rule.name).size());
+  std::string text;
+  for (const Result& result : results) {
+    const std::string name = result.rule.name;
+    const std::string what = result.verdict == Verdict::pass ? result.rule.promise : printable(result.text);
+    text += std::string(wordOf(result.verdict)) + "  " + name + std::string(width - name.size() + 2, ' ') + what + "\n";
+  }
+  return text + summaryOf(results) + "\n";
+}
+
+Json toJson(const std::vector<Result>& results) {
+  Json rules = Json::array();
+  for (const Result& result : results) {
+    const bool passes = result.verdict == Verdict::pass;
+    rules.push_back({{"name", result.rule.name},
+                     {"promise", result.rule.promise},
+                     {"verdict", wordOf(result.verdict)},
+                     {"reason", passes ? Json(nullptr) : Json(result.text)}});
+  }
+  return rules;
+}
+
+class CheckCommand final : public Command {
+ public:
+  CheckCommand()
+      : Command("check", "Check whether a plugin keeps the boundary's contract, rule by rule",
+                {"dmu-host check", "dmu-host check --plugin ./another-plugin.so lock led.seconds",
+                 "dmu-host check --read-only --inventory disks.json"}) {}
+
+  void addOptions(CLI::App& app) override {
+    app.add_option("RULE", names_, "Rules, or groups of rules by the word before the point (default: all)")
+        ->type_name("")
+        ->option_text("...");
+    app.add_flag("--read-only", readOnly_,
+                 "Switch nothing; needed on a real host, where rules that need the simulated one are skipped");
+  }
+
+  [[nodiscard]] Json emptyResult() const override { return {{"readOnly", readOnly_}, {"rules", Json::array()}}; }
+
+  Outcome run(Session& session) override {
+    const std::vector<check::Rule> rules = check::rulesNamed(names_);
+    check::Setup setup;
+    setup.pluginFile = session.pluginFile();
+    setup.simulatedHost =
+        readOnly_ ? session.simulatedHostIfAny() : &session.simulatedHost("check without --read-only");
+    setup.disks = session.disks();
+    setup.readOnly = readOnly_;
+
+    const std::vector<Result> results = check::run(setup, rules);
+    if (count(results, Verdict::pass) != results.size()) {
+      session.report().refused(
+          Refusal("plugin " + setup.pluginFile + ": not every rule passes: " + summaryOf(results)));
+    }
+    return {textOf(results), {{"readOnly", readOnly_}, {"rules", toJson(results)}}};
+  }
+
+ private:
+  std::vector<std::string> names_;
+  bool readOnly_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeCheckCommand() {
+  return std::make_unique<CheckCommand>();
+}
+
+}  // namespace host
