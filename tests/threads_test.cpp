@@ -1,65 +1,140 @@
-// The plugin called from many threads at once, as a daemon may call it.
+// The plugin called from many threads at once, as a daemon may call it, and the lock on which its operations wait.
 #include <atomic>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+#include <future>
 #include <thread>
 #include <unistd.h>
 
 #include "plugin/plugin_lock.h"
-#include "tests/host_process.h"
+#include "tests/model.h"
+#include "tests/scenario.h"
 
 namespace {
 
-class Threads : public PluginTest {};
+using testing::Each;
 
-TEST_F(Threads, EverythingAtOnceOnTwoControllersWithTheTraceOn) {
-  constexpr int kThreads = 16;
-  hostCalls.traceOn = true;
-  const std::vector<simulator::HostDisk> disks = host.disks();
-  std::atomic<int> done = 0;
-  std::atomic<int> failures = 0;
-  const auto use = [&](const simulator::HostDisk& disk) {
-    DmuPluginDescriptor* again = PUBLISHED(DmuPluginInit)();
-    DmuDeviceOpenInfo openInfo = {};
-    openInfo.devName = disk.device.c_str();
-    openInfo.hba = disk.hba.c_str();
-    openInfo.channel = disk.channel;
-    openInfo.target = disk.target;
-    openInfo.lun = disk.lun;
-    openInfo.driver = "veltrane";
+class Threads : public PluginTest {
+ protected:
+  /// Opens a disk by one of the two functions, calls all operations on it and closes it.
+  /// @return whether every call succeeded
+  [[nodiscard]] bool use(const simulator::HostDisk& disk, bool byAddress) const {
+    DmuPluginDescriptor* again = published<DmuPluginDescriptor*()>("DmuPluginInit")();
+    DmuDeviceOpenInfo info = {};
+    info.devName = disk.device.c_str();
+    info.hba = disk.hba.c_str();
+    info.channel = disk.channel;
+    info.target = disk.target;
+    info.lun = disk.lun;
+    info.driver = "veltrane";
     CtrlDevInfo* handle = nullptr;
-    std::string text;
-    DmuDeviceInfo info{};
-    DriveTemperature temperatures[16];
-    char* locations[16] = {};
-    const bool good = again == plugin && again->openDeviceV2(&openInfo, &handle) == 0 &&
-                      !(again->getDeviceInfo(handle, &info, text) != 0) &&
-                      again->setDriveLEDState(handle, 1, 9, text) >= 0 && again->cacheOn(handle, text) != 0 &&
-                      again->cacheOff(handle, text) != 0 &&
-                      again->getDeviceTemperature(handle, temperatures, 16, text) >= 0 &&
-                      again->getDeviceLocation(handle, locations, 16, text) >= 0 && text.empty();
-    if (!good) ++failures;
-    for (char* location : locations) std::free(location);
+    const int32_t opened = byAddress ? again->openDevice(info.hba, info.channel, info.target, info.lun, info.driver, 0,
+                                                         0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &handle)
+                                     : again->openDeviceV2(&info, &handle);
+    if (again != plugin || opened != 0) return false;
+    bool good = true;
+    for (const Outcome& outcome : callAll(*again, handle))
+      good = good && outcome.result >= 0 && outcome.text == "before";
     again->closeDevice(handle);
-    ++done;
-  };
-  std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back(use, std::cref(disks[static_cast<size_t>(i) % (disks.size() - 1)]));  // the last is foreign
+    return good;
   }
-  const std::string trace = "/tmp/dmu-test-trace." + std::to_string(getpid());
-  while (done < kThreads) {
-    if (std::error_code ignored; done % 2 == 0) {
-      std::filesystem::remove(trace, ignored);
+};
+
+TEST_F(Threads, EverythingAtOnceOnThreeControllersWhileTheTraceComesAndGoes) {
+  constexpr size_t kThreads = 16;
+  simulator::Topology topology;
+  for (const char* hba : {"vmhba1", "vmhba2", "vmhba3"}) {
+    simulator::Controller controller = model::controller(hba);
+    controller.drives = {model::drive(2), model::drive(10), model::drive(5, true)};
+    controller.volumes = {model::volume(0, {2, 10}, simulator::RaidLevel::raid1)};
+    controller.drives[2].device = std::string("disk-of-") + hba;
+    controller.volumes[0].device = std::string("volume-of-") + hba;
+    topology.controllers.push_back(controller);
+  }
+  host.load(topology);
+  const std::vector<simulator::HostDisk> disks = host.disks();
+  ASSERT_EQ(disks.size(), 6u);
+  hostCalls.traceOn = true;
+  hostCalls.traceFile = testing::TempDir() + "dmu-trace." + std::to_string(getpid());
+
+  std::atomic<size_t> done = 0;
+  std::atomic<size_t> failures = 0;
+  std::vector<std::thread> threads;
+  for (size_t i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
+      const simulator::HostDisk& disk = disks[i % disks.size()];
+      const bool isVolume = disk.channel == 1;
+      for (const bool byAddress : {false, isVolume}) failures += !use(disk, byAddress);
+      ++done;
+    });
+  }
+  for (bool remove = true; done < kThreads; remove = !remove) {
+    std::error_code ignored;
+    if (remove) {
+      std::filesystem::remove(hostCalls.traceFile, ignored);
     } else {
-      std::filesystem::resize_file(trace, 0, ignored);
+      std::filesystem::resize_file(hostCalls.traceFile, 0, ignored);
     }
     std::this_thread::yield();
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, 0);
-  EXPECT_EQ(host.counts().openNodes, 0u);
-  EXPECT_EQ(openChannels(), 0u);
-  EXPECT_EQ(pthread_mutex_trylock(&PUBLISHED(pluginMutex)), 0);
+  std::filesystem::remove(hostCalls.traceFile);
+  EXPECT_EQ(failures, 0u);
+  EXPECT_EQ(heldByPlugin().channels, 0);
+  EXPECT_TRUE(lockIsFree());
+}
+
+TEST_F(Threads, AWaiterGivesUpTenSecondsAfterItsCallAndAnotherGetsTheLock) {
+  constexpr int64_t kLongAgo = 1000;  // the deadline is over before the waiting begins
+  hostCalls.now = kLongAgo;
+  CtrlDevInfo* handle = open(host.disks().front());
+  std::promise<void> entered;
+  std::promise<void> leave;
+  hostCalls.before = [&](const char* command) {
+    if (std::strcmp(command, "identifyController") != 0) return;
+    entered.set_value();
+    leave.get_future().wait();
+  };
+  auto holder = std::async(std::launch::async, [&] { return callAll(*plugin, handle).front(); });
+  entered.get_future().wait();
+  const uint32_t channels = host.counts().init;
+  for (const Outcome& outcome : callAll(*plugin, handle)) {
+    EXPECT_EQ(outcome.result, -1);
+    EXPECT_EQ(outcome.text, std::string("Mutex lock error: ") + std::strerror(ETIMEDOUT));
+  }
+  for (const Outcome& outcome : callAll(*plugin, nullptr)) {
+    EXPECT_EQ(outcome.result, -1);
+    EXPECT_EQ(outcome.text, "Invalid handle!") << "without the lock";
+  }
+  EXPECT_EQ(host.counts().init, channels) << "a service was entered";
+  leave.set_value();
+  EXPECT_EQ(holder.get().result, 0);
+  EXPECT_TRUE(lockIsFree());
+}
+
+TEST_F(Threads, AnOperationWaitsForTheLock) {
+  CtrlDevInfo* handle = open(host.disks().front());
+  pthread_mutex_t& lock = PUBLISHED(pluginMutex);
+  pthread_mutex_lock(&lock);
+  auto waiter = std::async(std::launch::async, [&] { return resultsOf(callAll(*plugin, handle)); });
+  EXPECT_EQ(waiter.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+  EXPECT_EQ(host.counts().init, 0u);
+  pthread_mutex_unlock(&lock);
+  EXPECT_THAT(waiter.get(), Each(testing::Ge(0)));
+}
+
+TEST_F(Threads, TheDeadlineIsTenSecondsFromNow) {
+  hostCalls.now = 1000;
+  hostCalls.recording = true;
+  EXPECT_EQ(PUBLISHED(TimedLockPluginMutex)(), 0);
+  pthread_mutex_unlock(&PUBLISHED(pluginMutex));
+  EXPECT_EQ(hostCalls.lockDeadline.tv_sec, 1010);
+  EXPECT_EQ(hostCalls.lockDeadline.tv_nsec, 123456000);
+  pthread_mutex_lock(&PUBLISHED(pluginMutex));
+  hostCalls.noMemory = kNewCanFail;
+  EXPECT_EQ(plugin->cacheOn(reinterpret_cast<CtrlDevInfo*>(this), error), -1) << "not even memory for the text";
+  EXPECT_TRUE(error == "before" || !kNewCanFail);
   pthread_mutex_unlock(&PUBLISHED(pluginMutex));
 }
 

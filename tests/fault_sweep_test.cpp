@@ -1,0 +1,246 @@
+// Every call that the plugin makes fails in turn: allocations, calls of the driver, calls of the platform; each alone,
+// and with all of its kind that follow. What the host must get then is worked out here from what the call is for.
+#include <cerrno>
+#include <cstring>
+#include <set>
+
+#include "channel/management_channel.h"
+#include "controller/controller_identification.h"
+#include "controller/logical_drive.h"
+#include "controller/physical_drive.h"
+#include "controller/snapshot_cache.h"
+#include "services/drive_temperature.h"
+#include "services/locator_led.h"
+#include "services/physical_location.h"
+#include "services/write_cache.h"
+#include "tests/failed_calls.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+/// The place in the sources from which each line was written.
+std::vector<std::string> placesOf(const std::vector<std::string>& writes) {
+  std::vector<std::string> places;
+  for (const std::string& write : writes) places.push_back(write.substr(0, write.find(' ')));
+  return places;
+}
+
+struct Controllers : ScenarioTest {
+  using ScenarioTest::askedTwice;
+  using ScenarioTest::extended;
+  using ScenarioTest::small;
+};
+
+class FaultSweep : public ScenarioTest, public testing::WithParamInterface<simulator::Topology (*)()> {
+ protected:
+  FaultSweep() {
+    load(controller());
+    hostCalls.traceOn = true;
+    hostCalls.recording = true;
+    good = run();
+    expectNothingLeft();
+    std::swap(calls, hostCalls.made);
+    places = placesOf(takeTraceWrites());
+  }
+
+  static simulator::Topology controller() { return GetParam()(); }
+
+  /// Runs the scenario anew with one of its calls failing.
+  Outcomes runWithout(size_t call, bool andLater, int32_t code, uint32_t status) {
+    load(controller());
+    hostCalls.made.clear();
+    hostCalls.traceOn = hostCalls.recording = true;
+    hostCalls.failAt = call;
+    hostCalls.failLater = andLater;
+    hostCalls.failCode = code;
+    hostCalls.failStatus = status;
+    Outcomes outcomes = run();
+    expectNothingLeft();
+    return outcomes;
+  }
+
+  template <typename Which>
+  std::vector<size_t> callsThat(Which which) const {
+    std::vector<size_t> found;
+    for (size_t i = 0; i < calls.size(); ++i) {
+      if (which(calls[i])) found.push_back(i);
+    }
+    return found;
+  }
+
+  std::string describe(size_t i) const {
+    return std::string(calls[i].name) + " of " + std::to_string(calls[i].size) + " in step " +
+           std::to_string(calls[i].step) + ", call " + std::to_string(i);
+  }
+
+  Outcomes good;
+  std::vector<PluginCall> calls;
+  std::vector<std::string> places;  ///< of the lines of the trace
+};
+
+TEST_P(FaultSweep, OneAllocationFails) {
+  const std::vector<size_t> points = callsThat([](const PluginCall& call) { return call.isAllocation(); });
+  EXPECT_GE(points.size(), kNewCanFail ? 45u : 24u);
+  for (const size_t i : points) {
+    SCOPED_TRACE(describe(i));
+    FailedCalls expected(good, calls);
+    expected.fail(i, 0);
+    EXPECT_EQ(runWithout(i, false, 0, 0), expected.outcomes);
+    EXPECT_THAT(takeTrace(), HasSubstr(expected.trace(i)));
+    expectRecovered(good);
+  }
+}
+
+/// What an operation may end with while nothing can be allocated; a snapshot of before may still answer it.
+bool isAnswerWithoutMemory(size_t step, const Outcome& outcome, const Outcome& good) {
+  const size_t operation = (step - kVolume) % kOperations;
+  const bool isCache = operation == kCacheOn || operation == kCacheOff;
+  if (outcome.result == -1) return isCache ? outcome.output == "off" : outcome.output != good.output;
+  switch (operation) {
+    case kInfo:
+      return outcome == good || (step == kVolume && outcome.output == "1/0/0");
+    case kLed:
+      return outcome == Outcome{0, "before", "0 blinking"};
+    case kTemperature:
+      return (step > kDisk && outcome == good) || outcome == Outcome{0, "before", kUntouched};
+    case kLocation:
+      return outcome == Outcome{0, "before", kUntouched};
+    default:
+      return false;
+  }
+}
+
+TEST_P(FaultSweep, MemoryRunsOut) {
+  const std::vector<size_t> points = callsThat([](const PluginCall& call) { return call.isAllocation(); });
+  for (const size_t i : points) {
+    SCOPED_TRACE(describe(i));
+    const Outcomes outcomes = runWithout(i, true, 0, 0);
+    for (size_t step = 0; step < outcomes.size(); ++step) {
+      if (step < calls[i].step) {
+        EXPECT_EQ(outcomes[step], good[step]);
+      } else if (step > calls[i].step && step >= kVolume) {
+        EXPECT_TRUE(isAnswerWithoutMemory(step, outcomes[step], good[step])) << step << ": " << outcomes[step];
+      }
+    }
+    expectRecovered(good);
+  }
+}
+
+TEST_P(FaultSweep, CallsOfTheDriverFail) {
+  const std::vector<size_t> points = callsThat([](const PluginCall& call) { return call.isOfDriver(); });
+  EXPECT_GE(points.size(), 12u * 2 + 11 + 12) << "channels, a snapshot, and the LED's and the settings' commands";
+  for (const size_t i : points) {
+    const bool isChannel = calls[i].is("init") || calls[i].is("destroy");
+    for (const uint32_t status : {0u, 0x77u}) {
+      if (isChannel && status != 0) continue;
+      for (const bool andLater : {false, true}) {
+        SCOPED_TRACE(describe(i) + ", status " + std::to_string(status) + (andLater ? ", and later" : ""));
+        const int32_t result = status == 0 ? 0xBAD0005 : static_cast<int32_t>(status);
+        FailedCalls expected(good, calls);
+        andLater ? expected.failFrom(i, result) : expected.fail(i, result);
+        EXPECT_EQ(runWithout(i, andLater, 0xBAD0005, status), expected.outcomes);
+        std::string first = calls[i].is("destroy") ? "" : "Failed to invoke callback, 0xbad0005.\n";
+        if (calls[i].is("init")) first = "OrvaInfo_Init: Failed to initialize management handle, 0xbad0005.\n";
+        if (status != 0) first = "OrvaInfo_ExeCmd: Failed to execute command, error returned from driver, 0x77.\n";
+        if (status != 0 && calls[i].is("query")) {
+          first = "OrvaInfo_QueryHBA: Failed to query instances, error returned from driver: 0x77.\n";
+        }
+        EXPECT_THAT(takeTrace(), HasSubstr(first + expected.trace(i)));
+        expectRecovered(good);
+      }
+    }
+  }
+}
+
+TEST_P(FaultSweep, CallsOfThePlatformFail) {
+  const std::vector<size_t> points = callsThat([](const PluginCall& call) {
+    return !call.isAllocation() && !call.isOfDriver() && !call.is("access") && !call.is("fopen");
+  });
+  EXPECT_EQ(points.size(), 12u * 2 + 3) << "the lock of each operation, the node and the module loader";
+  for (const size_t i : points) {
+    for (const bool andLater : {false, true}) {
+      SCOPED_TRACE(describe(i));
+      FailedCalls expected(good, calls);
+      andLater ? expected.failFrom(i, EDEADLK) : expected.fail(i, EDEADLK);
+      EXPECT_EQ(runWithout(i, andLater, EDEADLK, 0), expected.outcomes);
+      expectRecovered(good);
+    }
+  }
+}
+
+TEST_P(FaultSweep, ALineOfTheTraceIsNotWritten) {
+  for (const char* name : {"access", "fopen"}) {
+    const std::vector<size_t> points = callsThat([&](const PluginCall& call) { return call.is(name); });
+    ASSERT_EQ(points.size(), places.size()) << "one for each line";
+    std::set<std::string> seen;
+    for (size_t line = 0; line < points.size(); ++line) {
+      if (!seen.insert(places[line]).second) continue;
+      for (const bool andLater : {false, true}) {
+        SCOPED_TRACE(std::string(name) + " for " + places[line]);
+        std::vector<std::string> expected = places;
+        expected.erase(expected.begin() + static_cast<ptrdiff_t>(line),
+                       andLater ? expected.end() : expected.begin() + static_cast<ptrdiff_t>(line) + 1);
+        EXPECT_EQ(runWithout(points[line], andLater, 0, 0), good);
+        EXPECT_EQ(placesOf(takeTraceWrites()), expected);
+      }
+    }
+    EXPECT_GE(seen.size(), 70u);
+  }
+}
+
+TEST_P(FaultSweep, PublishedFunctionsEndWithoutMemory) {
+  ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
+  char name[] = "vmhba1";
+  OrvaInfo* info = PUBLISHED(OrvaInfo_OpenCtrl)(name);
+  ASSERT_NE(info, nullptr);
+  OrvaInfo_Devices* volume = &info->devices[0];
+  OrvaInfo_Devices drive = info->devices[1];
+  DriveTemperature temperature;
+  char* location = nullptr;
+  const std::function<int()> kCalls[] = {
+      [&] { return PUBLISHED(OrvaInfo_GetInfoFromCtrl)(info); },
+      [&] { return PUBLISHED(OrvaInfo_IdentifyLogicalDevice)(info, volume); },
+      [&] { return PUBLISHED(OrvaInfo_SenseConfiguration)(info, volume); },
+      [&] { return PUBLISHED(OrvaInfo_IdentifyPhysicalDevice)(info, &drive); },
+      [&] { return PUBLISHED(OrvaInfo_BlinkDriveTrayLED)(1, volume, info, 1); },
+      [&] { return PUBLISHED(OrvaInfo_SenseBlinkDriveLED)(info, nullptr, 0); },
+      [&] { return PUBLISHED(OrvaInfo_CtrlParameter)(info, 1); },
+      [&] { return PUBLISHED(OrvaInfo_CacheConfiguration)(info, volume, 1); },
+      [&] { return PUBLISHED(OrvaInfo_GetPhyLocationForVolume)(info, volume, &location, 1, error); },
+      [&] {
+        return kNewCanFail ? PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(info, volume, &temperature, 1, error) : -1;
+      },
+  };
+  hostCalls.recording = hostCalls.noMemory = true;
+  for (const auto& call : kCalls) EXPECT_EQ(call(), -1) << &call - kCalls;
+  EXPECT_EQ(location, nullptr);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateCtrl)(9, name), nullptr);
+}
+
+TEST_P(FaultSweep, NothingFails) {
+  Outcomes expected = {{0, "", ""},
+                       {0, "", "SERIAL-OF-A-DISK-0005"},
+                       {0, "before", "1/2/1"},
+                       {2, "before", "2 blinking"},
+                       {2, "before", "on"},
+                       {2, "before", "off"},
+                       {2, "before", "41/60, 30/60"},
+                       {2, "before", "port:box:bay 1I:1:10, port:box:bay 1I:1:2"},
+                       {0, "before", "2/-/-"},
+                       {1, "before", "1 blinking"},
+                       {1, "before", "on"},
+                       {1, "before", "off"},
+                       {1, "before", "30/60"},
+                       {1, "before", "port:box:bay 1I:1:5"}};
+  constexpr int32_t kInvalidData = 0x22;  // the driver's: new cache settings do not fit the controller
+  if (&Controllers::askedTwice == GetParam()) {
+    for (const Operation cache : {kCacheOn, kCacheOff}) expected[kVolume + cache] = {kInvalidData, "before", "off"};
+  }
+  EXPECT_EQ(good, expected);
+}
+
+INSTANTIATE_TEST_SUITE_P(Controllers, FaultSweep,
+                         testing::Values(&Controllers::small, &Controllers::extended, &Controllers::askedTwice));
+
+}  // namespace

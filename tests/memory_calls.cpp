@@ -1,0 +1,125 @@
+// The memory of the process: what the plugin allocates and gives back.
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <new>
+
+#include "tests/interception.h"
+
+namespace {
+
+/// The blocks that the plugin holds. It must not allocate.
+class Blocks {
+ public:
+  void add(const void* block) {
+    const Guard guard(*this);
+    if (count_ == std::size(blocks_)) std::abort();
+    blocks_[count_++] = block;
+  }
+  /// @return whether it was there
+  bool remove(const void* block) {
+    if (count_ == 0) return false;
+    const Guard guard(*this);
+    const void** end = blocks_ + count_;
+    const void** found = std::find(blocks_, end, block);
+    if (found == end) return false;
+    *found = end[-1];
+    --count_;
+    return true;
+  }
+  void clear() { count_ = 0; }
+  [[nodiscard]] size_t count() const { return count_; }
+
+ private:
+  struct Guard {
+    explicit Guard(Blocks& all) : blocks(all) {
+      while (blocks.busy_.test_and_set(std::memory_order_acquire)) {
+      }
+    }
+    ~Guard() { blocks.busy_.clear(std::memory_order_release); }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+    Blocks& blocks;
+  };
+  std::atomic_flag busy_ = ATOMIC_FLAG_INIT;
+  std::atomic<size_t> count_ = 0;
+  const void* blocks_[4096];
+};
+Blocks blocks;
+}  // namespace
+
+size_t interception::blocksOfPlugin() {
+  return blocks.count();
+}
+
+void interception::forgetBlocks() {
+  blocks.clear();
+}
+
+extern "C" {
+
+// The functions behind the ones below: the sanitizers' where there are any.
+// NOLINTBEGIN(bugprone-reserved-identifier): their names are the libraries'
+void* __libc_malloc(size_t size);
+void* __libc_memalign(size_t alignment, size_t size);
+void __libc_free(void* block);
+[[gnu::weak]] void* __interceptor_malloc(size_t size);
+[[gnu::weak]] void* __interceptor_memalign(size_t alignment, size_t size);
+[[gnu::weak]] void __interceptor_free(void* block);
+// NOLINTEND(bugprone-reserved-identifier)
+
+}  // extern "C"
+
+static void* allocate(size_t size) {
+  return __interceptor_malloc != nullptr ? __interceptor_malloc(size) : __libc_malloc(size);
+}
+
+/// An allocation of the plugin, or of anybody.
+template <typename Allocate>
+static void* allocateFor(const void* caller, const char* name, size_t size, Allocate allocate) {
+  if (!interception::fromPlugin(caller)) return allocate();
+  if (interception::fails(name, size)) return nullptr;
+  void* block = allocate();
+  if (block != nullptr) blocks.add(block);
+  return block;
+}
+
+static void release(void* block) {
+  (void)blocks.remove(block);
+  __interceptor_free != nullptr ? __interceptor_free(block) : __libc_free(block);
+}
+
+extern "C" {
+
+void* malloc(size_t size) noexcept {
+  return allocateFor(__builtin_return_address(0), "malloc", size, [&] { return allocate(size); });
+}
+
+void* memalign(size_t alignment, size_t size) noexcept {
+  return allocateFor(__builtin_return_address(0), "memalign", size, [&] {
+    return __interceptor_memalign != nullptr ? __interceptor_memalign(alignment, size)
+                                             : __libc_memalign(alignment, size);
+  });
+}
+
+void free(void* block) noexcept {
+  release(block);
+}
+}  // extern "C"
+
+[[gnu::noinline]] void* operator new(size_t size) {
+  void* block = allocateFor(__builtin_return_address(0), "new", size, [&] { return allocate(size); });
+  if (block == nullptr) throw std::bad_alloc();
+  return block;
+}
+
+void* operator new(size_t size, const std::nothrow_t&) noexcept {
+  return allocateFor(__builtin_return_address(0), "new", size, [&] { return allocate(size); });
+}
+
+[[gnu::noinline]] void operator delete(void* block) noexcept {
+  release(block);
+}
+[[gnu::noinline]] void operator delete(void* block, size_t) noexcept {
+  release(block);
+}

@@ -1,0 +1,65 @@
+// What the plugin asks of the process it is loaded into: memory, the trace file, the lock, the clock, disk nodes, the
+// module loader and the management library. All of it comes by here, where it is steered, recorded, made to fail and
+// counted. The calls of everybody else go straight to the libraries.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <ctime>
+#include <functional>
+#include <optional>
+#include <scsi/sg.h>
+#include <string>
+#include <vector>
+
+/// One call of the plugin.
+struct PluginCall {
+  const char*
+      name;  ///< the C library's name, "new", a command's name as FaultRule::call has it, or init, destroy, query
+  size_t size = 0;  ///< bytes of an allocation
+  size_t step = 0;  ///< HostCalls::step at that time
+
+  [[nodiscard]] bool is(const char* other) const;
+  [[nodiscard]] bool isAllocation() const;  ///< new, malloc or memalign
+  [[nodiscard]] bool isOfDriver() const;    ///< of the management library
+};
+
+/// What becomes of the plugin's calls. Everything unset goes to the C library and the simulated host.
+struct HostCalls {
+  std::optional<int64_t> now;                 ///< what time and gettimeofday answer, in seconds
+  bool traceOn = false;                       ///< whether the trace file exists
+  std::string traceFile;                      ///< where the trace goes instead of into takeTrace
+  bool runModuleLoader = false;               ///< whether that command runs, or says nothing
+  std::function<int(sg_io_hdr&)> diskAnswer;  ///< answers SG_IO in place of the simulated disk
+  std::function<void(const char*)> before;    ///< called with a command's name before it goes to the driver
+
+  bool recording = false;        ///< what follows works while it is set, and for one thread at a time
+  std::vector<PluginCall> made;  ///< the calls so far
+  size_t step = 0;               ///< noted in each call
+  size_t failAt = SIZE_MAX;      ///< number of the call that fails, from 0
+  bool failLater = false;        ///< and those like it that follow: by name, or every allocation
+  bool noMemory = false;         ///< every allocation fails
+  int32_t failCode = 0;          ///< what a failing call returns, or its errno
+  timespec lockDeadline{};       ///< what taking the lock was last given
+  uint32_t failStatus = 0;       ///< not 0: a call of the driver succeeds instead, with this status of the driver
+};
+extern HostCalls hostCalls;
+
+/// What the plugin has taken and not given back, since it was loaded. To give something back twice ends the process:
+/// the allocator sees to that.
+struct Held {
+  size_t blocks = 0;
+  int files = 0;  ///< from fopen and popen
+  int channels = 0;
+};
+Held heldByPlugin();
+
+/// Finds out which addresses are the plugin's, and counts anew.
+void watchPlugin();
+void forgetPlugin();
+
+/// Takes what was traced, with every "NAME:LINE " made "NAME: ": the text of one write after the other.
+std::string takeTrace();
+
+/// Takes the same write by write, as it was written.
+std::vector<std::string> takeTraceWrites();

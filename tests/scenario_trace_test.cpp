@@ -1,0 +1,82 @@
+// The trace of a whole scenario, line by line, as scenario_trace.txt keeps it; and the dumps that no operation makes.
+#include <fstream>
+#include <iterator>
+#include <regex>
+
+#include "diagnostics/snapshot_dump.h"
+#include "services/locator_led.h"
+#include "tests/scenario.h"
+
+namespace {
+
+/// The trace with what differs from run to run, or is no text, replaced.
+std::string comparable(const std::string& trace) {
+  std::string text = std::regex_replace(trace, std::regex(": 0x[0-9a-f]{5,}"), ": ADDRESS");
+  for (char& c : text) {
+    if (c != '\n' && c != '\t' && (c < ' ' || c > '~')) c = '?';
+  }
+  return text;
+}
+
+class ScenarioTrace : public ScenarioTest {};
+
+TEST_F(ScenarioTrace, IsTheKeptOne) {
+  simulator::Topology topology = askedTwice();
+  simulator::Controller& controller = topology.controllers[0];
+  for (size_t i = 0; i < controller.drives.size(); ++i)
+    controller.drives[i].wwid = {1, 2, 3, 4, 5, 6, 7, uint8_t(0xA0 + i)};
+  controller.drives[2].port = "PORTNAME-THAT-FILLS-IT";
+  controller.volumes[0].label = "Label";
+  controller.volumes[0].logicalDriveId = 0xBEEF;
+  controller.volumes[0].uniqueId = {0x10, 0x32, 0x54, 0x76, 0x98, 0xBA, 0xDC, 0xFE, 1, 2, 3, 4, 5, 6, 7, 8};
+  controller.volumes.push_back(controller.volumes[0]);
+  controller.volumes[1].number = 0x20003;
+  controller.volumes[1].external = true;
+  controller.volumes[1].externalBoxId = 9;
+  load(topology);
+  hostCalls.traceOn = true;
+  run();
+  host.addFault({.call = "reportPhysicalLuns", .action = simulator::FaultAction::set, .bytes = {0, 0, 0, 24}});
+  run();  // an old snapshot, and a new one without a member
+  const std::string trace = comparable(takeTrace());
+  std::ifstream kept(DMU_SOURCE_DIR "/tests/scenario_trace.txt");
+  const std::string expected{std::istreambuf_iterator<char>(kept), {}};
+  if (trace == expected) return;
+  const std::string actual = testing::TempDir() + "scenario_trace.txt";
+  std::ofstream(actual) << trace;
+  FAIL() << "diff " DMU_SOURCE_DIR "/tests/scenario_trace.txt " << actual;
+}
+
+TEST_F(ScenarioTrace, DumpsOfBuffers) {
+  hostCalls.traceOn = true;
+  const uint8_t bytes[10] = {0x0A};
+  PUBLISHED(OrvaInfo_DumpArray)(bytes, 10);
+  PUBLISHED(OrvaInfo_DumpArray)(nullptr, 10);
+  PUBLISHED(OrvaInfo_DumpArray)(bytes, 0);
+  const std::string a = "OrvaInfo_DumpArray: ";
+  std::string rows = a + "0a";
+  for (int i = 1; i < 10; ++i) rows += a + "00" + (i == 7 ? a + "\n" : "");
+  EXPECT_EQ(takeTrace(), rows);
+
+  vlexBlinkDriveLED buffer = {.BlinkDuration = 0x10,
+                              .BlinkTimeElapsed = 0x20,
+                              .BlinkSeekEnable = {0x1F},
+                              .OffsetToEBSEArray = 0x30,
+                              .MaxPhysicalDevicesSupported = 0x40,
+                              .TotalStructureLength = 0x50,
+                              .FixedFieldsLength = 0x60};
+  PUBLISHED(OrvaInfo_DumpBlkLED)(nullptr, 1);
+  PUBLISHED(OrvaInfo_DumpBlkLED)(&buffer, 0);
+  const std::string f = "OrvaInfo_DumpBlkLED: ";
+  const std::string head = f + "OrvaInfo_DumpBlkLED start:\n" + f + "BlinkDuration:0x10\n" + f +
+                           "BlinkTimeElapsed:0x20\n" + f + "BlinkSeekEnable:";
+  const std::string tail = f + "\n" + f + "OffsetToEBSEArray:0x30\n" + f + "MaxPhysicalDevicesSupported:0x40\n" + f +
+                           "TotalStructureLength:0x50\n" + f + "FixedFieldsLength:0x60\n";
+  EXPECT_EQ(takeTrace(), head + tail);
+  PUBLISHED(OrvaInfo_DumpBlkLED)(&buffer, 1);
+  std::string array = f + "1f";
+  for (int i = 1; i < 256; ++i) array += f + "0";
+  EXPECT_EQ(takeTrace(), head + array + tail);
+}
+
+}  // namespace

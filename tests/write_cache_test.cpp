@@ -1,0 +1,85 @@
+// The write cache.
+#include "services/write_cache.h"
+
+#include "tests/services_fixture.h"
+
+namespace {
+
+using simulator::FaultAction;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+class WriteCache : public Services {};
+
+TEST_F(WriteCache, OfAVolumeIsItsBitAndNothingElse) {
+  controller.volumes.insert(controller.volumes.begin() + 1, model::volume(10, {}));
+  controller.volumes[1].members = {7};
+  load();
+  CtrlDevInfo* tenth = open("volume10");
+  EXPECT_EQ(plugin->cacheOff(tenth, error), 1);
+  EXPECT_FALSE(host.state().front().volumes[1].volume.cacheOn);
+  EXPECT_TRUE(host.state().front().volumes[0].volume.cacheOn);
+  const auto commands = host.takeCommands();
+  const auto& set = commands.back();
+  EXPECT_EQ(set.record[18], 0xC0);
+  ASSERT_EQ(set.data.size(), 512u);
+  EXPECT_EQ(set.data[268], 0x04);
+  EXPECT_EQ(plugin->cacheOff(volume, error), 3);
+  EXPECT_EQ(plugin->cacheOn(tenth, error), 1);
+  EXPECT_TRUE(host.state().front().volumes[1].volume.cacheOn);
+  EXPECT_FALSE(host.state().front().volumes[0].volume.cacheOn);
+  std::vector<uint8_t> back = host.takeCommands().back().data;
+  back[267] = 0;
+  back[268] = 0x04;
+  EXPECT_EQ(back, set.data) << "the whole buffer goes back otherwise unchanged";
+}
+
+TEST_F(WriteCache, OfADiskIsTheControllers) {
+  warm();
+  hostCalls.traceOn = true;
+  EXPECT_EQ(plugin->cacheOn(disk, error), 1);
+  EXPECT_TRUE(host.state().front().driveCacheOn);
+  auto on = host.takeCommands();
+  ASSERT_EQ(on.size(), 2u);
+  EXPECT_EQ(on[0].record[18], 0x64);
+  EXPECT_EQ(on[1].record[18], 0x63);
+  EXPECT_EQ(plugin->cacheOff(disk, error), 1);
+  EXPECT_FALSE(host.state().front().driveCacheOn);
+  auto off = host.takeCommands();
+  on[1].data[125] ^= 1;
+  EXPECT_EQ(on[1].data, off[1].data);
+  takeTrace();
+  EXPECT_EQ(plugin->cacheOn(external, error), -1);
+  EXPECT_THAT(takeTrace(), HasSubstr("OrvaInfo_CacheControl: Physical Location: external.\n"));
+  EXPECT_THAT(sentOpcodes(), ElementsAre());
+}
+
+TEST_F(WriteCache, SendsNoSetCommandForAReplyThatDoesNotFit) {
+  struct Case {
+    uint32_t offset;
+    std::vector<uint8_t> bytes;
+    std::vector<int> commands;
+    const char* trace;
+  };
+  const Case kCases[] = {
+      {20,
+       {0x41},
+       {0xC1},
+       "OrvaInfo_CacheConfiguration: Error: inconsistent maxLogicalDrivesSupported or supported: Controller 0x40, "
+       "Cache config 0x41.\n"},
+      {9, {0xFF, 0xFF}, {0xC1, 0xC1}, ""},
+      {9, {0xFF, 0xFF, 0, 0, 0, 0, 0, 0, 0, 0, 0, 64, 0, 0xF9, 0xFF}, {0xC1}, ""},
+  };
+  for (const Case& c : kCases) {
+    load();
+    warm();
+    host.addFault(
+        {.call = "senseCacheConfiguration", .action = FaultAction::set, .offset = c.offset, .bytes = c.bytes});
+    hostCalls.traceOn = true;
+    EXPECT_EQ(plugin->cacheOff(volume, error), -1);
+    EXPECT_EQ(sentOpcodes(), c.commands);
+    EXPECT_THAT(takeTrace(), HasSubstr(c.trace));
+  }
+}
+
+}  // namespace
