@@ -7,10 +7,13 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <mutex>
 #include <poll.h>
+#include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 #include "host/refusal.h"
@@ -60,23 +63,43 @@ std::string endingOf(int status) {
 
 }  // namespace
 
+IsolatedCall::SharedStep* IsolatedCall::ownStep_ = nullptr;
+
+void noteStep(const std::string& step) {
+  static std::mutex mutex;
+  const std::lock_guard lock(mutex);
+  if (IsolatedCall::ownStep_ == nullptr) return;
+  char* const text = IsolatedCall::ownStep_->text;
+  text[step.copy(text, sizeof(IsolatedCall::SharedStep) - 1)] = '\0';
+}
+
 IsolatedCall::IsolatedCall(const std::function<std::string()>& function, std::chrono::seconds limit)
     : limit_(limit), deadline_(std::chrono::steady_clock::now() + limit) {
   int ends[2];
   if (pipe2(ends, O_CLOEXEC) != 0) throw Refusal(std::string("pipe: ") + std::strerror(errno));
+  answers_ = ends[0];
+  void* const shared = mmap(nullptr, sizeof(SharedStep), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  if (shared != MAP_FAILED) step_ = static_cast<SharedStep*>(shared);
   std::fflush(nullptr);  // or the child would write it a second time
   process_ = fork();
-  if (process_ == 0) runAsChild(function, ends[1]);
+  if (process_ == 0) {
+    ownStep_ = step_;
+    runAsChild(function, ends[1]);
+  }
   const int error = errno;
   close(ends[1]);
-  answers_ = ends[0];
   if (process_ > 0) return;
-  close(answers_);
+  release();
   throw Refusal(std::string("fork: ") + std::strerror(error));
 }
 
 IsolatedCall::~IsolatedCall() {
-  if (process_ > 0) static_cast<void>(end());
+  if (process_ > 0) end();
+  release();
+}
+
+void IsolatedCall::release() {
+  if (step_ != nullptr) munmap(step_, sizeof(SharedStep));
   close(answers_);
 }
 
@@ -95,33 +118,39 @@ bool IsolatedCall::readAnswer(std::string& bytes) const {
   }
 }
 
+/// Ends the process when the limit is over: it may have closed its end of the pipe and still run.
 /// @return the process's status as waitpid gives it
-int IsolatedCall::end() {
-  kill(process_, SIGKILL);
+int IsolatedCall::awaitProcess() {
   int status = 0;
-  while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
+  while (waitpid(process_, &status, WNOHANG) == 0) {
+    if (std::chrono::steady_clock::now() >= deadline_) kill(process_, SIGKILL);
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
   }
   process_ = -1;
   return status;
 }
 
+void IsolatedCall::end() {
+  kill(process_, SIGKILL);
+  static_cast<void>(awaitProcess());
+}
+
 IsolatedOutcome IsolatedCall::wait() {
+  IsolatedOutcome outcome;
   std::string bytes;
-  if (!readAnswer(bytes)) {
-    static_cast<void>(end());
-    return {std::nullopt, "it did not come to its end in " + std::to_string(limit_.count()) + " seconds", true};
-  }
+  if (!readAnswer(bytes)) end();
   if (bytes.empty()) {
-    // The pipe closes a moment before the process can be waited for; it must not be killed in that moment.
-    int status = 0;
-    while (waitpid(process_, &status, 0) < 0 && errno == EINTR) {
-    }
-    process_ = -1;
-    return {std::nullopt, endingOf(status), false};
+    const int status = process_ > 0 ? awaitProcess() : 0;
+    outcome.hung = std::chrono::steady_clock::now() >= deadline_;
+    outcome.ending = outcome.hung ? "it did not come to its end in " + std::to_string(limit_.count()) + " seconds"
+                                  : endingOf(status);
+  } else if (bytes.front() == kThrew) {
+    outcome.ending = "it threw an exception" + bytes.substr(1);
+  } else {
+    outcome.answer = bytes.substr(1);
   }
-  static_cast<void>(end());
-  if (bytes.front() == kThrew) return {std::nullopt, "it threw an exception" + bytes.substr(1), false};
-  return {bytes.substr(1), "", false};
+  if (!outcome.answer && step_ != nullptr) outcome.step = step_->text;
+  return outcome;
 }
 
 }  // namespace host

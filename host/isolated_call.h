@@ -15,8 +15,12 @@ namespace host {
 struct IsolatedOutcome {
   std::optional<std::string> answer;  ///< what it returned; nothing when it did not come to its end
   std::string ending;  ///< how its process ended instead: "it was ended by signal 11 (Segmentation fault)"
+  std::string step;    ///< what it was about to do then, as it said with noteStep
   bool hung = false;   ///< it was still running when the limit was over
 };
+
+/// Says, in the process of an isolated call, what it is about to do. Elsewhere it does nothing. Any thread.
+void noteStep(const std::string& step);
 
 class IsolatedCall {
  public:
@@ -36,12 +40,23 @@ class IsolatedCall {
 
  private:
   [[nodiscard]] bool readAnswer(std::string& bytes) const;
-  [[nodiscard]] int end();
+  [[nodiscard]] int awaitProcess();
+  void end();
+  void release();
+
+  /// A text that both processes see.
+  struct SharedStep {
+    char text[256];
+  };
 
   const std::chrono::seconds limit_;
   const std::chrono::steady_clock::time_point deadline_;
   int answers_ = -1;  // read end of the pipe
+  SharedStep* step_ = nullptr;
   pid_t process_ = -1;
+
+  friend void noteStep(const std::string& step);
+  static SharedStep* ownStep_;  // in the process of a call
 };
 
 }  // namespace host

@@ -268,7 +268,7 @@ FAULT(clearsTheText, "errors.untouched-on-success", "expected \"text from before
     return result;
   };
 }
-FAULT(doesNotRecover, "errors.controller-gone", "works again: expected result 0, got -1") {
+FAULT(doesNotRecover, "errors.controller-gone", "once its controller works again: expected result 0, got -1") {
   static bool hasFailed = false;
   broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
     const int32_t result = good->getDeviceInfo(handle, information, error);
@@ -318,7 +318,7 @@ FAULT(takesDisksForVolumes, "info.disk", "device type: expected 2, got 1") {
   };
 }
 
-FAULT(movesADrive, "location.texts", "got \"port:box:bay 1I:1:1, ") {
+FAULT(movesADrive, "location.texts", "got port:box:bay 1I:1:1, port:box:bay 1I:1:1") {
   broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
     return changed(handle, locations, count, error, [](char* text) {
       text[std::strlen(text) - 1] = '1';
@@ -350,7 +350,7 @@ FAULT(ignoresTheCountOfSlots, "location.count-bounds", "with a count of -2147483
     return good->getDeviceLocation(handle, locations, kRoom, error);
   };
 }
-FAULT(endsTheSlotsWithNull, "location.count-bounds", "expected a buffer, it was left out") {
+FAULT(endsTheSlotsWithNull, "location.count-bounds", "expected 2 to be written, got 3") {
   broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
     const int32_t stored = good->getDeviceLocation(handle, locations, count, error);
     locations[std::max(stored, 0)] = nullptr;
@@ -392,7 +392,7 @@ FAULT(callsAllWell, "location.failed-member", "one of them \"(Failed)\", got") {
   };
 }
 
-FAULT(swapsTemperatures, "temperature.values", "got \"60/31, 60/32\"") {
+FAULT(swapsTemperatures, "temperature.values", "expected 31/60, 32/60, got 60/31, 60/32") {
   broken.getDeviceTemperature = [](CtrlDevInfo* handle, DriveTemperature* records, int32_t count, std::string& error) {
     const int32_t stored = good->getDeviceTemperature(handle, records, count, error);
     for (int32_t i = 0; i < stored; ++i) std::swap(records[i].currentTemperature, records[i].maximumTemperature);
@@ -404,7 +404,7 @@ FAULT(ignoresTheCountOfRecords, "temperature.count-bounds", "with a count of -21
     return good->getDeviceTemperature(handle, records, kRoom, error);
   };
 }
-FAULT(clearsTheNextRecord, "temperature.count-bounds", "expected result 3, got 2") {
+FAULT(clearsTheNextRecord, "temperature.count-bounds", "expected 2 to be written, got 3") {
   broken.getDeviceTemperature = [](CtrlDevInfo* handle, DriveTemperature* records, int32_t count, std::string& error) {
     const int32_t stored = good->getDeviceTemperature(handle, records, count, error);
     records[std::max(stored, 0)] = {};

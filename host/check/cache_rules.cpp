@@ -1,6 +1,7 @@
 // Operations 2 and 3: the write caches, as the simulated controllers keep them.
 #include "host/check/calls.h"
 #include "host/check/expectations.h"
+#include "host/isolated_call.h"
 
 namespace host::check {
 namespace {
@@ -16,6 +17,7 @@ void expectSwitched(Trial& trial, const Subject& subject, const std::string& cac
     std::erase(expected, cache);
     if (on) expected.push_back(cache);
     std::string error;
+    noteStep(what);
     const DmuSetCache operation = on ? trial.plugin().cacheOn : trial.plugin().cacheOff;
     expectResult(what, static_cast<int32_t>(drivesOf(subject).size()), operation(handle.get(), error));
     expectNames(what + ": caches that are on", expected, cachesOn(trial.simulatedHost()));

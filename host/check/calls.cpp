@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "host/check/rule.h"
+#include "host/isolated_call.h"
 
 namespace host::check {
 namespace {
@@ -30,18 +31,21 @@ Answer callInformation(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, b
 
 Answer callLocator(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool&) {
   Answer answer;
+  noteStep("a call of the locator LED");
   answer.result = plugin.setDriveLEDState(handle, 1, kSeconds, answer.error);
   return answer;
 }
 
 Answer callCacheOn(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool&) {
   Answer answer;
+  noteStep("a call of write cache on");
   answer.result = plugin.cacheOn(handle, answer.error);
   return answer;
 }
 
 Answer callCacheOff(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool&) {
   Answer answer;
+  noteStep("a call of write cache off");
   answer.result = plugin.cacheOff(handle, answer.error);
   return answer;
 }
@@ -62,6 +66,7 @@ Answer callLocation(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool
 
 InformationCall::InformationCall(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle) {
   std::memset(&record_, kMark, sizeof(record_));
+  noteStep("a call of device information");
   result = plugin.getDeviceInfo(handle, &record_.information, error);
 }
 
@@ -72,6 +77,7 @@ bool InformationCall::isUntouched(size_t from, size_t to) const {
 
 TemperatureCall::TemperatureCall(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, int32_t count)
     : records_(kListRoom, {kMark, kMark}) {
+  noteStep("a call of temperature");
   result = plugin.getDeviceTemperature(handle, records_.data(), count, error);
 }
 
@@ -83,10 +89,12 @@ std::vector<DriveTemperature> TemperatureCall::written() const {
 
 LocationCall::LocationCall(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, int32_t count)
     : slots_(kListRoom, &slotMark) {
+  noteStep("a call of location");
   result = plugin.getDeviceLocation(handle, slots_.data(), count, error);
 }
 
 LocationCall::~LocationCall() {
+  noteStep("releasing the texts of a call of location");
   for (char* slot : written()) std::free(slot == &slotMark ? nullptr : slot);
 }
 

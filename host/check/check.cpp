@@ -40,7 +40,10 @@ std::string whySkipped(const Setup& setup, const Rule& rule) {
 }
 
 Result resultOf(const Rule& rule, const IsolatedOutcome& outcome) {
-  if (!outcome.answer) return {rule, Verdict::fail, "expected every call to return, but " + outcome.ending};
+  if (!outcome.answer) {
+    const std::string where = outcome.step.empty() ? "" : " (last step: " + outcome.step + ")";
+    return {rule, Verdict::fail, "expected every call to return, but " + outcome.ending + where};
+  }
   const std::string text = outcome.answer->substr(1);
   if (outcome.answer->front() == kPass) return {rule, Verdict::pass, ""};
   return {rule, outcome.answer->front() == kSkip ? Verdict::skip : Verdict::fail, text};

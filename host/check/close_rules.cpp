@@ -2,13 +2,15 @@
 #include "host/check/calls.h"
 #include "host/check/memory.h"
 #include "host/check/trial.h"
-#include "host/open_record.h"
+#include "host/isolated_call.h"
 
 namespace host::check {
 namespace {
 
 void null(Trial& trial) {
-  trial.plugin().closeDevice(nullptr);
+  const DmuPluginDescriptor& plugin = trial.plugin();
+  noteStep("closing a null handle");
+  plugin.closeDevice(nullptr);
 }
 
 void openAndClose(Trial& trial, const HostDisk& disk, int times) {

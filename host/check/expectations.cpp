@@ -105,16 +105,10 @@ std::string volumeCacheName(const simulator::Volume& volume) {
   return volume.device;
 }
 
-std::string listed(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text.empty() ? "none" : text;
-}
-
 void expectNames(const std::string& what, std::vector<std::string> expected, std::vector<std::string> seen) {
   std::sort(expected.begin(), expected.end());
   std::sort(seen.begin(), seen.end());
-  expect(expected == seen, what + ": expected " + listed(expected) + ", got " + listed(seen));
+  expectList(what, expected, seen);
 }
 
 }  // namespace host::check

@@ -28,9 +28,6 @@ namespace host::check {
 [[nodiscard]] std::string controllerCacheName(const std::string& hba);
 [[nodiscard]] std::string volumeCacheName(const simulator::Volume& volume);
 
-/// "a, b, c", or "none".
-[[nodiscard]] std::string listed(const std::vector<std::string>& names);
-
 /// Fails the rule unless both lists hold the same names.
 void expectNames(const std::string& what, std::vector<std::string> expected, std::vector<std::string> seen);
 

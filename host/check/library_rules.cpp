@@ -3,12 +3,14 @@
 
 #include "host/check/calls.h"
 #include "host/check/trial.h"
+#include "host/isolated_call.h"
 #include "host/refusal.h"
 
 namespace host::check {
 namespace {
 
 void loads(Trial& trial) {
+  noteStep("loading it");
   try {
     const PluginLibrary library(trial.pluginFile());
   } catch (const Refusal& refusal) {

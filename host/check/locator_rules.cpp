@@ -1,6 +1,7 @@
 // Operation 1: the locator LEDs, as the simulated drives show them.
 #include "host/check/calls.h"
 #include "host/check/expectations.h"
+#include "host/isolated_call.h"
 
 namespace host::check {
 namespace {
@@ -11,6 +12,7 @@ constexpr uint16_t kSeconds = 60;
 
 void switchLed(Trial& trial, const Subject& subject, uint32_t state, uint16_t seconds, const std::string& what) {
   const Handle handle = trial.open(subject.disk);
+  noteStep(what);
   std::string error;
   const int32_t result = trial.plugin().setDriveLEDState(handle.get(), state, seconds, error);
   expectResult(what, static_cast<int32_t>(drivesOf(subject).size()), result);

@@ -4,6 +4,7 @@
 
 #include "host/check/calls.h"
 #include "host/check/trial.h"
+#include "host/isolated_call.h"
 #include "host/open_record.h"
 #include "host/text.h"
 
@@ -35,6 +36,7 @@ constexpr OpenFunction kOpenFunctions[] = {{"openDevice", openFirst}, {"openDevi
 
 void expectOpens(Trial& trial, const OpenFunction& open, const DmuDeviceOpenInfo& record, const std::string& with) {
   const std::string what = std::string(open.name) + " with " + with;
+  noteStep(what);
   CtrlDevInfo* handle = mark();
   expectResult(what, 0, open.call(trial, record, &handle));
   expect(handle != nullptr && handle != mark(), what + ": expected a handle, got none");
@@ -43,6 +45,7 @@ void expectOpens(Trial& trial, const OpenFunction& open, const DmuDeviceOpenInfo
 
 void expectRefuses(Trial& trial, const OpenFunction& open, const DmuDeviceOpenInfo& record, const std::string& with) {
   const std::string what = std::string(open.name) + " with " + with;
+  noteStep(what);
   CtrlDevInfo* handle = mark();
   expectResult(what, -1, open.call(trial, record, &handle));
   expect(handle == mark(), what + ": it failed, but wrote a handle");
@@ -71,6 +74,7 @@ void nullArguments(Trial& trial) {
   for (const OpenFunction& open : kOpenFunctions) {
     expectResult(std::string(open.name) + " with a null out", -1, open.call(trial, record, nullptr));
   }
+  noteStep("openDeviceV2 with a null record");
   CtrlDevInfo* handle = mark();
   expectResult("openDeviceV2 with a null record", -1, trial.plugin().openDeviceV2(nullptr, &handle));
   expect(handle == mark(), "openDeviceV2 with a null record: it failed, but wrote a handle");

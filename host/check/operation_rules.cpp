@@ -1,6 +1,7 @@
 // What holds for all six operations: bad handles, missing outputs, controllers and devices that are not there.
 #include "host/check/calls.h"
 #include "host/check/trial.h"
+#include "host/isolated_call.h"
 
 namespace host::check {
 namespace {
@@ -24,6 +25,7 @@ void nullOutput(Trial& trial) {
     const Handle handle = trial.open(subject.disk);
     const std::string of = " of " + subject.disk.device + " with a null ";
     std::string error = kErrorBefore;
+    noteStep("an operation" + of + "record or array");
     int32_t result = plugin.getDeviceInfo(handle.get(), nullptr, error);
     expectOutputMissed("device information" + of + "record", result, error);
     for (const int32_t count : {0, 8}) {

@@ -48,6 +48,16 @@ struct Rule {
 void expectResult(const std::string& what, int32_t expected, int32_t seen);
 void expectText(const std::string& what, const std::string& expected, const std::string& seen);
 
+/// The same for lists, of which the first few are shown.
+void expectList(const std::string& what, const std::vector<std::string>& expected,
+                const std::vector<std::string>& seen);
+
+/// Fails unless a list operation wrote as many slots or records as its result, or the rule, says.
+void expectWritten(const std::string& what, int32_t expected, size_t written);
+
+/// "a, b, c", or "none".
+[[nodiscard]] std::string listed(const std::vector<std::string>& names);
+
 /// Fails with the text unless the condition holds.
 void expect(bool holds, const std::string& otherwise);
 

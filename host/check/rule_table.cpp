@@ -32,4 +32,22 @@ void expectText(const std::string& what, const std::string& expected, const std:
   fail(what + ": expected \"" + printable(expected) + "\", got \"" + printable(seen) + "\"");
 }
 
+std::string listed(const std::vector<std::string>& names) {
+  constexpr size_t kMostShown = 16;
+  std::string text;
+  for (size_t i = 0; i < names.size() && i < kMostShown; ++i) text += (i == 0 ? "" : ", ") + names[i];
+  if (names.size() > kMostShown) text += ", ... (" + std::to_string(names.size()) + " in all)";
+  return text.empty() ? "none" : text;
+}
+
+void expectList(const std::string& what, const std::vector<std::string>& expected,
+                const std::vector<std::string>& seen) {
+  expect(expected == seen, what + ": expected " + listed(expected) + ", got " + listed(seen));
+}
+
+void expectWritten(const std::string& what, int32_t expected, size_t written) {
+  expect(expected >= 0 && written == static_cast<size_t>(expected),
+         what + ": expected " + std::to_string(expected) + " to be written, got " + std::to_string(written));
+}
+
 }  // namespace host::check

@@ -4,7 +4,6 @@
 
 #include "host/check/calls.h"
 #include "host/check/expectations.h"
-#include "host/text.h"
 
 namespace host::check {
 namespace {
@@ -15,12 +14,12 @@ std::string wordsOf(const Subject& subject, int32_t count) {
   return "temperature of " + subject.disk.device + " with a count of " + std::to_string(count);
 }
 
-std::string textOf(const std::vector<DriveTemperature>& records) {
+std::vector<std::string> textsOf(const std::vector<DriveTemperature>& records) {
   std::vector<std::string> texts;
   for (const DriveTemperature& record : records) {
     texts.push_back(std::to_string(record.currentTemperature) + "/" + std::to_string(record.maximumTemperature));
   }
-  return listed(texts);
+  return texts;
 }
 
 void values(Trial& trial) {
@@ -29,7 +28,7 @@ void values(Trial& trial) {
     const TemperatureCall call(trial.plugin(), handle.get(), kCount);
     const auto expected = expectedTemperatures(subject);
     expectResult(wordsOf(subject, kCount), static_cast<int32_t>(expected.size()), call.result);
-    expectText(wordsOf(subject, kCount), textOf(expected), textOf(call.written()));
+    expectList(wordsOf(subject, kCount), textsOf(expected), textsOf(call.written()));
   }
 }
 
@@ -37,20 +36,17 @@ void countBounds(Trial& trial) {
   for (const Subject& subject : trial.subjects()) {
     const Handle handle = trial.open(subject.disk);
     const TemperatureCall all(trial.plugin(), handle.get(), kCount);
-    const auto size = static_cast<int32_t>(all.written().size());
-    expectResult(wordsOf(subject, kCount), size, all.result);
+    expectWritten(wordsOf(subject, kCount), all.result, all.written().size());
+    const std::vector<std::string> records = textsOf(all.written());
+    const auto size = static_cast<int32_t>(records.size());
     for (const int32_t count : {INT_MIN, -1, 0, 1, size - 1, size, size + 1, INT_MAX}) {
       const TemperatureCall call(trial.plugin(), handle.get(), count);
       const std::string what = wordsOf(subject, count);
       // A disk's one record is written whatever the count is.
       const int32_t expected = subject.kind == Kind::disk ? 1 : std::clamp(count, 0, size);
-      const auto records = call.written();
       expectResult(what, expected, call.result);
-      expect(records.size() == static_cast<size_t>(expected),
-             what + ": expected " + counted(static_cast<size_t>(expected), "record") + " to be written, got " +
-                 std::to_string(records.size()));
-      const auto wanted = all.written();
-      expectText(what, textOf({wanted.begin(), wanted.begin() + expected}), textOf(records));
+      expectWritten(what, expected, call.written().size());
+      expectList(what, {records.begin(), records.begin() + expected}, textsOf(call.written()));
     }
   }
 }

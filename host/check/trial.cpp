@@ -2,8 +2,10 @@
 #include "host/check/trial.h"
 
 #include <algorithm>
+#include <exception>
 #include <map>
 
+#include "host/isolated_call.h"
 #include "host/open_record.h"
 #include "host/refusal.h"
 
@@ -65,6 +67,12 @@ bool CommandCounter::firstIsBack() const {
   return firstIsBack_;
 }
 
+Handle::~Handle() {
+  if (handle_ == nullptr) return;
+  if (std::uncaught_exceptions() == 0) noteStep("closing a handle");
+  plugin_.closeDevice(handle_);
+}
+
 Trial::Trial(const Setup& setup) : setup_(setup), commands_(setup.readOnly) {
   watchCommands(&commands_);
   if (!isSimulated()) return;
@@ -74,11 +82,14 @@ Trial::Trial(const Setup& setup) : setup_(setup), commands_(setup.readOnly) {
 }
 
 const PluginLibrary& Trial::library() {
+  if (library_) return *library_;
+  noteStep("loading it");
   try {
-    if (!library_) library_.emplace(setup_.pluginFile);
+    library_.emplace(setup_.pluginFile);
   } catch (const Refusal&) {
     throw Skipped{"the plugin does not load (see library.loads)"};
   }
+  noteStep("calling DmuPluginInit");
   return *library_;
 }
 
@@ -95,6 +106,7 @@ const DmuPluginDescriptor& Trial::plugin() {
 
 void Trial::unload() {
   plugin_ = nullptr;
+  noteStep("unloading it");
   library_.reset();
 }
 
@@ -161,6 +173,7 @@ std::vector<Subject> Trial::subjects(Kind kind) {
 }
 
 Handle Trial::open(const HostDisk& disk) {
+  noteStep("opening " + disk.device);
   const DmuDeviceOpenInfo record = openRecordOf(disk);
   CtrlDevInfo* handle = nullptr;
   expectResult("open of " + disk.device, 0, plugin().openDeviceV2(&record, &handle));

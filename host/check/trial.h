@@ -62,9 +62,7 @@ class CommandCounter final : public CommandWatcher {
 class Handle {
  public:
   Handle(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle) : plugin_(plugin), handle_(handle) {}
-  ~Handle() {
-    if (handle_ != nullptr) plugin_.closeDevice(handle_);
-  }
+  ~Handle();
   Handle(const Handle&) = delete;
   Handle& operator=(const Handle&) = delete;
 
