@@ -4,13 +4,12 @@
 #include "controller/host_address.h"
 #include "controller/logical_drive.h"
 #include "controller/physical_drive.h"
+#include "services/write_cache.h"
 #include "tests/discovery_fixture.h"
 
 namespace {
 
-using simulator::FaultAction;
 using testing::ElementsAre;
-using testing::HasSubstr;
 
 class Scan : public Discovery {};
 
@@ -65,56 +64,6 @@ TEST_F(Scan, OemBuildsNumberLocalVolumesByLun) {
   EXPECT_EQ(host.counts().load, 1u) << "once for each local volume";
 }
 
-/// A report that lies: what is set into its replies from which match on, and what the scan makes of it.
-struct ReportFault {
-  const char* name;
-  simulator::FaultRule rule;
-  int32_t devices;
-  const char* trace;
-};
-
-TEST_F(Scan, ReportsThatLieCostNoMoreThanTheirDevices) {
-  simulator::Controller controller = model::controller();
-  controller.drives = {model::drive(0), model::drive(1)};
-  controller.volumes = {model::volume(0, {0}), model::volume(1, {1})};
-  const auto set = [](const char* call, uint32_t from, std::vector<uint8_t> length) {
-    return simulator::FaultRule{.call = call, .from = from, .count = 1, .action = FaultAction::set, .bytes = length};
-  };
-  const ReportFault kFaults[] = {
-      {"logical list overflows", set("reportLogicalLuns", 1, {0x7F, 0xFF, 0xFF, 0xF8}), 0,
-       "Logical list length 0x7ffffff8\nOrvaInfo_DeviceScan: Faied to allocated memory.\n"},
-      {"physical list overflows", set("reportPhysicalLuns", 1, {0xFF, 0xFF, 0xFF, 0xFF}), 2,
-       "Physical list length 0xffffffff\nOrvaInfo_DeviceScan: Faied to allocated memory.\n"},
-      {"logical list empty", set("reportLogicalLuns", 2, {0, 0, 0, 7}), 2,
-       "Length : 7, sizeof(vlexLogicalLunList): 8\nOrvaInfo_UpdateScsiDevListLogical: Logical LUNs detected: 0, 00 00 "
-       "00 07 \n"},
-      {"logical list grew", set("reportLogicalLuns", 2, {0, 1, 2, 3}), 4,
-       "Logical LUN report returned length is greater than first inquiry: 0x10203. Use that (0x10) "
-       "instead.\nOrvaInfo_UpdateScsiDevListLogical: Logical LUNs detected: 2, 00 01 02 03 \n"},
-      {"physical list grew", set("reportPhysicalLuns", 2, {0, 0, 1, 0}), 4,
-       "Phy LUN report returned length is greater than first report: 0x100. Use that (0x30) "
-       "instead.\nOrvaInfo_UpdateScsiDevListPhysical: Physical LUNs detected: 2\n"},
-      {"device type",
-       set("reportPhysicalLuns", 2, {0, 0, 0, 48, 2, 0, 0, 0, 0, 0, 0, 0xC0, 0, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 5}), 3,
-       "Failed to add physical lun 0\n"},
-      {"volume in the physical report", set("reportPhysicalLuns", 2, {0, 0, 0, 48, 2, 0, 0, 0, 1, 0, 0, 0x40}), 4,
-       "Raid Map is ready.\n"},
-  };
-  hostCalls.traceOn = true;
-  for (const ReportFault& fault : kFaults) {
-    SCOPED_TRACE(fault.name);
-    PUBLISHED(OrvaInfo_ClearOrvaInfo)(info.get());
-    host.clearFaults();
-    load(model::topology(controller));
-    host.addFault(fault.rule);
-    takeTrace();
-    EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(info.get()), 0);
-    EXPECT_EQ(info->deviceCount, fault.devices);
-    EXPECT_THAT(takeTrace(), HasSubstr(fault.trace));
-    EXPECT_EQ(host.faults().front().hits > 0, true);
-  }
-}
-
 TEST_F(Scan, AFullListKeepsTheVolumesAndTheFirstDrives) {
   simulator::Controller controller = model::controller();
   controller.maxPhysDevicesSupported = 2048;
@@ -157,14 +106,28 @@ TEST_F(Scan, NullArgumentsAndAClosedChannelAreRefused) {
   EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(&address, 0, 0, nullptr, info.get()), -1);
   EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(&address, 0, 0, &entry, nullptr), -1);
   PUBLISHED(OrvaInfo_SetBTL)(nullptr);
+  for (OrvaInfo* one : {static_cast<OrvaInfo*>(nullptr), info.get()}) {
+    OrvaInfo_Devices* other = one == nullptr ? &entry : nullptr;
+    EXPECT_EQ(PUBLISHED(OrvaInfo_IdentifyLogicalDevice)(one, other), -1);
+    EXPECT_EQ(PUBLISHED(OrvaInfo_SenseConfiguration)(one, other), -1);
+    EXPECT_EQ(PUBLISHED(OrvaInfo_IdentifyPhysicalDevice)(one, other), -1);
+    EXPECT_EQ(PUBLISHED(OrvaInfo_CacheConfiguration)(one, other, 1), -1);
+  }
+  EXPECT_EQ(PUBLISHED(OrvaInfo_GetInfoFromCtrl)(nullptr), -1);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_CtrlParameter)(nullptr, 1), -1);
   PUBLISHED(OrvaInfo_Cleanup)();
   hostCalls.traceOn = true;
   EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(info.get()), -1);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_GetInfoFromCtrl)(info.get()), -1);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_CtrlParameter)(info.get(), 1), -1);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_CacheConfiguration)(info.get(), &entry, 1), -1);
   EXPECT_EQ(PUBLISHED(OrvaInfo_IdentifyLogicalDevice)(info.get(), &entry), -1);
   EXPECT_EQ(PUBLISHED(OrvaInfo_SenseConfiguration)(info.get(), &entry), -1);
   EXPECT_EQ(PUBLISHED(OrvaInfo_IdentifyPhysicalDevice)(info.get(), &entry), -1);
   EXPECT_EQ(takeTrace(),
-            "OrvaInfo_DeviceScan: Uninitialized.\nOrvaInfo_IdentifyLogicalDevice: Uninitialized.\n"
+            "OrvaInfo_DeviceScan: Uninitialized.\nOrvaInfo_GetInfoFromCtrl: Uninitialized.\n"
+            "OrvaInfo_CtrlParameter: Uninitialized.\nOrvaInfo_CacheConfiguration: Uninitialized.\n"
+            "OrvaInfo_IdentifyLogicalDevice: Uninitialized.\n"
             "OrvaInfo_SenseConfiguration: Uninitialized.\n"
             "OrvaInfo_IdentifyPhysicalDevieWithBMICInex: Uninitialized.\n");
 }

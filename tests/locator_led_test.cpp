@@ -64,35 +64,6 @@ TEST_F(Led, MarksBothArraysBelow256AndTheExtendedOneAbove) {
   EXPECT_THAT(blinking(), ElementsAre(299));
 }
 
-TEST_F(Led, SendsNoBlinkCommandWhenADriveHasNoPlaceInTheArray) {
-  struct Case {
-    uint16_t maxDevices;
-    bool extended;
-    std::vector<int> commands;
-    const char* trace;
-  };
-  const Case kCases[] = {
-      {257,
-       false,
-       {0x17},
-       "OrvaInfo_BlinkDriveTrayLED: MaxPhysDevicesSupported(257) is larget than fixed field blinking enable array "
-       "(256)\n"},
-      {5, true, {0x17}, ""},
-      {65260, true, {}, ""},
-  };
-  for (const Case& c : kCases) {
-    SCOPED_TRACE(c.maxDevices);
-    controller.maxPhysDevicesSupported = c.maxDevices;
-    controller.extendedBlinkArray = c.extended;
-    load();
-    warm();
-    hostCalls.traceOn = true;
-    EXPECT_EQ(plugin->setDriveLEDState(disk, 1, 1, error), 0);
-    EXPECT_EQ(sentOpcodes(), c.commands);
-    EXPECT_THAT(takeTrace(), testing::HasSubstr(c.trace));
-  }
-}
-
 TEST_F(Led, FunctionsCalledDirectly) {
   warm();
   OrvaInfo& info = snapshot();
@@ -119,6 +90,13 @@ TEST_F(Led, FunctionsCalledDirectly) {
   const auto commands = host.takeCommands();
   ASSERT_EQ(commands.size(), 1u);
   EXPECT_EQ(commands[0].record[76] | commands[0].record[77] << 8, 276 + 256);
+  takeTrace();
+  info.maxPhysDevicesSupported = 257;
+  EXPECT_EQ(blink(1, &info.devices[5], &info), -1);
+  EXPECT_EQ(takeTrace(),
+            "OrvaInfo_BlinkDriveTrayLED: MaxPhysDevicesSupported(257) is larget than fixed field blinking enable array "
+            "(256)\n");
+  EXPECT_THAT(sentOpcodes(), ElementsAre(0x17));
 }
 
 }  // namespace

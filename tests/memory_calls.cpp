@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include "tests/interception.h"
@@ -80,7 +81,9 @@ static void* allocateFor(const void* caller, const char* name, size_t size, Allo
   if (!interception::fromPlugin(caller)) return allocate();
   if (interception::fails(name, size)) return nullptr;
   void* block = allocate();
-  if (block != nullptr) blocks.add(block);
+  if (block == nullptr) return nullptr;
+  std::memset(block, 0xA5, size);  // never zeros by chance
+  blocks.add(block);
   return block;
 }
 

@@ -40,8 +40,8 @@ inline simulator::Volume volume(uint32_t number, const std::vector<uint32_t>& me
                                 simulator::RaidLevel level = simulator::RaidLevel::raid5) {
   simulator::Volume v;
   v.number = number;
-  v.device = "volume" + std::to_string(number);
-  v.serial = "V" + std::to_string(number);
+  v.device = std::string("volume").append(std::to_string(number));
+  v.serial = std::string("V").append(std::to_string(number));
   v.raidLevel = level;
   v.members = members;
   return v;

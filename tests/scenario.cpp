@@ -157,7 +157,7 @@ Outcomes ScenarioTest::run() {
   CtrlDevInfo* volume = nullptr;
   CtrlDevInfo* disk = nullptr;
   Outcomes outcomes = {{plugin->openDevice("vmhba1", 1, topology_.controllers[0].volumes[0].number, 0, "veltrane", 1, 2,
-                                           3, 4, 5, 6, 7, 8, 9, 0, 1, &volume),
+                                           3, 4, 5, 6, 7, 8, 9, 10, 11, &volume),
                         "", ""}};
   hostCalls.step = kOpenV2;
   DmuDeviceOpenInfo info = {.devName = "disk5", .hba = "vmhba1", .target = 69, .driver = "veltrane"};

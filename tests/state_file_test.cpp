@@ -1,0 +1,115 @@
+// The simulated host's state file when the process that writes it is killed at each of its calls: the file holds the
+// old state or the new one, and either can be used.
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/interception.h"
+#include "tests/scenario.h"
+
+namespace {
+
+int callsToLive = 0;  // 0: for ever
+
+/// Counts a call that writes a file.
+/// @return whether the process is to be killed at it
+bool isLastCall() {
+  return callsToLive > 0 && --callsToLive == 0;
+}
+
+void killAtLastCall() {
+  if (isLastCall()) raise(SIGKILL);
+}
+
+}  // namespace
+
+extern "C" {
+
+int mkostemp(char* name, int flags) {
+  killAtLastCall();
+  return interception::next<int(char*, int)>("mkostemp")(name, flags);
+}
+
+ssize_t write(int descriptor, const void* data, size_t size) {
+  static auto* const kWrite = interception::next<ssize_t(int, const void*, size_t)>("write");
+  if (!isLastCall()) return kWrite(descriptor, data, size);
+  (void)!kWrite(descriptor, data, size / 2);
+  return raise(SIGKILL);
+}
+
+int fsync(int descriptor) {
+  killAtLastCall();
+  return interception::next<int(int)>("fsync")(descriptor);
+}
+
+int rename(const char* from, const char* to) noexcept {
+  killAtLastCall();
+  const int result = interception::next<int(const char*, const char*)>("rename")(from, to);
+  killAtLastCall();
+  return result;
+}
+}  // extern "C"
+
+namespace {
+
+class StateFile : public ScenarioTest {
+ protected:
+  StateFile() { std::filesystem::create_directory(folder_); }
+  ~StateFile() override {
+    (void)host.useStateFile("");
+    std::filesystem::remove_all(folder_);
+  }
+
+  std::string content() const {
+    std::ifstream stream(file);
+    return {std::istreambuf_iterator<char>(stream), {}};
+  }
+
+  /// Switches the volume's cache in a process of its own, which is killed at a call.
+  /// @return whether it got to its end
+  bool switchCacheElsewhere(CtrlDevInfo* volume, bool on, int killedAt) {
+    const pid_t process = fork();
+    if (process == 0) {
+      callsToLive = killedAt;
+      std::string text;
+      _exit((on ? plugin->cacheOn : plugin->cacheOff)(volume, text) == 2 ? 0 : 1);
+    }
+    int status = 0;
+    waitpid(process, &status, 0);
+    EXPECT_TRUE(WIFSIGNALED(status) || WEXITSTATUS(status) == 0);
+    return WIFEXITED(status);
+  }
+
+ private:
+  const std::string folder_ = testing::TempDir() + "dmu-state." + std::to_string(getpid());
+
+ protected:
+  const std::string file = folder_ + "/state.json";
+};
+
+TEST_F(StateFile, HoldsTheOldStateOrTheNewOneWheneverItsWriterIsKilled) {
+  load(small());
+  ASSERT_EQ(host.useStateFile(file), std::nullopt);
+  CtrlDevInfo* volume = open("volume0");
+  ASSERT_EQ(plugin->cacheOn(volume, error), 2);
+  const std::string old = content();
+  ASSERT_TRUE(switchCacheElsewhere(volume, false, 0));
+  const std::string changed = content();
+  ASSERT_NE(old, changed);
+
+  int points = 0;
+  bool replaced = false;
+  while (!switchCacheElsewhere(volume, true, ++points)) {
+    replaced = content() == old;
+    EXPECT_TRUE(replaced || content() == changed) << "killed at call " << points;
+    EXPECT_EQ(host.useStateFile(file), std::nullopt);
+  }
+  EXPECT_TRUE(replaced) << "killed after the last call that matters";
+  EXPECT_GE(points - 1, 5) << "the temporary file, its bytes, their way to the disk, and the renaming";
+}
+
+}  // namespace
