@@ -1,6 +1,7 @@
 // Plugins that are broken on purpose. Each FAULT changes the good plugin's descriptor in one way; its library is linked
 // from this file with that fault as chosenFault. It names the rule of "dmu-host check" that must find it, and a piece
 // of what the rule says then.
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -303,6 +304,13 @@ FAULT(miscountsMembers, "info.volume", "member drives: expected") {
     return result;
   };
 }
+FAULT(confusesLevels, "info.raid-levels", "RAID level of a volume of 4 drives: expected 6, got 5") {
+  broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
+    const int32_t result = good->getDeviceInfo(handle, information, error);
+    if (information->raidLevel == 6) information->raidLevel = 5;
+    return result;
+  };
+}
 FAULT(knowsExternalLevels, "info.external-volume", "RAID level: expected 255, got 6") {
   broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
     const int32_t result = good->getDeviceInfo(handle, information, error);
@@ -318,12 +326,19 @@ FAULT(takesDisksForVolumes, "info.disk", "device type: expected 2, got 1") {
   };
 }
 
-FAULT(movesADrive, "location.texts", "got port:box:bay 1I:1:1, port:box:bay 1I:1:1") {
+FAULT(movesADrive, "location.texts", "got port:box:bay 1I:1:11, port:box:bay 1I:1:1") {
   broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
     return changed(handle, locations, count, error, [](char* text) {
       text[std::strlen(text) - 1] = '1';
       return text;
     });
+  };
+}
+FAULT(sortsByNumber, "location.texts", "got port:box:bay 1I:1:9, port:box:bay 1I:1:10") {
+  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
+    const int32_t stored = good->getDeviceLocation(handle, locations, count, error);
+    std::sort(locations, locations + std::max(stored, 0), [](char* a, char* b) { return strverscmp(a, b) < 0; });
+    return stored;
   };
 }
 FAULT(throwsAnException, "location.texts", "threw an exception: lost") {
@@ -392,10 +407,18 @@ FAULT(callsAllWell, "location.failed-member", "one of them \"(Failed)\", got") {
   };
 }
 
-FAULT(swapsTemperatures, "temperature.values", "expected 31/60, 32/60, got 60/31, 60/32") {
+FAULT(swapsTemperatures, "temperature.values", "expected 20/60, 21/60, got 60/20, 60/21") {
   broken.getDeviceTemperature = [](CtrlDevInfo* handle, DriveTemperature* records, int32_t count, std::string& error) {
     const int32_t stored = good->getDeviceTemperature(handle, records, count, error);
     for (int32_t i = 0; i < stored; ++i) std::swap(records[i].currentTemperature, records[i].maximumTemperature);
+    return stored;
+  };
+}
+FAULT(sortsByTemperature, "temperature.values", "got 22/60, 23/60, 24/60, 25/60") {
+  broken.getDeviceTemperature = [](CtrlDevInfo* handle, DriveTemperature* records, int32_t count, std::string& error) {
+    const int32_t stored = good->getDeviceTemperature(handle, records, count, error);
+    std::sort(records, records + std::max(stored, 0),
+              [](auto a, auto b) { return a.currentTemperature < b.currentTemperature; });
     return stored;
   };
 }

@@ -26,7 +26,7 @@ bool isMarked(const DriveTemperature& record) {
 Answer callInformation(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool& wrote) {
   const InformationCall call(plugin, handle);
   wrote = !call.isUntouched(0);
-  return call;
+  return {call.result, call.error};
 }
 
 Answer callLocator(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool&) {
@@ -53,7 +53,7 @@ Answer callCacheOff(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool
 Answer callTemperature(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool& wrote) {
   const TemperatureCall call(plugin, handle, kCount);
   wrote = !call.written().empty();
-  return call;
+  return {call.result, call.error};
 }
 
 Answer callLocation(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool& wrote) {

@@ -36,7 +36,7 @@ struct InformationCall : Answer {
     DmuDeviceInfo information;
     std::array<uint8_t, 64> behind;
   };
-  Record record_;
+  Record record_{};
 };
 
 /// How many records or slots a list has, whatever the plugin is told.

@@ -57,7 +57,7 @@ bool isNamed(const Rule& rule, const std::string& name) {
 }  // namespace
 
 std::vector<Rule> rulesNamed(const std::vector<std::string>& names) {
-  const std::vector<Rule> all = allRules();
+  std::vector<Rule> all = allRules();
   if (names.empty()) return all;
   for (const std::string& name : names) {
     const bool fits = std::any_of(all.begin(), all.end(), [&](const Rule& rule) { return isNamed(rule, name); });

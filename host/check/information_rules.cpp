@@ -62,6 +62,41 @@ void volume(Trial& trial) {
   }
 }
 
+/// A host of its own, with a volume of every level.
+void raidLevels(Trial& trial) {
+  using enum simulator::RaidLevel;
+  simulator::Controller controller;
+  controller.hba = "vmhba1";
+  controller.maxPhysDevicesSupported = 64;
+  controller.maxPhysDrivesPerLogicalUnit = 16;
+  controller.maxLogicalDrivesSupported = 16;
+  for (uint8_t target = 0; target < 4; ++target) {
+    simulator::Drive drive;
+    drive.target = target;
+    controller.drives.push_back(drive);
+  }
+  for (const simulator::RaidLevel level : {raid0, raid1, raid10, raid4, raid5, raid6}) {
+    simulator::Volume volume;
+    volume.number = static_cast<uint32_t>(controller.volumes.size());
+    volume.device = "volume" + std::to_string(volume.number);
+    volume.raidLevel = level;
+    volume.members = level == raid1 ? std::vector<uint32_t>{0, 1} : std::vector<uint32_t>{0, 1, 2, 3};
+    controller.volumes.push_back(volume);
+  }
+  simulator::Topology topology;
+  topology.controllers = {controller};
+  trial.simulatedHost().load(topology);
+  const std::vector<HostDisk> disks = trial.simulatedHost().disks();
+  for (size_t i = 0; i < disks.size(); ++i) {
+    const Handle handle = trial.open(disks[i]);
+    const InformationCall call(trial.plugin(), handle.get());
+    expectResult("device information of a volume", 0, call.result);
+    const uint32_t expected = expectedRaidLevel(controller.volumes[i]);
+    const std::string drives = std::to_string(controller.volumes[i].members.size()) + " drives";
+    expectNumber("RAID level of a volume of " + drives, expected, call.information().raidLevel);
+  }
+}
+
 void externalVolume(Trial& trial) {
   for (const Subject& subject : trial.subjects(Kind::externalVolume)) {
     const Handle handle = trial.open(subject.disk);
@@ -88,6 +123,7 @@ void disk(Trial& trial) {
 constexpr Rule kRules[] = {
     {"info.answers", "every disk has a type and level, and nothing but the fields is written", Needs::anyHost, answers},
     {"info.volume", "a volume has its members and RAID level", Needs::simulatedHost, volume},
+    {"info.raid-levels", "every RAID level has its code", Needs::simulatedHost, raidLevels},
     {"info.external-volume", "an external volume has one member and an unknown level", Needs::simulatedHost,
      externalVolume},
     {"info.disk", "a physical disk has its type alone", Needs::simulatedHost, disk},

@@ -31,6 +31,7 @@ std::vector<std::string> ask(Trial& trial, const Subject& subject, CtrlDevInfo* 
 }
 
 void texts(Trial& trial) {
+  trial.scatterDrives();
   for (const Subject& subject : trial.subjects()) {
     const Handle handle = trial.open(subject.disk);
     expectList("location of " + subject.disk.device, expectedLocations(subject), ask(trial, subject, handle.get()));
@@ -135,7 +136,7 @@ void failedMember(Trial& trial) {
 }
 
 constexpr Rule kRules[] = {
-    {"location.texts", "the drives sit where they sit", Needs::simulatedHost, texts},
+    {"location.texts", "the drives are where they are, sorted by their texts", Needs::simulatedHost, texts},
     {"location.format", "the texts are \"port:box:bay PORT:BOX:BAY\", sorted", Needs::anyHost, format},
     {"location.one-per-member", "there is one text a member drive, and none for an external volume", Needs::anyHost,
      onePerMember},

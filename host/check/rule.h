@@ -32,10 +32,10 @@ enum class Needs {
 };
 
 struct Rule {
-  const char* name;     ///< "GROUP.WORDS"
-  const char* promise;  ///< in half a line
-  Needs needs;
-  void (*run)(Trial& trial);
+  const char* name = nullptr;     ///< "GROUP.WORDS"
+  const char* promise = nullptr;  ///< in half a line
+  Needs needs = Needs::anyHost;
+  void (*run)(Trial& trial) = nullptr;
   bool isSlow = false;  ///< mostly waits, so that other rules can run meanwhile
 };
 

@@ -23,6 +23,7 @@ std::vector<std::string> textsOf(const std::vector<DriveTemperature>& records) {
 }
 
 void values(Trial& trial) {
+  trial.scatterDrives();
   for (const Subject& subject : trial.subjects()) {
     const Handle handle = trial.open(subject.disk);
     const TemperatureCall call(trial.plugin(), handle.get(), kCount);

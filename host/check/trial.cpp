@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kServedDriver = "veltrane";
 constexpr uint32_t kVolumeType = 1;
 constexpr uint32_t kExternalRaidLevel = 255;
-constexpr size_t kMostOfAKind = 2;  // on each controller: large hosts need no more
+constexpr size_t kMostOfAKind = 4;  // on each controller: large hosts need no more
 
 std::string nameOf(Kind kind) {
   if (kind == Kind::disk) return "physical disk";
@@ -170,6 +170,20 @@ std::vector<Subject> Trial::subjects(Kind kind) {
   std::erase_if(chosen, [kind](const Subject& subject) { return subject.kind != kind; });
   if (chosen.empty()) throw Skipped{"the host has no " + nameOf(kind)};
   return chosen;
+}
+
+void Trial::scatterDrives() {
+  constexpr uint8_t kBays[] = {10, 9, 2, 11, 1, 100, 12, 3};  // sorted by none of place, number and text
+  for (simulator::Controller& controller : topology_.controllers) {
+    size_t place = 0;
+    for (simulator::Drive& drive : controller.drives) {
+      drive.box = static_cast<uint8_t>(place / std::size(kBays) + 1);
+      drive.bay = kBays[place % std::size(kBays)];
+      drive.currentTemperature = static_cast<uint8_t>(20 + place % 200);
+      ++place;
+    }
+  }
+  simulatedHost().load(topology_);
 }
 
 Handle Trial::open(const HostDisk& disk) {

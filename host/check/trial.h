@@ -101,6 +101,10 @@ class Trial {
   [[nodiscard]] std::vector<Subject> subjects(Kind kind);
   [[nodiscard]] std::vector<Subject> subjects();
 
+  /// Moves all drives, so that their locations come in another order than their numbers, and gives each a temperature
+  /// of its own. Before the plugin's first call.
+  void scatterDrives();
+
   /// Opens a handle as the daemon does; fails the rule when the plugin refuses.
   [[nodiscard]] Handle open(const HostDisk& disk);
 
