@@ -1,4 +1,5 @@
-// The driver's description, the layout of every command, their execution, and the two questions about the driver.
+// The channel, the layout of commands, their execution, and the two questions about the driver. The driver checks its
+// own description at every opening of a channel.
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -20,31 +21,6 @@ class Channel : public PluginTest {
   ~Channel() override { PUBLISHED(OrvaInfo_Cleanup)(); }
 };
 
-TEST_F(Channel, DescribesTheDriversInterface) {
-  const MgmtApiSignature& signature = PUBLISHED(pqiMgmtApiSig);
-  const char head[] =
-      "\x00\x00\x00\x01veltrane.api\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0"
-      "com.tarquelle\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x04\0\0";
-  EXPECT_EQ(std::memcmp(&signature, head, 72), 0);
-  EXPECT_EQ(signature.callbacks, PUBLISHED(pqiMgmtCallbackInfo));
-  const std::vector<uint32_t> expected[] = {// location, synchronous, numParms, sizes, types, id
-                                            {1, 1, 2, 1776, 4, 0, 0, 1, 1, 0, 0, 0x10},
-                                            {1, 1, 3, 4, 12, 4, 0, 0, 1, 1, 0, 0x11},
-                                            {1, 1, 3, 4, 86, 4, 0, 0, 2, 1, 0, 0x12},
-                                            {1, 1, 2, 4, 4, 0, 0, 0, 1, 0, 0, 0x13}};
-  for (int i = 0; i < 4; ++i) {
-    const MgmtCallbackInfo& entry = signature.callbacks[i];
-    std::vector<uint32_t> values = {entry.location, entry.synchronous, entry.numParms};
-    for (const uint32_t size : entry.parmSizes) values.push_back(size);
-    for (const uint32_t type : entry.parmTypes) values.push_back(type);
-    values.push_back(static_cast<uint32_t>(entry.callbackId));
-    EXPECT_EQ(values, expected[i]);
-    EXPECT_EQ(entry.callback, nullptr);
-    EXPECT_EQ(uint16_t{entry.zero}, 0);
-    EXPECT_EQ(entry.callbackId >> 32, 0u);
-  }
-}
-
 TEST_F(Channel, OpensOnceAndClosesOnce) {
   hostCalls.traceOn = true;
   ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
@@ -61,7 +37,8 @@ TEST_F(Channel, OpensOnceAndClosesOnce) {
   EXPECT_EQ(host.counts().destroy, 1u);
 }
 
-/// How one command is laid out; CDB bytes that are not given are 0.
+/// How one command is laid out; CDB bytes that are not given are 0. The driver checks what is sent in a scenario; these
+/// are the numbers that do not come up there.
 struct CdbCase {
   const char* name;
   uint8_t opcode;
@@ -76,21 +53,14 @@ struct CdbCase {
 const CdbCase kCdbCases[] = {
     {"identify logical device", 0x10, 0x12345678, 512, 10, 0xA0, 0, {0x26, 0x78, 0, 0, 0, 0, 0x10, 0x02, 0x00, 0x56}},
     {"sense configuration", 0x50, 0x0102, 1024, 10, 0xA0, 0, {0x26, 0x02, 0, 0, 0, 0, 0x50, 0x04, 0x00, 0x01}},
-    {"identify controller", 0x11, 0, 512, 10, 0xA0, 0, {0x26, 0, 0, 0, 0, 0, 0x11, 0x02, 0x00}},
     {"identify physical device", 0x15, 0x0102, 2560, 10, 0xA0, 0, {0x26, 0, 0x02, 0, 0, 0, 0x15, 0x0A, 0x00, 0x01}},
     {"no drive index", 0x15, ~uint64_t{0}, 2560, 10, 0xA0, 0, {0x26, 0, 0xFF, 0, 0, 0, 0x15, 0x0A, 0x00, 0xFF}},
-    {"blink drive tray LED", 0x16, 7, 276, 10, 0x60, 0, {0x27, 0, 0, 0, 0, 0, 0x16, 0x01, 0x14}},
-    {"sense blink drive LED", 0x17, 7, 276, 10, 0xA0, 0, {0x26, 0, 0, 0, 0, 0, 0x17, 0x01, 0x14}},
-    {"set controller parameters", 0x63, 7, 512, 10, 0x60, 0, {0x27, 0, 0, 0, 0, 0, 0x63, 0x00, 0x02}},
-    {"sense controller parameters", 0x64, 7, 512, 10, 0xA0, 0, {0x26, 0, 0, 0, 0, 0, 0x64, 0x00, 0x02}},
     {"set cache configuration", 0xC0, 7, 0x12345, 10, 0x60, 0, {0x27, 0, 0, 0, 0, 0, 0xC0, 0x01, 0x23}},
-    {"sense cache configuration", 0xC1, 7, 1024, 10, 0xA0, 0, {0x26, 0, 0, 0, 0, 0, 0xC1, 0x00, 0x04}},
-    {"report logical LUNs", 0xC2, 0, 8, 12, 0xA0, 1000, {0xC2, 0, 0, 0, 0, 0, 0, 0, 0, 0x08}},
     {"report physical LUNs", 0xC3, 0x302, 0x12345678, 12, 0xA0, 1000, {0xC3, 2, 0, 0, 0, 0, 0x12, 0x34, 0x56, 0x78}},
     {"another opcode", 0x12, 0xFF, 512, 0, 0xA0, 0, {0x12}},
 };
 
-TEST_F(Channel, LaysOutEveryCommand) {
+TEST_F(Channel, LaysOutCommandsWithNumbersOfEverySize) {
   const vlexCmdLunAddress address = {{1, 2, 3, 4, 5, 6, 7, 8}};
   char buffer[1];
   for (const CdbCase& expected : kCdbCases) {

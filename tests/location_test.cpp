@@ -9,7 +9,6 @@ namespace {
 
 using simulator::FaultAction;
 using testing::ElementsAre;
-using testing::EndsWith;
 using testing::HasSubstr;
 
 class Location : public Services {
@@ -37,11 +36,7 @@ TEST_F(Location, LocationsAreSortedTextsInBuffersOfTheHost) {
   EXPECT_THAT(locations(volume, -1), testing::Pair(0, ElementsAre()));
   EXPECT_THAT(locations(disk, 0), testing::Pair(1, ElementsAre("port:box:bay PORTNAME:1:5")));
   EXPECT_THAT(locations(disk, -9), testing::Pair(1, ElementsAre("port:box:bay PORTNAME:1:5")));
-  hostCalls.traceOn = true;
   EXPECT_THAT(locations(external, 8), testing::Pair(0, ElementsAre()));
-  EXPECT_THAT(takeTrace(), EndsWith("OrvaInfo_GetDeviceLocation: Physical Location: external"));
-  locations(disk, 1);
-  EXPECT_THAT(takeTrace(), EndsWith("OrvaInfo_GetDeviceLocation: Physical Location: port:box:bay PORTNAME:1:5\n"));
 }
 
 TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
@@ -66,7 +61,6 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
 }
 
 TEST_F(Location, TemperaturesFollowTheOrderOfTheLocations) {
-  hostCalls.traceOn = true;
   DriveTemperature t[4] = {{9, 9}, {9, 9}, {9, 9}, {9, 9}};
   EXPECT_EQ(plugin->getDeviceTemperature(volume, t, 2, error), 2);
   EXPECT_EQ(t[0].currentTemperature, 41);
@@ -77,9 +71,7 @@ TEST_F(Location, TemperaturesFollowTheOrderOfTheLocations) {
   EXPECT_EQ(plugin->getDeviceTemperature(volume, t, -1, error), 0);
   EXPECT_EQ(plugin->getDeviceTemperature(disk, t + 3, 0, error), 1);
   EXPECT_EQ(t[3].maximumTemperature, 60);
-  takeTrace();
   EXPECT_EQ(plugin->getDeviceTemperature(external, t, 4, error), 0);
-  EXPECT_THAT(takeTrace(), EndsWith("OrvaInfo_GetDeviceTemperature: Physical Location: external.\n"));
 }
 
 TEST_F(Location, VolumeFunctionsRefuseWhatIsNoVolumeWithMembers) {
