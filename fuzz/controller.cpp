@@ -1,0 +1,233 @@
+// The replies of the twelve commands, and what may come back of them.
+#include "fuzz/controller.h"
+
+namespace fuzz {
+namespace {
+
+namespace wire = simulator::wire;
+using simulator::Opcode;
+
+constexpr size_t kMostSent = 131072;  // of a report whose length lies
+constexpr uint16_t kManyOrFew[] = {256, 8, 7, 128, 512, 1088, 0, 65535};
+
+/// Lays a reply's fields over its first bytes, whatever fits, and lets `fill` set them.
+template <typename Layout, typename Fill>
+void setFields(std::vector<uint8_t>& reply, Fill fill) {
+  Layout fields;
+  const size_t size = std::min(reply.size(), sizeof(fields));
+  std::memset(&fields, reply.empty() ? 0 : reply[0], sizeof(fields));
+  fill(fields);
+  if (size > 0) std::memcpy(reply.data(), &fields, size);
+}
+
+void put(std::vector<uint8_t>& reply, size_t offset, const void* bytes, size_t size) {
+  if (offset < reply.size()) std::memcpy(&reply[offset], bytes, std::min(size, reply.size() - offset));
+}
+
+/// Blink bits alone may change, all in one direction; the duration and the three fields of the structure's size are
+/// the writer's.
+void requireOnlyBlinkBitsChange(const std::vector<uint8_t>& before, const uint8_t* after) {
+  bool anyOn = false;
+  bool anyOff = false;
+  for (size_t i = sizeof(wire::BlinkBuffer::duration); i < before.size(); ++i) {
+    if (i >= offsetof(wire::BlinkBuffer, maxPhysicalDevices) && i < offsetof(wire::BlinkBuffer, fixedLength)) continue;
+    if (before[i] == after[i]) continue;
+    const bool isEnable = i >= offsetof(wire::BlinkBuffer, enable) &&
+                          (i < offsetof(wire::BlinkBuffer, extendedAt) || i >= sizeof(wire::BlinkBuffer));
+    require(isEnable && (before[i] ^ after[i]) == 1, "a blink command changes blink bits alone");
+    ((after[i] & 1) != 0 ? anyOn : anyOff) = true;
+  }
+  require(!(anyOn && anyOff), "a blink command switches all its drives the same way");
+}
+
+void requireOneBitChangesAtMost(const std::vector<uint8_t>& before, const uint8_t* after) {
+  int changed = 0;
+  for (size_t i = 0; i < before.size(); ++i) changed += __builtin_popcount(before[i] ^ after[i]);
+  require(changed <= 1, "a set command changes one bit of what was sensed");
+}
+
+}  // namespace
+
+Controller::Controller(Input& input)
+    : input_(input),
+      maxPhysicalDevices_(input.oneOf(kManyOrFew)),
+      maxDrivesPerLogicalUnit_(input.oneOf(kManyOrFew)),
+      maxLogicalDrives_(input.oneOf(kManyOrFew)),
+      hasExtendedBlinkArray_(input.below(2) == 1),
+      volumes_(2 + input.below(6)),
+      drives_(8 + (input.below(64) == 63 ? 1090 : input.below(24))) {}
+
+int32_t Controller::answer(const wire::PassthruRecord& record, uint32_t& status) {
+  const std::optional<simulator::DecodedCommand> command = simulator::decodeCommand(record);
+  require(command.has_value(), "every command is one of the twelve");
+  auto* const buffer = reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(record.buffer));
+  const Opcode opcode = command->layout->opcode;
+  status = 0;
+  if (command->layout->toController) {
+    require(command->length == sensed_.size(), "as much is written as was sensed");
+    if (opcode == Opcode::blinkDriveTrayLed) {
+      requireOnlyBlinkBitsChange(sensed_, buffer);
+    } else {
+      requireOneBitChangesAtMost(sensed_, buffer);
+    }
+  }
+  size_t length = std::min<size_t>(command->length, kMostSent);
+  switch (input_.number<uint8_t>()) {
+    case 1:
+      return input_.around<int32_t>(0xBAD0014);
+    case 2:
+      status = input_.around<uint32_t>(0x30);
+      break;
+    case 3:
+      length = std::min<size_t>(length, input_.number<uint16_t>());
+      break;
+    default:
+      break;
+  }
+  if (command->layout->toController) return 0;
+  Bytes bytes = reply(*command);
+  bytes.resize(length);
+  if (length > 0) std::memcpy(buffer, bytes.data(), length);
+  if (!command->layout->isReport()) sensed_.assign(buffer, buffer + command->length);
+  return 0;
+}
+
+Controller::Bytes Controller::reply(const simulator::DecodedCommand& command) {
+  Bytes bytes(std::min<size_t>(command.length, kMostSent), input_.number<uint8_t>());
+  switch (command.layout->opcode) {
+    case Opcode::identifyController:
+      identifyController(bytes);
+      break;
+    case Opcode::identifyLogicalDevice:
+      identifyLogicalDevice(bytes);
+      break;
+    case Opcode::senseConfiguration:
+      senseConfiguration(bytes);
+      break;
+    case Opcode::identifyPhysicalDevice:
+      identifyPhysicalDevice(bytes, command.argument);
+      break;
+    case Opcode::senseBlinkDriveLed:
+      senseBlinkDriveLed(bytes);
+      break;
+    case Opcode::senseCacheConfiguration:
+      senseCacheConfiguration(bytes);
+      break;
+    case Opcode::reportLogicalLuns:
+      reportLogicalLuns(bytes);
+      break;
+    case Opcode::reportPhysicalLuns:
+      reportPhysicalLuns(bytes);
+      break;
+    case Opcode::senseControllerParameters:
+    case Opcode::blinkDriveTrayLed:
+    case Opcode::setControllerParameters:
+    case Opcode::setCacheConfiguration:
+      break;
+  }
+  return bytes;
+}
+
+void Controller::identifyController(Bytes& reply) {
+  setFields<wire::IdentifyController>(reply, [this](wire::IdentifyController& fields) {
+    fields.localVolumes = input_.around<uint8_t>(volumes_);
+    fields.localVolumes16 = input_.around<uint16_t>(volumes_);
+    fields.maxLogicalDrives = maxLogicalDrives_;
+    fields.maxPhysicalDevices = maxPhysicalDevices_;
+    fields.maxDrivesPerLogicalUnit = maxDrivesPerLogicalUnit_;
+    fields.extendedBlinkArray = hasExtendedBlinkArray_ ? 1 : 0;
+  });
+}
+
+void Controller::identifyLogicalDevice(Bytes& reply) {
+  setFields<wire::IdentifyLogicalDevice>(reply, [this](wire::IdentifyLogicalDevice& fields) {
+    fields.externalBoxId = input_.number<uint8_t>();
+    input_.bytes(fields.label, 8);
+  });
+}
+
+void Controller::senseConfiguration(Bytes& reply) {
+  const uint32_t mapSize = maxPhysicalDevices_ / 8U;
+  const auto atTheEnd = static_cast<uint32_t>(reply.size()) - mapSize;
+  uint16_t mapAt = 0;
+  setFields<wire::SenseConfiguration>(reply, [&](wire::SenseConfiguration& fields) {
+    fields.memberDrives = input_.around<uint16_t>(3);
+    fields.faultTolerance = input_.around<uint16_t>(3);
+    mapAt = input_.around<uint16_t>(input_.below(4) == 3 ? atTheEnd : sizeof(fields));
+    fields.membersAt = mapAt;
+    fields.sparesAt = input_.around<uint16_t>(mapAt + mapSize);
+    fields.totalLength = input_.around<uint32_t>(mapAt + 2 * mapSize);
+    fields.maxPhysicalDevices = input_.around<uint16_t>(maxPhysicalDevices_);
+    fields.maxDrivesPerLogicalUnit = input_.around<uint16_t>(maxDrivesPerLogicalUnit_);
+    fields.fixedLength = input_.around<uint32_t>(sizeof(fields));
+  });
+  uint8_t members[4];
+  input_.bytes(members, sizeof(members));
+  members[0] ^= 0xE0;  // drives 0, 1 and 2
+  put(reply, mapAt, members, sizeof(members));
+}
+
+void Controller::identifyPhysicalDevice(Bytes& reply, uint32_t driveIndex) {
+  setFields<wire::IdentifyPhysicalDevice>(reply, [&](wire::IdentifyPhysicalDevice& fields) {
+    std::memset(fields.serial, ' ', sizeof(fields.serial));
+    fields.serial[0] = 'S';
+    fields.serial[1] = static_cast<char>('0' + driveIndex % 10);
+    if (input_.below(8) == 7) input_.bytes(fields.serial, 8);
+    fields.box = input_.number<uint8_t>();
+    fields.bay = input_.around<uint8_t>(driveIndex);
+    fields.currentTemperature = input_.number<uint8_t>();
+    fields.maximumTemperature = input_.number<uint8_t>();
+    if (input_.below(4) == 3) input_.bytes(fields.connectorName, 10);
+  });
+}
+
+void Controller::senseBlinkDriveLed(Bytes& reply) {
+  setFields<wire::BlinkBuffer>(reply, [this](wire::BlinkBuffer& fields) {
+    fields.duration = input_.number<uint32_t>();
+    input_.bytes(fields.enable, 8);
+    fields.extendedAt = input_.around<uint16_t>(sizeof(fields));
+    fields.maxPhysicalDevices = input_.around<uint16_t>(maxPhysicalDevices_);
+    fields.totalLength = input_.around<uint32_t>(sizeof(fields) + maxPhysicalDevices_);
+    fields.fixedLength = input_.around<uint32_t>(sizeof(fields));
+  });
+}
+
+void Controller::senseCacheConfiguration(Bytes& reply) {
+  const auto atTheEnd = static_cast<uint32_t>(reply.size()) - maxLogicalDrives_ / 2U;
+  setFields<wire::CacheConfiguration>(reply, [&](wire::CacheConfiguration& fields) {
+    fields.cacheOffAt = input_.around<uint16_t>(input_.below(4) == 3 ? atTheEnd : sizeof(fields));
+    fields.writeCacheOffAt = input_.around<uint16_t>(sizeof(fields) + 3U * (maxLogicalDrives_ / 8U));
+    fields.totalLength = input_.number<uint32_t>();
+    fields.maxLogicalDrives = input_.around<uint16_t>(maxLogicalDrives_);
+    fields.fixedLength = input_.around<uint32_t>(sizeof(fields));
+  });
+}
+
+void Controller::reportLogicalLuns(Bytes& reply) {
+  wire::ReportHeader header{};
+  header.listLength.set(input_.around<uint32_t>(volumes_ * sizeof(wire::LunAddress)));
+  put(reply, 0, &header, sizeof(header));
+  for (uint32_t i = 0; i < volumes_ && reply.size() > sizeof(header); ++i) {
+    const wire::LunAddress address{
+        .word = input_.around<uint32_t>(wire::kVolumeKind | i), .reserved = {}, .target = 0, .bus = 0};
+    put(reply, sizeof(header) + i * sizeof(address), &address, sizeof(address));
+  }
+}
+
+void Controller::reportPhysicalLuns(Bytes& reply) {
+  constexpr uint32_t kKinds[] = {wire::kMaskedKind, 0, wire::kMaskedKind, wire::kVolumeKind, 0x80000000};
+  wire::ReportHeader header{};
+  header.listLength.set(input_.around<uint32_t>(drives_ * sizeof(wire::ExtendedReportEntry)));
+  header.format = input_.around<uint8_t>(wire::kExtendedReport);
+  put(reply, 0, &header, sizeof(header));
+  for (uint32_t i = 0; i < drives_ && reply.size() > sizeof(header); ++i) {
+    wire::ExtendedReportEntry entry{};
+    entry.address.word = input_.oneOf(kKinds);
+    entry.address.target = input_.around<uint8_t>(i);
+    entry.address.bus = input_.around<uint8_t>(i / 256 + 1);
+    entry.deviceType = input_.around<uint8_t>(4);
+    put(reply, sizeof(header) + i * sizeof(entry), &entry, sizeof(entry));
+  }
+}
+
+}  // namespace fuzz

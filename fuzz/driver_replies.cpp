@@ -1,0 +1,133 @@
+// Arbitrary replies of the driver to whole sequences of operations, called as a host calls them. After each: the lock
+// free, the documented result and text, nothing written beyond what the host allowed.
+#include <optional>
+#include <string>
+
+#include "channel/management_channel.h"
+#include "controller/snapshot_cache.h"
+#include "fuzz/host_calls.h"
+#include "plugin/plugin_lock.h"
+#include <dmu/plugin.h>
+
+namespace {
+
+using fuzz::hostCalls;
+using fuzz::Input;
+using fuzz::require;
+
+constexpr int32_t kSlots = 12;
+constexpr int kMostOperations = 8;
+
+/// A drive's serial page, with the serial number that the controller reports for that drive in mind.
+int answerInquiry(sg_io_hdr& request) {
+  Input& input = *hostCalls.input;
+  const uint8_t page[] = {0, 0x80, 0, 2, 'S', static_cast<uint8_t>('0' + input.below(10))};
+  std::memcpy(request.dxferp, page, sizeof(page));
+  request.resid = static_cast<int>(request.dxfer_len - sizeof(page));
+  return input.around<int>(0);
+}
+
+CtrlDevInfo* openHandle(DmuPluginDescriptor& plugin, Input& input) {
+  const std::string hba = "hba" + std::to_string(input.below(12));
+  const uint32_t channel = input.oneOf({1U, 0U, 3U, 1U});
+  const uint32_t target = input.below(8) + (channel == 0 ? 64 : 0);
+  CtrlDevInfo* handle = nullptr;
+  if (input.below(4) == 3) {
+    require(
+        plugin.openDevice(hba.c_str(), channel, target, 0, "veltrane", 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &handle) == 0,
+        "a handle opens by its address");
+    return handle;
+  }
+  DmuDeviceOpenInfo info{};
+  info.devName = "naa.1";
+  info.hba = hba.c_str();
+  info.channel = channel;
+  info.target = target;
+  info.driver = "veltrane";
+  require(plugin.openDeviceV2(&info, &handle) == 0, "a handle opens whatever its disk answers");
+  return handle;
+}
+
+int32_t askTemperatures(DmuPluginDescriptor& plugin, CtrlDevInfo* handle, int32_t count, std::string& error) {
+  constexpr uint8_t kUntouched = 0xEE;
+  DriveTemperature records[kSlots];
+  std::memset(records, kUntouched, sizeof(records));
+  const int32_t result = plugin.getDeviceTemperature(handle, records, count, error);
+  require(result >= -1 && result <= std::max(count, 1), "no more temperatures than asked for");
+  for (const DriveTemperature* record = records + std::max({result, count, 1}); record < std::end(records); ++record) {
+    require(record->currentTemperature == kUntouched, "no temperature beyond those asked for");
+  }
+  return result;
+}
+
+int32_t askLocations(DmuPluginDescriptor& plugin, CtrlDevInfo* handle, int32_t count, std::string& error) {
+  char untouched = 0;
+  char* texts[kSlots];
+  std::fill_n(texts, kSlots, &untouched);
+  const int32_t result = plugin.getDeviceLocation(handle, texts, count, error);
+  require(result >= -1 && result <= std::max(count, 1), "no more locations than asked for");
+  for (int32_t i = 0; i < kSlots; ++i) {
+    if (i >= result) {
+      require(texts[i] == &untouched || (result < 0 && texts[i] == nullptr), "no location beyond those reported");
+      continue;
+    }
+    require(std::strncmp(texts[i], "port:box:bay ", 13) == 0 && std::strlen(texts[i]) < 50, "a location is one");
+    require(i == 0 || std::strcmp(texts[i - 1], texts[i]) <= 0, "locations are sorted");
+  }
+  for (int32_t i = 0; i < result; ++i) std::free(texts[i]);
+  return result;
+}
+
+int32_t callOperation(DmuPluginDescriptor& plugin, CtrlDevInfo* handle, Input& input, std::string& error) {
+  const int32_t count = input.oneOf({8, 3, 1, 0, -1, kSlots});
+  switch (input.below(6)) {
+    case 0: {
+      DmuDeviceInfo info{};
+      return plugin.getDeviceInfo(handle, &info, error);
+    }
+    case 1:
+      return plugin.setDriveLEDState(handle, input.number<uint32_t>(), input.number<uint16_t>(), error);
+    case 2:
+      return plugin.cacheOn(handle, error);
+    case 3:
+      return plugin.cacheOff(handle, error);
+    case 4:
+      return askTemperatures(plugin, handle, count, error);
+    default:
+      return askLocations(plugin, handle, count, error);
+  }
+}
+
+bool isDocumented(const std::string& error) {
+  return error.empty() || error == "Failed to open controller." || error == "Device is not found." ||
+         error.rfind("Mutex lock error: ", 0) == 0 || error == "Invalid handle!";
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  Input input(data, size);
+  fuzz::Controller controller(input);
+  hostCalls = {};
+  hostCalls.input = &input;
+  hostCalls.controller = &controller;
+  hostCalls.diskAnswer = answerInquiry;
+  hostCalls.traceOn = input.below(8) == 7;
+
+  DmuPluginDescriptor& plugin = *DmuPluginInit();
+  CtrlDevInfo* handles[] = {openHandle(plugin, input), openHandle(plugin, input), nullptr};
+  for (int i = 0; i < kMostOperations && !(i > 0 && input.isUsedUp()); ++i) {
+    std::string error;
+    const int32_t result = callOperation(plugin, handles[input.oneOf({0, 1, 0, 1, 0, 1, 0, 2})], input, error);
+    require(isDocumented(error), "an error text is a documented one");
+    require(error.empty() || result != 0 || hostCalls.channels <= 1, "one channel at most");
+    require(pthread_mutex_trylock(&pluginMutex) == 0, "the lock is free after an operation");
+    pthread_mutex_unlock(&pluginMutex);
+    hostCalls.now += input.oneOf({0, 30, 31});
+  }
+  for (CtrlDevInfo* handle : handles) plugin.closeDevice(handle);
+  OrvaInfo_CleanupCtrls();
+  OrvaInfo_Cleanup();
+  require(hostCalls.openNodes == 0 && hostCalls.channels == 0, "every node and channel was closed");
+  return 0;
+}

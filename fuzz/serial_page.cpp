@@ -1,0 +1,63 @@
+// Arbitrary answers of a disk to the question for its serial number page. The serial number is held against one that
+// is read from the page in another way.
+#include <string>
+
+#include "fuzz/host_calls.h"
+#include "plugin/serial_number.h"
+
+namespace {
+
+using fuzz::hostCalls;
+using fuzz::Input;
+using fuzz::require;
+
+uint8_t page[64];
+bool arrived;  // whether the request succeeded, with the page that was asked for, as far as its text goes
+
+int answerInquiry(sg_io_hdr& request) {
+  Input& input = *hostCalls.input;
+  require(request.dxfer_len == sizeof(page), "the page's buffer is as long as the page");
+  request.status = input.around<unsigned char>(0);
+  request.host_status = input.around<unsigned short>(0);
+  request.driver_status = input.around<unsigned short>(0);
+  request.resid = input.around<int>(0);
+  page[0] = input.number<uint8_t>();
+  page[1] = input.around<uint8_t>(0x80);
+  page[2] = input.around<uint8_t>(0);
+  page[3] = input.around<uint8_t>(input.oneOf({16U, 60U, 61U}));
+  input.bytes(page + 4, sizeof(page) - 4);
+  std::memcpy(request.dxferp, page, sizeof(page));
+  const int result = input.around<int>(0);
+  const int length = std::min(page[2] << 8 | page[3], 60);
+  arrived = result == 0 && request.status == 0 && request.host_status == 0 && request.driver_status == 0 &&
+            page[1] == 0x80 && request.resid <= 60 - length;
+  return result;
+}
+
+/// Leading blanks skipped, then everything up to the first character that is no visible ASCII.
+std::string serialInPage() {
+  std::string serial;
+  for (int i = 4; i < 4 + std::min(page[2] << 8 | page[3], 60); ++i) {
+    if (serial.empty() && page[i] == ' ') continue;
+    if (page[i] <= ' ' || page[i] >= 0x7F) break;
+    serial += static_cast<char>(page[i]);
+  }
+  return serial;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  Input input(data, size);
+  hostCalls = {};
+  hostCalls.input = &input;
+  hostCalls.diskAnswer = answerInquiry;
+  hostCalls.traceOn = input.below(8) == 7;
+  arrived = false;
+  std::string error = "before";
+  const std::string serial = Get_Dev_SN("naa.1", error);
+  require(serial == (arrived ? serialInPage() : ""), "the serial number is that of the page");
+  require((error == "before") == arrived, "there is a text when there is no page");
+  require(hostCalls.openNodes == 0, "the node is closed");
+  return 0;
+}
