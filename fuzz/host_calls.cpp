@@ -23,6 +23,8 @@ constexpr int kNode = 1 << 20;  // no descriptor of this process
 constexpr std::string_view kNodePrefix = "/dev/disks/";
 vmk_MgmtUserHandle* const kChannel = reinterpret_cast<vmk_MgmtUserHandle*>(&hostCalls);
 
+FILE* traceFile = nullptr;  // stays open: thousands of lines are written to it
+
 template <typename Function>
 Function* next(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -119,7 +121,14 @@ int access(const char* path, int mode) noexcept {
 
 FILE* fopen(const char* path, const char* mode) {
   static auto* const kFopen = fuzz::next<FILE*(const char*, const char*)>("fopen");
-  return kFopen(std::string_view(path) == dmu::kTraceFile ? "/dev/null" : path, mode);
+  if (std::string_view(path) != dmu::kTraceFile) return kFopen(path, mode);
+  if (fuzz::traceFile == nullptr) fuzz::traceFile = kFopen("/dev/null", mode);
+  return fuzz::traceFile;
+}
+
+int fclose(FILE* file) {
+  static auto* const kFclose = fuzz::next<int(FILE*)>("fclose");
+  return file == fuzz::traceFile ? 0 : kFclose(file);
 }
 
 FILE* popen(const char* /*command*/, const char* /*mode*/) {
