@@ -34,12 +34,20 @@ std::string linesOf(const std::vector<std::string>& examples) {
 void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
   app.add_option("--plugin", options.pluginFile, "The plugin to load (default: the one beside this program)")
       ->type_name("FILE");
-  app.add_option("--topology", options.topologyFile, "Topology of the simulated host (default: built in)")
-      ->type_name("FILE");
-  app.add_option("--inventory", options.inventoryFile, "Take the host's disks from this file (needed on a real host)")
-      ->type_name("FILE");
-  app.add_option("--state", options.stateFile, "Keep the state of the simulated hardware in this file")
-      ->type_name("FILE");
+  auto* topology =
+      app.add_option("--topology", options.topologyFile, "Topology of the simulated host (default: built in)")
+          ->type_name("FILE");
+  auto* inventory = app.add_option("--inventory", options.inventoryFile,
+                                   "Take the host's disks from this file (needed on a real host)")
+                        ->type_name("FILE");
+  auto* state = app.add_option("--state", options.stateFile, "Keep the state of the simulated hardware in this file")
+                    ->type_name("FILE");
+  auto* record =
+      app.add_option("--record", options.recordFile, "Write what the host is asked and answers to this file");
+  auto* replay =
+      app.add_option("--replay", options.replayFile, "Take all answers from this recording, none from a host");
+  record->type_name("FILE");
+  replay->type_name("FILE")->excludes(record)->excludes(topology)->excludes(inventory)->excludes(state);
   app.add_flag("--show-commands", options.showCommands, "Show each command that reaches the driver");
   app.add_flag("--json", options.json, "Write a JSON document instead of text");
 }

@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/json.h"
@@ -34,11 +35,13 @@ class JsonNode {
   template <typename Number>
   [[nodiscard]] Number number() const {
     using Limits = std::numeric_limits<Number>;
+    // A whole number is held as unsigned unless it is negative.
     const bool fits = value_.is_number_unsigned()
-                          ? value_.get<uint64_t>() <= uint64_t{Limits::max()}
-                          : value_.is_number_integer() && value_.get<int64_t>() >= Limits::min();
-    if (!fits)
+                          ? std::cmp_less_equal(value_.get<uint64_t>(), Limits::max())
+                          : value_.is_number_integer() && std::cmp_greater_equal(value_.get<int64_t>(), Limits::min());
+    if (!fits) {
       refuse("must be a whole number from " + std::to_string(Limits::min()) + " to " + std::to_string(Limits::max()));
+    }
     return value_.get<Number>();
   }
 

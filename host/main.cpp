@@ -14,12 +14,20 @@ constexpr const char* kFormat = "dmu-host";
 constexpr int kVersion = 1;
 
 Outcome runCommand(Command& command, Session& session) {
-  try {
-    return command.run(session);
-  } catch (const Refusal& refusal) {
+  Outcome outcome;
+  bool isResult = true;
+  const auto refuse = [&](const Refusal& refusal) {
     session.report().refused(refusal);
-    return {"", command.emptyResult()};
+    isResult = false;
+  };
+  try {
+    session.begin();
+    outcome = command.run(session);
+  } catch (const Refusal& refusal) {
+    refuse(refusal);
   }
+  if (const auto unanswered = session.unanswered()) refuse(Refusal(*unanswered));
+  return isResult ? std::move(outcome) : Outcome{"", command.emptyResult()};
 }
 
 void writeDocument(const Command& command, Session& session, const Outcome& outcome) {
@@ -48,7 +56,9 @@ ExitStatus run(Command& command, const GlobalOptions& options) {
   }
   const bool written = reachedOutput();
   for (const std::string& place : session.unfiredFaults()) complain("fault rule at " + place + " never fired");
-  return written ? session.report().exitStatus() : ExitStatus::failed;
+  const auto notRecorded = session.end();
+  if (notRecorded) complain(*notRecorded);
+  return written && !notRecorded ? session.report().exitStatus() : ExitStatus::failed;
 }
 
 }  // namespace

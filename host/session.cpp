@@ -25,8 +25,22 @@ static CommandLog::Show whereToShow(const GlobalOptions& options) {
 Session::Session(const GlobalOptions& options)
     : options_(options), terminal_(Terminal::ofThisProcess()), report_(options.json), commands_(whereToShow(options)) {}
 
+void Session::begin() {
+  if (!options_.recordFile.empty()) recorder_ = std::make_unique<recording::Recorder>(options_.recordFile);
+  if (!options_.replayFile.empty()) replay_ = std::make_unique<recording::Replay>(options_.replayFile);
+}
+
+std::optional<std::string> Session::unanswered() const {
+  return replay_ == nullptr ? std::nullopt : replay_->unanswered();
+}
+
+std::optional<std::string> Session::end() {
+  plugin_.reset();
+  return recorder_ == nullptr ? std::nullopt : recorder_->finish();
+}
+
 void Session::prepareSimulatedHost() {
-  if (prepared_) return;
+  if (prepared_ || replay_ != nullptr) return;
   prepared_ = true;
   simulatedHost_ = findSimulatedHost();
   if (!options_.topologyFile.empty()) {
@@ -39,6 +53,7 @@ void Session::prepareSimulatedHost() {
 
 simulator::SimulatedHost& Session::simulatedHost(const std::string& purpose) {
   prepareSimulatedHost();
+  if (replay_ != nullptr) throw Refusal(purpose + " needs the simulated host, and a replay uses none");
   if (simulatedHost_ == nullptr) {
     throw Refusal(purpose + " needs the simulated host; the libvmkmgmt.so of this process is a real host's");
   }
@@ -50,18 +65,20 @@ simulator::SimulatedHost* Session::simulatedHostIfAny() {
   return simulatedHost_;
 }
 
+std::vector<HostDisk> Session::findDisks() {
+  if (replay_ != nullptr) return replay_->disks();
+  prepareSimulatedHost();
+  if (!options_.inventoryFile.empty()) return readInventory(options_.inventoryFile);
+  if (simulatedHost_ == nullptr) throw Refusal("a real host's disks must be named: give --inventory FILE");
+  return simulatedHost_->disks();
+}
+
 const std::vector<HostDisk>& Session::disks() {
   if (disks_) return *disks_;
-  prepareSimulatedHost();
-  if (!options_.inventoryFile.empty()) {
-    disks_ = readInventory(options_.inventoryFile);
-  } else if (simulatedHost_ != nullptr) {
-    disks_ = simulatedHost_->disks();
-  } else {
-    throw Refusal("a real host's disks must be named: give --inventory FILE");
-  }
+  disks_ = findDisks();
+  if (recorder_ != nullptr) recorder_->disks(*disks_);
   if (disks_->empty()) {
-    const std::string& source = options_.inventoryFile.empty() ? options_.topologyFile : options_.inventoryFile;
+    const std::string source = options_.replayFile + options_.inventoryFile + options_.topologyFile;
     throw Refusal("no disks: " + source + " names none");
   }
   return *disks_;

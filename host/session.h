@@ -2,6 +2,7 @@
 // for. A command that needs no plugin or no disks therefore works without them.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -9,6 +10,8 @@
 #include "host/command_log.h"
 #include "host/host_disk.h"
 #include "host/loaded_plugin.h"
+#include "host/recording/recorder.h"
+#include "host/recording/replay.h"
 #include "host/report.h"
 #include "host/terminal.h"
 
@@ -20,6 +23,8 @@ struct GlobalOptions {
   std::string topologyFile;
   std::string inventoryFile;
   std::string stateFile;
+  std::string recordFile;
+  std::string replayFile;
   bool json = false;
   bool showCommands = false;
 };
@@ -28,7 +33,18 @@ class Session {
  public:
   explicit Session(const GlobalOptions& options);
 
-  /// The host's disks, of every driver: from the inventory file, else from the simulated host.
+  /// Records or replays from now on, if an option says so.
+  /// @throws Refusal  the recording cannot be written, or is refused
+  void begin();
+
+  /// What the replayed recording had no answer to, if anything: the run is not to be believed then.
+  [[nodiscard]] std::optional<std::string> unanswered() const;
+
+  /// Unloads the plugin and ends the recording.
+  /// @return nothing, or why the recording is not whole
+  [[nodiscard]] std::optional<std::string> end();
+
+  /// The host's disks, of every driver: from the recording or the inventory file, else from the simulated host.
   /// @throws Refusal  there are none, or they cannot be found out
   const std::vector<HostDisk>& disks();
 
@@ -59,13 +75,16 @@ class Session {
 
  private:
   void prepareSimulatedHost();
+  [[nodiscard]] std::vector<HostDisk> findDisks();
 
   const GlobalOptions options_;
   const Terminal terminal_;
   Report report_;
   CommandLog commands_;
+  std::unique_ptr<recording::Recorder> recorder_;
+  std::unique_ptr<recording::Replay> replay_;
   bool prepared_ = false;
-  simulator::SimulatedHost* simulatedHost_ = nullptr;  // null on a real host
+  simulator::SimulatedHost* simulatedHost_ = nullptr;  // null on a real host and in a replay
   std::optional<std::vector<HostDisk>> disks_;
   std::optional<LoadedPlugin> plugin_;
 };

@@ -1,0 +1,62 @@
+// Answers the calls of a run as the machine does and writes each into a recording.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+#include "host/host_calls.h"
+#include "host/host_disk.h"
+#include "host/recording/command_outputs.h"
+#include "host/recording/requests.h"
+
+namespace host::recording {
+
+/// Takes the process's calls as long as it lives. May be called by several threads.
+class Recorder final : public HostCalls {
+ public:
+  /// @param file  replaced when it exists
+  /// @throws Refusal  it cannot be written
+  explicit Recorder(const std::string& file);
+  ~Recorder() override;
+
+  /// Writes down what the host's list of disks is.
+  void disks(const std::vector<HostDisk>& disks);
+
+  /// Writes the end of the recording; nothing may be recorded after it.
+  /// @return nothing, or why the file is not whole: "FILE: REASON"
+  [[nodiscard]] std::optional<std::string> finish();
+
+  uint32_t openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) override;
+  int32_t closeChannel(vmk_MgmtUserHandle* channel) override;
+  int32_t invoke(const CallbackCall& call) override;
+  int openNode(const NodeOpening& opening) override;
+  int requestOfNode(const std::string& device, int descriptor, unsigned long request, void* argument) override;
+  int closeNode(const std::string& device, int descriptor) override;
+  FILE* startCommand(const char* command, const char* mode) override;
+  int endCommand(FILE* output) override;
+  time_t now() override;
+
+ private:
+  struct CloseFile {
+    void operator()(FILE* file) const { std::fclose(file); }
+  };
+
+  /// The number of a channel in the recording; 0 for one that is not open.
+  uint32_t numberOf(vmk_MgmtUserHandle* channel);
+
+  void write(const Request& request, Json answer, uint32_t channel = 0);
+  void writeLine(const Json& line);
+
+  HostCalls& machine_ = nextCalls();
+  std::mutex mutex_;
+  std::string name_;
+  std::unique_ptr<FILE, CloseFile> file_;
+  int error_ = 0;  // errno of the first write that failed
+  std::map<vmk_MgmtUserHandle*, uint32_t> channels_;
+  uint32_t lastChannel_ = 0;
+  CommandOutputs outputs_;
+};
+
+}  // namespace host::recording
