@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <cstdio>
 
+#include "host/manual_page.h"
 #include "host/text.h"
 
 namespace host {
@@ -71,6 +72,8 @@ CommandLine readCommandLine(int argc, char** argv, const std::vector<std::unique
   app.fallthrough();
   app.require_subcommand(0, 1);
   addGlobalOptions(app, line.options);
+  bool wantsManual = false;
+  app.add_flag("--man", wantsManual, "Write this manual page, as source for man")->group("");
 
   std::vector<std::string> firstExamples;
   for (const auto& command : commands) {
@@ -85,6 +88,11 @@ CommandLine readCommandLine(int argc, char** argv, const std::vector<std::unique
 
   try {
     app.parse(argc, argv);
+    if (wantsManual) {
+      std::printf("%s", manualPage(app, commands).c_str());
+      line.command = nullptr;
+      return line;
+    }
     if (line.command == nullptr) throw CLI::ValidationError("give a command");
   } catch (const CLI::CallForHelp&) {
     std::printf("%s", app.help().c_str());

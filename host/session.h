@@ -40,6 +40,9 @@ class Session {
   /// What the replayed recording had no answer to, if anything: the run is not to be believed then.
   [[nodiscard]] std::optional<std::string> unanswered() const;
 
+  /// Whether the answers come from a recording.
+  [[nodiscard]] bool isReplay() const { return replay_ != nullptr; }
+
   /// Unloads the plugin and ends the recording.
   /// @return nothing, or why the recording is not whole
   [[nodiscard]] std::optional<std::string> end();

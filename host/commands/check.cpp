@@ -71,6 +71,9 @@ class CheckCommand final : public Command {
   [[nodiscard]] Json emptyResult() const override { return {{"readOnly", readOnly_}, {"rules", Json::array()}}; }
 
   Outcome run(Session& session) override {
+    if (session.isReplay()) {
+      throw Refusal("check tries each rule in a process of its own, and a replay cannot follow it there");
+    }
     const std::vector<check::Rule> rules = check::rulesNamed(names_);
     check::Setup setup;
     setup.pluginFile = session.pluginFile();

@@ -1,0 +1,77 @@
+// Words the command line as a manual page.
+#include "host/manual_page.h"
+
+#include <CLI/CLI.hpp>
+
+namespace host {
+namespace {
+
+/// Text that means nothing to the formatter.
+std::string plain(const std::string& text) {
+  std::string escaped;
+  for (const char character : text) {
+    if (character == '\\') {
+      escaped += "\\e";
+    } else if (character == '-') {
+      escaped += "\\-";
+    } else {
+      escaped += character;
+    }
+  }
+  const bool looksLikeRequest = escaped.starts_with('.') || escaped.starts_with('\'');
+  return (looksLikeRequest ? "\\&" : "") + escaped;
+}
+
+std::string bold(const std::string& text) {
+  return "\\fB" + plain(text) + "\\fR";
+}
+
+std::string italic(const std::string& text) {
+  return text.empty() ? "" : " \\fI" + plain(text) + "\\fR";
+}
+
+/// The options and arguments of a command, or of all commands; that each has help is said once.
+std::string optionsOf(const CLI::App& app) {
+  const auto isShown = [&app](const CLI::Option* option) {
+    const bool isHelpOfCommand = app.get_parent() != nullptr && option == app.get_help_ptr();
+    return !option->get_group().empty() && !isHelpOfCommand;
+  };
+  std::string text;
+  for (const CLI::Option* option : app.get_options(isShown)) {
+    const std::string name = option->get_positional() ? option->get_name() : option->get_name(false, true);
+    text += ".TP\n" + bold(name) + italic(option->get_type_name()) + "\n" + plain(option->get_description()) + "\n";
+  }
+  return text;
+}
+
+std::string examplesOf(const Command& command) {
+  std::string text = ".PP\n.nf\n.RS\n";
+  for (const std::string& example : command.examples()) text += plain(example) + "\n";
+  return text + ".RE\n.fi\n";
+}
+
+}  // namespace
+
+std::string manualPage(const CLI::App& app, const std::vector<std::unique_ptr<Command>>& commands) {
+  std::string text = ".TH DMU\\-HOST 1\n.SH NAME\ndmu\\-host \\- load a storage plugin and show what it answers\n";
+  text += ".SH SYNOPSIS\n" + bold("dmu-host") + " [" + "\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n";
+  text += ".SH DESCRIPTION\n" + plain(app.get_description()) + "\n";
+  text += ".SH OPTIONS\nThese may stand before or after the command.\n" + optionsOf(app);
+  text += ".SH COMMANDS\n";
+  for (const auto& command : commands) {
+    const CLI::App& sub = *app.get_subcommand(command->name());
+    text += ".SS " + plain(command->name()) + "\n" + plain(command->summary()) + ".\n" + examplesOf(*command) +
+            optionsOf(sub);
+  }
+  return text +
+         ".SH EXIT STATUS\n"
+         ".TP\n.B 0\ndone\n"
+         ".TP\n.B 1\nrefused, or an operation failed\n"
+         ".TP\n.B 2\nwrong usage\n"
+         ".SH ENVIRONMENT\n"
+         ".TP\n.B DMU_TOPOLOGY\nthe simulated host's topology file, unless \\fB\\-\\-topology\\fR names one\n"
+         ".TP\n.B NO_COLOR\nno colours, when it is set\n"
+         ".SH SEE ALSO\n.BR dmu\\-topology (5)\n";
+}
+
+}  // namespace host
