@@ -143,7 +143,8 @@ def main():
         sys.exit(__doc__)
     page = DOCS / "performance.md"
     text = page.read_text().partition(MARK)[0]
-    page.write_text(text + MARK + "\n" + "".join(part for run in runs for part in section(run)).rstrip() + "\n")
+    picture = "\n![time against entries](performance.svg)\n\n"
+    page.write_text(text + MARK + picture + "".join(part for run in runs for part in section(run)).rstrip() + "\n")
     draw(runs[-1])
     for run in runs:
         for name, asked, measured, met in goals(run):
