@@ -1,6 +1,8 @@
 // The replies of the twelve commands, and what may come back of them.
 #include "fuzz/controller.h"
 
+#include <utility>
+
 namespace fuzz {
 namespace {
 
@@ -93,37 +95,20 @@ int32_t Controller::answer(const wire::PassthruRecord& record, uint32_t& status)
 }
 
 Controller::Bytes Controller::reply(const simulator::DecodedCommand& command) {
+  constexpr std::pair<Opcode, void (Controller::*)(Bytes&)> kReplies[] = {
+      {Opcode::identifyController, &Controller::identifyController},
+      {Opcode::identifyLogicalDevice, &Controller::identifyLogicalDevice},
+      {Opcode::senseConfiguration, &Controller::senseConfiguration},
+      {Opcode::identifyPhysicalDevice, &Controller::identifyPhysicalDevice},
+      {Opcode::senseBlinkDriveLed, &Controller::senseBlinkDriveLed},
+      {Opcode::senseCacheConfiguration, &Controller::senseCacheConfiguration},
+      {Opcode::reportLogicalLuns, &Controller::reportLogicalLuns},
+      {Opcode::reportPhysicalLuns, &Controller::reportPhysicalLuns},
+  };
   Bytes bytes(std::min<size_t>(command.length, kMostSent), input_.number<uint8_t>());
-  switch (command.layout->opcode) {
-    case Opcode::identifyController:
-      identifyController(bytes);
-      break;
-    case Opcode::identifyLogicalDevice:
-      identifyLogicalDevice(bytes);
-      break;
-    case Opcode::senseConfiguration:
-      senseConfiguration(bytes);
-      break;
-    case Opcode::identifyPhysicalDevice:
-      identifyPhysicalDevice(bytes, command.argument);
-      break;
-    case Opcode::senseBlinkDriveLed:
-      senseBlinkDriveLed(bytes);
-      break;
-    case Opcode::senseCacheConfiguration:
-      senseCacheConfiguration(bytes);
-      break;
-    case Opcode::reportLogicalLuns:
-      reportLogicalLuns(bytes);
-      break;
-    case Opcode::reportPhysicalLuns:
-      reportPhysicalLuns(bytes);
-      break;
-    case Opcode::senseControllerParameters:
-    case Opcode::blinkDriveTrayLed:
-    case Opcode::setControllerParameters:
-    case Opcode::setCacheConfiguration:
-      break;
+  driveIndex_ = command.argument;
+  for (const auto& [opcode, fill] : kReplies) {
+    if (opcode == command.layout->opcode) (this->*fill)(bytes);
   }
   return bytes;
 }
@@ -167,14 +152,14 @@ void Controller::senseConfiguration(Bytes& reply) {
   put(reply, mapAt, members, sizeof(members));
 }
 
-void Controller::identifyPhysicalDevice(Bytes& reply, uint32_t driveIndex) {
+void Controller::identifyPhysicalDevice(Bytes& reply) {
   setFields<wire::IdentifyPhysicalDevice>(reply, [&](wire::IdentifyPhysicalDevice& fields) {
     std::memset(fields.serial, ' ', sizeof(fields.serial));
     fields.serial[0] = 'S';
-    fields.serial[1] = static_cast<char>('0' + driveIndex % 10);
+    fields.serial[1] = static_cast<char>('0' + driveIndex_ % 10);
     if (input_.below(8) == 7) input_.bytes(fields.serial, 8);
     fields.box = input_.number<uint8_t>();
-    fields.bay = input_.around<uint8_t>(driveIndex);
+    fields.bay = input_.around<uint8_t>(driveIndex_);
     fields.currentTemperature = input_.number<uint8_t>();
     fields.maximumTemperature = input_.number<uint8_t>();
     if (input_.below(4) == 3) input_.bytes(fields.connectorName, 10);

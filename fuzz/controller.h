@@ -26,7 +26,7 @@ class Controller {
   void identifyController(Bytes& reply);
   void identifyLogicalDevice(Bytes& reply);
   void senseConfiguration(Bytes& reply);
-  void identifyPhysicalDevice(Bytes& reply, uint32_t driveIndex);
+  void identifyPhysicalDevice(Bytes& reply);
   void senseBlinkDriveLed(Bytes& reply);
   void senseCacheConfiguration(Bytes& reply);
   void reportLogicalLuns(Bytes& reply);
@@ -39,7 +39,8 @@ class Controller {
   bool hasExtendedBlinkArray_;
   uint32_t volumes_;
   uint32_t drives_;
-  Bytes sensed_;  ///< what the last command that read left in the caller's buffer
+  uint32_t driveIndex_ = 0;  ///< that the command asks about
+  Bytes sensed_;             ///< what the last command that read left in the caller's buffer
 };
 
 }  // namespace fuzz
