@@ -17,7 +17,9 @@ install(FILES ${CMAKE_BINARY_DIR}/link-to-dmu-host DESTINATION bin RENAME dmu-ho
 
 install(DIRECTORY include/dmu DESTINATION include)
 install(FILES README.md DESTINATION ${documents})
-install(DIRECTORY docs examples DESTINATION ${documents})
+install(DIRECTORY docs examples DESTINATION ${documents} PATTERN man EXCLUDE)
+install(FILES docs/man/dmu-host.1 DESTINATION share/man/man1)
+install(FILES docs/man/dmu-topology.5 DESTINATION share/man/man5)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)

@@ -15,7 +15,7 @@ constexpr uint16_t kManyOrFew[] = {256, 8, 7, 128, 512, 1088, 0, 65535};
 /// Lays a reply's fields over its first bytes, whatever fits, and lets `fill` set them.
 template <typename Layout, typename Fill>
 void setFields(std::vector<uint8_t>& reply, Fill fill) {
-  Layout fields;
+  Layout fields{};
   const size_t size = std::min(reply.size(), sizeof(fields));
   std::memset(&fields, reply.empty() ? 0 : reply[0], sizeof(fields));
   fill(fields);

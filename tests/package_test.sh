@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# package_test.sh BUILD_DIR: packs what is built there, unpacks it into an empty folder and uses it from there: dmu-host
+# lists what the build's own does, with the plugin and the simulated host of the package; the header builds a host.
+set -euo pipefail
+
+readonly build=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" || {
+  cat "$work/log"
+  exit 1
+}
+dpkg-deb --extract "$work"/*.deb "$work/tree"
+dpkg-deb --info "$work"/*.deb | grep -E '^ (Architecture|Depends):' | diff - <(cat <<'FIELDS'
+ Architecture: amd64
+ Depends: libc6-i386 (>= 2.36), lib32gcc-s1, lib32stdc++6 (>= 12)
+FIELDS
+)
+(cd "$work/tree" && find . ! -type d | grep -vE '/(docs|examples)/' | sort) | diff - <(cat <<'FILES'
+./usr/bin/dmu-host
+./usr/include/dmu/plugin.h
+./usr/lib/dmu-veltrane-plugin/dmu-host
+./usr/lib/dmu-veltrane-plugin/dmu-veltrane-plugin.so
+./usr/lib/dmu-veltrane-plugin/simulated-host/libvmkmgmt.so
+./usr/lib/dmu-veltrane-plugin/simulated-host/vmkload_mod
+./usr/share/doc/dmu-veltrane-plugin/README.md
+./usr/share/man/man1/dmu-host.1
+./usr/share/man/man5/dmu-topology.5
+FILES
+)
+cd /
+"$work/tree/usr/bin/dmu-host" list | diff - <("$build/dmu-host" list)
+"$work/tree/usr/bin/dmu-host" plugin | grep -qx "$work/tree/usr/lib/dmu-veltrane-plugin/dmu-veltrane-plugin.so"
+g++ -std=c++20 -m32 -fsyntax-only -I "$work/tree/usr/include" "$work/tree/usr/share/doc/dmu-veltrane-plugin/examples/minimal-host.cpp"
