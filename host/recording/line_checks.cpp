@@ -1,6 +1,8 @@
 // One check for each kind of call.
 #include "host/recording/line_checks.h"
 
+#include <algorithm>
+
 #include "host/inventory.h"
 #include "host/recording/format.h"
 #include "host/recording/requests.h"
@@ -73,6 +75,9 @@ void checkCommand(const JsonNode& request, const JsonNode& answer) {
   request.mustBeObjectOf({"controller", "record", "data"});
   (void)request.at("controller").number<uint32_t>();
   const auto record = recordOf(bytesOf(request.at("record"), kRecordSize));
+  if (std::max(bytesRead(record), bytesWritten(record)) > kMostCommandBytes) {
+    request.at("record").refuse("must move at most " + std::to_string(kMostCommandBytes) + " bytes");
+  }
   if (const size_t written = bytesWritten(record); written != 0) (void)bytesOf(request.at("data"), written);
   if (!checkResult(answer, {"result", "status", "record", "data"})) return;
   (void)bytesOf(answer.at("record"), kRecordSize);

@@ -1,6 +1,7 @@
 // Words requests for the file and for people.
 #include "host/recording/requests.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -50,7 +51,8 @@ std::optional<Request> commandRequest(const CallbackCall& call) {
   std::memcpy(&record, call.parameters[1], sizeof(record));
   const auto* data = reinterpret_cast<const void*>(static_cast<uintptr_t>(record.buffer));
   const size_t written = bytesWritten(record);
-  if (data == nullptr && bytesRead(record) + written != 0) return std::nullopt;
+  const size_t moved = std::max(bytesRead(record), written);
+  if (moved > kMostCommandBytes || (data == nullptr && moved != 0)) return std::nullopt;
   Request request{kCommand, {{"controller", controller}, {"record", bytesToJson(copyOf(&record, kRecordSize))}}};
   if (written != 0) request.parameters["data"] = bytesToJson(copyOf(data, written));
   return request;

@@ -60,8 +60,9 @@ inline constexpr size_t kRecordSize = offsetof(simulator::wire::PassthruRecord, 
 [[nodiscard]] size_t bytesRead(const simulator::wire::PassthruRecord& record);
 [[nodiscard]] size_t bytesWritten(const simulator::wire::PassthruRecord& record);
 
-/// The most bytes that a recorded request to a disk moves; larger ones are not recorded.
+/// The most bytes that a recorded request to a disk, and a command, moves; larger ones are not recorded.
 inline constexpr size_t kMostNodeBytes = 1 << 20;
+inline constexpr size_t kMostCommandBytes = 1 << 24;
 
 /// A recorded SG_IO request's direction.
 inline constexpr const char* kFromDisk = "from disk";
