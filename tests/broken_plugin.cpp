@@ -2,6 +2,7 @@
 // from this file with that fault as chosenFault. It names the rule of "dmu-host check" that must find it, and a piece
 // of what the rule says then.
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -551,11 +552,12 @@ FAULT(keepsTheLockOnFailure, "lock.released-after-failure", "device information 
   };
 }
 FAULT(sharesARecord, "threads.at-once", "was wrong or failed") {
-  static DmuDeviceInfo shared;
+  static std::atomic<uint32_t> shared;
   broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
-    const int32_t result = good->getDeviceInfo(handle, &shared, error);
+    const int32_t result = good->getDeviceInfo(handle, information, error);
+    shared = information->deviceType;
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    *information = shared;
+    information->deviceType = shared;
     return result;
   };
 }
