@@ -28,7 +28,7 @@ void askForEverything(Trial& trial) {
 
 void unloads(Trial& trial) {
   askForEverything(trial);
-  const auto entry = reinterpret_cast<void*>(trial.library().entry());
+  auto* const entry = reinterpret_cast<void*>(trial.library().entry());
   Dl_info library{};
   expect(dladdr(entry, &library) != 0, "DmuPluginInit lies in no library");
   const std::string file = library.dli_fname;

@@ -45,7 +45,7 @@ void format(Trial& trial) {
     const std::vector<std::string> found = ask(trial, subject, handle.get());
     for (const std::string& text : found) {
       expect(std::regex_match(text, form), "location of " + subject.disk.device +
-                                               ": expected \"port:box:bay PORT:BOX:BAY\", got \"" + printable(text) +
+                                               R"(: expected "port:box:bay PORT:BOX:BAY", got ")" + printable(text) +
                                                '"');
     }
     expect(std::is_sorted(found.begin(), found.end()),

@@ -110,11 +110,12 @@ void borrowsTheRecord(Trial& trial) {
   for (const Subject& subject : trial.subjects()) {
     HostDisk disk = subject.disk;
     DmuDeviceOpenInfo record = openRecordOf(disk);
-    const DmuDeviceOpenInfo before = record;
+    const auto bytes = [&record] { return std::string(reinterpret_cast<const char*>(&record), sizeof(record)); };
+    const std::string before = bytes();
     CtrlDevInfo* opened = nullptr;
     expectResult("openDeviceV2 of " + disk.device, 0, trial.plugin().openDeviceV2(&record, &opened));
     const Handle handle(trial.plugin(), opened);
-    expect(std::memcmp(&record, &before, sizeof(record)) == 0, "openDeviceV2: the host's record was written to");
+    expect(bytes() == before, "openDeviceV2: the host's record was written to");
     expectText("openDeviceV2: the host's names", subject.disk.hba + " " + subject.disk.device,
                disk.hba + " " + disk.device);
     std::memset(&record, 0xA5, sizeof(record));
