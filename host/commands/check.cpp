@@ -36,7 +36,8 @@ std::string textOf(const std::vector<Result>& results) {
   for (const Result& result : results) {
     const std::string name = result.rule.name;
     const std::string what = result.verdict == Verdict::pass ? result.rule.promise : printable(result.text);
-    text += std::string(wordOf(result.verdict)) + "  " + name + std::string(width - name.size() + 2, ' ') + what + "\n";
+    text.append(wordOf(result.verdict)).append("  ").append(name).append(width - name.size() + 2, ' ').append(what);
+    text += '\n';
   }
   return text + summaryOf(results) + "\n";
 }
