@@ -13,7 +13,7 @@ inline constexpr char kNotFound[] = "Device is not found.";
 class ExpectedOutcomes {
  public:
   /// @param good  of an undisturbed run
-  explicit ExpectedOutcomes(const Outcomes& good) : outcomes(good) {}
+  explicit ExpectedOutcomes(Outcomes good) : outcomes(std::move(good)) {}
 
   /// The operation fails and nothing is written or switched.
   void failOperation(size_t step, int32_t result, const std::string& text = "before");

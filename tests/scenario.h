@@ -65,7 +65,7 @@ class ScenarioTest : public PluginTest {
   void expectRecovered(const Outcomes& good);
 
  private:
-  std::string hardware(Operation operation, bool ofVolume) const;
+  [[nodiscard]] std::string hardware(Operation operation, bool ofVolume) const;
 
   simulator::Topology topology_;
 };
