@@ -63,8 +63,7 @@ bool isPrintable(uint8_t byte) {
 
 uint32_t OrvaInfo_GetBMICDeviceIndex(const vlexCmdLunAddress* address) {
   if (address == nullptr || dmu::isVolume(*address)) return dmu::kNoDriveIndex;
-  const uint32_t bus = address->bytes[7] & 0x3F;
-  return (bus - 1) * 256 + address->bytes[6];
+  return dmu::driveIndex(*address);
 }
 
 int OrvaInfo_IdentifyPhysicalDevice(OrvaInfo* info, OrvaInfo_Devices* entry) {

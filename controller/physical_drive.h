@@ -10,6 +10,12 @@ namespace dmu {
 /// What OrvaInfo_GetBMICDeviceIndex answers for a device that has no index.
 inline constexpr uint32_t kNoDriveIndex = 0xFFFFFFFF;
 
+/// The BMIC drive index of a physical drive, of whatever kind.
+[[nodiscard]] constexpr uint32_t driveIndex(const vlexCmdLunAddress& drive) {
+  const uint32_t bus = drive.bytes[7] & 0x3F;
+  return (bus - 1) * 256 + drive.bytes[6];
+}
+
 }  // namespace dmu
 
 extern "C" {

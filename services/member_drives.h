@@ -35,7 +35,7 @@ void forEachListedMember(const OrvaInfo& info, const OrvaInfo_Devices& volume, V
   for (int32_t i = 0; i < info.deviceCount; ++i) {
     const OrvaInfo_Devices& drive = info.devices[i];
     if (kindOf(drive.lunAddress) != DeviceKind::maskedDrive) continue;
-    const uint32_t index = OrvaInfo_GetBMICDeviceIndex(&drive.lunAddress);
+    const uint32_t index = driveIndex(drive.lunAddress);
     if (isMember(info, volume, index)) visit(drive, index);
   }
 }
