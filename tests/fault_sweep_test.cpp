@@ -58,7 +58,7 @@ class FaultSweep : public ScenarioTest, public testing::WithParamInterface<const
   }
 
   template <typename Which>
-  std::vector<size_t> callsThat(Which which) const {
+  [[nodiscard]] std::vector<size_t> callsThat(Which which) const {
     std::vector<size_t> found;
     for (size_t i = 0; i < calls.size(); ++i) {
       if (which(calls[i])) found.push_back(i);
@@ -66,7 +66,7 @@ class FaultSweep : public ScenarioTest, public testing::WithParamInterface<const
     return found;
   }
 
-  std::string describe(size_t i) const {
+  [[nodiscard]] std::string describe(size_t i) const {
     return std::string(calls[i].name) + " of " + std::to_string(calls[i].size) + " in step " +
            std::to_string(calls[i].step) + ", call " + std::to_string(i);
   }
@@ -124,6 +124,15 @@ TEST_P(FaultSweep, MemoryRunsOut) {
   }
 }
 
+/// What the channel traces of a call of the driver that failed with code 0xBAD0005, or with status 0x77.
+std::string traceOf(const PluginCall& call, uint32_t status) {
+  if (call.is("destroy")) return "";
+  if (call.is("init")) return "OrvaInfo_Init: Failed to initialize management handle, 0xbad0005.\n";
+  if (status == 0) return "Failed to invoke callback, 0xbad0005.\n";
+  if (call.is("query")) return "OrvaInfo_QueryHBA: Failed to query instances, error returned from driver: 0x77.\n";
+  return "OrvaInfo_ExeCmd: Failed to execute command, error returned from driver, 0x77.\n";
+}
+
 TEST_P(FaultSweep, CallsOfTheDriverFail) {
   const std::vector<size_t> points = callsThat([](const PluginCall& call) { return call.isOfDriver(); });
   EXPECT_GE(points.size(), 12u * 2 + 11 + 12) << "channels, a snapshot, and the LED's and the settings' commands";
@@ -137,13 +146,7 @@ TEST_P(FaultSweep, CallsOfTheDriverFail) {
         FailedCalls expected(good, calls);
         andLater ? expected.failFrom(i, result) : expected.fail(i, result);
         EXPECT_EQ(runWithout(i, andLater, 0xBAD0005, status), expected.outcomes);
-        std::string first = calls[i].is("destroy") ? "" : "Failed to invoke callback, 0xbad0005.\n";
-        if (calls[i].is("init")) first = "OrvaInfo_Init: Failed to initialize management handle, 0xbad0005.\n";
-        if (status != 0) first = "OrvaInfo_ExeCmd: Failed to execute command, error returned from driver, 0x77.\n";
-        if (status != 0 && calls[i].is("query")) {
-          first = "OrvaInfo_QueryHBA: Failed to query instances, error returned from driver: 0x77.\n";
-        }
-        EXPECT_THAT(takeTrace(), HasSubstr(first + expected.trace(i)));
+        EXPECT_THAT(takeTrace(), HasSubstr(traceOf(calls[i], status) + expected.trace(i)));
         expectRecovered(good);
       }
     }

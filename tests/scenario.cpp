@@ -51,7 +51,7 @@ Outcomes callAll(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle,
   const auto call = [&](auto invoke, auto output) {
     std::string text = "before";
     const int32_t result = invoke(text);
-    outcomes.push_back({result, text.c_str(), output()});  // a copy of the test's own
+    outcomes.push_back({result, {text.data(), text.size()}, output()});  // a copy of the test's own
     if (hostCalls.recording) ++hostCalls.step;
   };
   const auto changed = [&](Operation operation) {
@@ -78,7 +78,7 @@ Outcomes callAll(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle,
   call([&](std::string& text) { return plugin.getDeviceLocation(handle, locations.data(), kRoom, text); },
        [&] {
          return show(locations, [](char* text) {
-           const std::string copy = text == nullptr ? "null" : text;
+           std::string copy = text == nullptr ? "null" : text;
            std::free(text);
            return copy;
          });
@@ -162,7 +162,7 @@ Outcomes ScenarioTest::run() {
   hostCalls.step = kOpenV2;
   DmuDeviceOpenInfo info = {.devName = "disk5", .hba = "vmhba1", .target = 69, .driver = "veltrane"};
   outcomes.push_back({plugin->openDeviceV2(&info, &disk), "", ""});
-  if (disk != nullptr) outcomes.back().output = disk->serialNumber.c_str();
+  if (disk != nullptr) outcomes.back().output.assign(disk->serialNumber.data(), disk->serialNumber.size());
   for (const bool isVolume : {true, false}) {
     hostCalls.step = isVolume ? kVolume : kDisk;
     const Outcomes of =

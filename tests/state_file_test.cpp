@@ -64,7 +64,7 @@ class StateFile : public ScenarioTest {
     std::filesystem::remove_all(folder_);
   }
 
-  std::string content() const {
+  [[nodiscard]] std::string content() const {
     std::ifstream stream(file);
     return {std::istreambuf_iterator<char>(stream), {}};
   }
