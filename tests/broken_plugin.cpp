@@ -31,6 +31,12 @@ constexpr int32_t kRoom = 256;
 constexpr std::chrono::seconds kWait{6};
 std::timed_mutex gate;
 
+/// A deadline by the clock for which the thread sanitizer knows how to wait.
+template <typename Duration>
+auto within(Duration duration) {
+  return std::chrono::system_clock::now() + duration;
+}
+
 DmuDeviceInfo informationOf(CtrlDevInfo* handle) {
   DmuDeviceInfo information{};
   std::string error;
@@ -525,7 +531,7 @@ FAULT(givesUpAtOnce, "lock.times-out", "expected it to give up after 10 seconds"
 }
 FAULT(locksBeforeItLooks, "lock.null-handle-does-not-wait", "expected it not to wait") {
   broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
-    const std::unique_lock lock(gate, kWait);
+    const std::unique_lock lock(gate, within(kWait));
     return good->getDeviceInfo(handle, information, error);
   };
 }
@@ -535,7 +541,7 @@ FAULT(locksToOpen, "lock.open-does-not-wait", "expected it not to wait") {
     return good->getDeviceInfo(handle, information, error);
   };
   broken.openDeviceV2 = [](const DmuDeviceOpenInfo* info, CtrlDevInfo** out) {
-    const std::unique_lock lock(gate, kWait);
+    const std::unique_lock lock(gate, within(kWait));
     return good->openDeviceV2(info, out);
   };
 }
@@ -547,7 +553,7 @@ FAULT(keepsTheLockOnFailure, "lock.released-after-failure", "device information 
     return result;
   };
   broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
-    const std::unique_lock lock(kept, std::chrono::milliseconds(100));
+    const std::unique_lock lock(kept, within(std::chrono::milliseconds(100)));
     return lock.owns_lock() ? good->getDeviceInfo(handle, information, error) : -1;
   };
 }
