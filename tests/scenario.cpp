@@ -12,6 +12,9 @@
 
 namespace {
 
+/// Blocks that texts of the plugin hold for good: the old string layout keeps even a short constant in one.
+constexpr size_t kTextsForGood = _GLIBCXX_USE_CXX11_ABI ? 0 : 1;
+
 constexpr uint8_t kFiller = 0xEE;
 constexpr uint32_t kFillerNumber = 0xEEEEEEEE;
 constexpr int32_t kRoom = 4;
@@ -179,7 +182,7 @@ void ScenarioTest::expectNothingLeft() {
   hostCalls.recording = false;
   EXPECT_TRUE(lockIsFree());
   const Held held = heldByPlugin();
-  EXPECT_LE(held.blocks, 2u) << "no more than a snapshot and a member map";
+  EXPECT_LE(held.blocks, 2 + kTextsForGood) << "no more than a snapshot and a member map";
   EXPECT_EQ(held.files, 0);
   EXPECT_LE(held.channels, 1);
   EXPECT_EQ(host.counts().openNodes, 0u);
@@ -191,5 +194,5 @@ void ScenarioTest::expectRecovered(const Outcomes& good) {
   EXPECT_EQ(run(), good);
   EXPECT_EQ(heldByPlugin().channels, 0);
   PUBLISHED(OrvaInfo_CleanupCtrls)();
-  EXPECT_EQ(heldByPlugin().blocks, 0u);
+  EXPECT_EQ(heldByPlugin().blocks, kTextsForGood);
 }
