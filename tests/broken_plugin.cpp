@@ -52,12 +52,24 @@ bool isExternal(CtrlDevInfo* handle) {
   return informationOf(handle).raidLevel == 255;
 }
 
+/// The good plugin answers operation 0, and a function changes what it wrote.
+template <typename Change>
+void changeInformation(Change /*change*/) {
+  broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
+    const int32_t result = good->getDeviceInfo(handle, information, error);
+    Change()(*information);
+    return result;
+  };
+}
+
 /// The good plugin's locations, each buffer replaced by what a function makes of it.
 template <typename Change>
-int32_t changed(CtrlDevInfo* handle, char** locations, int32_t count, std::string& error, Change change) {
-  const int32_t stored = good->getDeviceLocation(handle, locations, count, error);
-  for (int32_t i = 0; i < stored; ++i) locations[i] = change(locations[i]);
-  return stored;
+void changeLocations(Change /*change*/) {
+  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
+    const int32_t stored = good->getDeviceLocation(handle, locations, count, error);
+    std::transform(locations, locations + std::max(stored, 0), locations, Change());
+    return stored;
+  };
 }
 
 void leakChannel() {
@@ -305,41 +317,27 @@ FAULT(clearsTheRecord, "info.answers", "that it must leave alone") {
   };
 }
 FAULT(miscountsMembers, "info.volume", "member drives: expected") {
-  broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
-    const int32_t result = good->getDeviceInfo(handle, information, error);
-    ++information->physicalDisks;
-    return result;
-  };
+  changeInformation([](DmuDeviceInfo& information) { ++information.physicalDisks; });
 }
 FAULT(confusesLevels, "info.raid-levels", "RAID level of a volume of 4 drives: expected 6, got 5") {
-  broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
-    const int32_t result = good->getDeviceInfo(handle, information, error);
-    if (information->raidLevel == 6) information->raidLevel = 5;
-    return result;
-  };
+  changeInformation([](DmuDeviceInfo& information) {
+    if (information.raidLevel == 6) information.raidLevel = 5;
+  });
 }
 FAULT(knowsExternalLevels, "info.external-volume", "RAID level: expected 255, got 6") {
-  broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
-    const int32_t result = good->getDeviceInfo(handle, information, error);
-    if (information->raidLevel == 255) information->raidLevel = 6;
-    return result;
-  };
+  changeInformation([](DmuDeviceInfo& information) {
+    if (information.raidLevel == 255) information.raidLevel = 6;
+  });
 }
 FAULT(takesDisksForVolumes, "info.disk", "device type: expected 2, got 1") {
-  broken.getDeviceInfo = [](CtrlDevInfo* handle, DmuDeviceInfo* information, std::string& error) {
-    const int32_t result = good->getDeviceInfo(handle, information, error);
-    information->deviceType = 1;
-    return result;
-  };
+  changeInformation([](DmuDeviceInfo& information) { information.deviceType = 1; });
 }
 
 FAULT(movesADrive, "location.texts", "got port:box:bay 1I:1:11, port:box:bay 1I:1:1") {
-  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
-    return changed(handle, locations, count, error, [](char* text) {
-      text[std::strlen(text) - 1] = '1';
-      return text;
-    });
-  };
+  changeLocations([](char* text) {
+    text[std::strlen(text) - 1] = '1';
+    return text;
+  });
 }
 FAULT(sortsByNumber, "location.texts", "got port:box:bay 1I:1:9, port:box:bay 1I:1:10") {
   broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
@@ -357,10 +355,7 @@ FAULT(endsTheProcess, "location.texts", "ended its process with status 3") {
   broken.getDeviceLocation = [](CtrlDevInfo*, char**, int32_t, std::string&) -> int32_t { _exit(3); };
 }
 FAULT(writesCapitals, "location.format", "got \"PORT:") {
-  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
-    return changed(handle, locations, count, error,
-                   [](char* text) { return static_cast<char*>(std::memcpy(text, "PORT", 4)); });
-  };
+  changeLocations([](char* text) { return static_cast<char*>(std::memcpy(text, "PORT", 4)); });
 }
 FAULT(forgetsAMember, "location.one-per-member", "one a drive, got 1") {
   broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
@@ -381,37 +376,26 @@ FAULT(endsTheSlotsWithNull, "location.count-bounds", "expected 2 to be written, 
 }
 FAULT(givesStaticBuffers, "location.buffers-are-malloc", "got one inside a library") {
   static char buffers[kRoom][50];
-  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
-    size_t next = 0;
-    return changed(handle, locations, count, error,
-                   [&](char* text) { return static_cast<char*>(std::memcpy(buffers[next++], text, 50)); });
-  };
+  static size_t next = 0;
+  changeLocations([](char* text) { return static_cast<char*>(std::memcpy(buffers[next++ % kRoom], text, 50)); });
 }
 FAULT(givesABufferTwice, "location.buffers-are-malloc", "got one that was given before") {
   static auto* const buffer = static_cast<char*>(std::calloc(1, 50));
-  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
-    return changed(handle, locations, count, error, [](char*) { return buffer; });
-  };
+  changeLocations([](char*) { return buffer; });
 }
 FAULT(givesShortBuffers, "location.buffers-are-malloc", "expected a buffer of 50 bytes, got") {
-  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
-    return changed(handle, locations, count, error, strdup);
-  };
+  changeLocations([](const char* text) { return strdup(text); });
 }
 FAULT(givesTheInsideOfABlock, "location.buffers-are-malloc", "") {
-  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
-    return changed(handle, locations, count, error, [](char* text) {
-      return static_cast<char*>(std::memcpy(static_cast<char*>(std::calloc(1, 256)) + 64, text, 50));
-    });
-  };
+  changeLocations([](char* text) {
+    return static_cast<char*>(std::memcpy(static_cast<char*>(std::calloc(1, 256)) + 64, text, 50));
+  });
 }
 FAULT(callsAllWell, "location.failed-member", "one of them \"(Failed)\", got") {
-  broken.getDeviceLocation = [](CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
-    return changed(handle, locations, count, error, [](char* text) {
-      if (char* failed = std::strchr(text, '(')) *failed = '\0';
-      return text;
-    });
-  };
+  changeLocations([](char* text) {
+    if (char* failed = std::strchr(text, '(')) *failed = '\0';
+    return text;
+  });
 }
 
 FAULT(swapsTemperatures, "temperature.values", "expected 20/60, 21/60, got 60/20, 60/21") {

@@ -38,6 +38,17 @@ void PluginTest::unload() {
   forgetPlugin();
 }
 
+DmuDeviceOpenInfo openInfoOf(const simulator::HostDisk& disk) {
+  DmuDeviceOpenInfo info = {};
+  info.devName = disk.device.c_str();
+  info.hba = disk.hba.c_str();
+  info.channel = disk.channel;
+  info.target = disk.target;
+  info.lun = disk.lun;
+  info.driver = disk.driver.c_str();
+  return info;
+}
+
 CtrlDevInfo* PluginTest::open(const std::string& device) {
   for (const simulator::HostDisk& disk : host.disks()) {
     if (disk.device == device) return open(disk);
@@ -46,13 +57,7 @@ CtrlDevInfo* PluginTest::open(const std::string& device) {
 }
 
 CtrlDevInfo* PluginTest::open(const simulator::HostDisk& disk) {
-  DmuDeviceOpenInfo info = {};
-  info.devName = disk.device.c_str();
-  info.hba = disk.hba.c_str();
-  info.channel = disk.channel;
-  info.target = disk.target;
-  info.lun = disk.lun;
-  info.driver = disk.driver.c_str();
+  const DmuDeviceOpenInfo info = openInfoOf(disk);
   CtrlDevInfo* handle = nullptr;
   if (plugin->openDeviceV2(&info, &handle) != 0) throw std::runtime_error("not opened: " + disk.device);
   handles_.push_back(handle);

@@ -13,6 +13,9 @@
 #include "tests/plugin_calls.h"
 #include <dmu/plugin.h>
 
+/// What the daemon tells of a disk when it opens it; the names are the disk's.
+[[nodiscard]] DmuDeviceOpenInfo openInfoOf(const simulator::HostDisk& disk);
+
 /// The loaded plugin and a simulated host with the built-in topology; one of each for each test.
 class PluginTest : public testing::Test {
  protected:

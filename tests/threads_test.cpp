@@ -21,13 +21,7 @@ class Threads : public PluginTest {
   /// @return whether every call succeeded
   [[nodiscard]] bool use(const simulator::HostDisk& disk, bool byAddress) const {
     DmuPluginDescriptor* again = published<DmuPluginDescriptor*()>("DmuPluginInit")();
-    DmuDeviceOpenInfo info = {};
-    info.devName = disk.device.c_str();
-    info.hba = disk.hba.c_str();
-    info.channel = disk.channel;
-    info.target = disk.target;
-    info.lun = disk.lun;
-    info.driver = "veltrane";
+    const DmuDeviceOpenInfo info = openInfoOf(disk);
     CtrlDevInfo* handle = nullptr;
     const int32_t opened = byAddress ? again->openDevice(info.hba, info.channel, info.target, info.lun, info.driver, 0,
                                                          0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &handle)
