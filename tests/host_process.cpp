@@ -29,11 +29,10 @@ void PluginTest::unload() {
   EXPECT_TRUE(lockIsFree());
   for (CtrlDevInfo* handle : handles_) plugin->closeDevice(handle);
   std::string().swap(error);
+  EXPECT_EQ(heldByPlugin().files, 0);  // counters of a build for coverage write theirs when the library is unloaded
   dlclose(library_);
   library_ = nullptr;
-  const Held held = heldByPlugin();
-  EXPECT_EQ(held.blocks, 0u);
-  EXPECT_EQ(held.files, 0);
+  EXPECT_EQ(heldByPlugin().blocks, 0u);
   EXPECT_EQ(host.counts().openNodes, 0u);
   forgetPlugin();
 }
