@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstdarg>
 #include <memory>
-#include <unistd.h>
 
 FILE* stream = nullptr;
 
@@ -19,10 +18,6 @@ struct CloseTraceFile {
 };
 
 }  // namespace
-
-bool traceIsOn() {
-  return access(kTraceFile, F_OK) == 0;
-}
 
 void writeTrace(const char* format, ...) {
   const std::unique_ptr<FILE, CloseTraceFile> file(std::fopen(kTraceFile, "aw"));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdio>
+#include <unistd.h>
 
 extern "C" {
 
@@ -16,10 +17,13 @@ namespace dmu {
 inline constexpr char kTraceFile[] = "/tmp/veltrane_plugin_debug";
 
 /// One existence test of the trace file.
-[[nodiscard]] bool traceIsOn();
+[[nodiscard]] inline bool traceIsOn() {
+  return access(kTraceFile, F_OK) == 0;
+}
 
-/// Appends one line, or piece of a line. What cannot be opened or written is dropped.
-[[gnu::format(printf, 1, 2)]] void writeTrace(const char* format, ...);
+/// Appends one line, or piece of a line. What cannot be opened or written is dropped. Cold: the code that calls it,
+/// with its arguments, is kept away from the code that goes on.
+[[gnu::cold, gnu::format(printf, 1, 2)]] void writeTrace(const char* format, ...);
 
 }  // namespace dmu
 
