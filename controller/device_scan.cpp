@@ -60,6 +60,16 @@ OrvaInfo_Devices& nextFreeEntry(OrvaInfo* info) {
   return info->devices[info->deviceCount];
 }
 
+/// Counts the next free entry, now filled, among the snapshot's devices.
+void takeNextEntry(OrvaInfo* info) {
+  const vlexCmdLunAddress& address = nextFreeEntry(info).lunAddress;
+  const auto place = static_cast<uint16_t>(info->deviceCount++);
+  const uint32_t index = dmu::driveIndex(address);
+  if (dmu::kindOf(address) == dmu::DeviceKind::maskedDrive && dmu::hasMapBit(*info, index)) {
+    info->mappedDrives[info->mappedDriveCount++] = {static_cast<uint16_t>(index), place};
+  }
+}
+
 }  // namespace
 
 int OrvaInfo_DeviceScan(OrvaInfo* info) {
@@ -120,7 +130,7 @@ int OrvaInfo_UpdateScsiDevListLogical(vlexLogicalLUNReport* report, OrvaInfo* in
   for (uint32_t i = 0; i < count && !OrvaInfo_DevListIsFull(info); ++i) {
     const char external = i >= info->configuredLogicalDrives ? 1 : 0;
     OrvaInfo_UpdateSCSIDevice(entryOf<vlexLogicalLunList>(report, i), external, 0, &nextFreeEntry(info), info);
-    ++info->deviceCount;
+    takeNextEntry(info);
   }
   return 0;
 }
@@ -141,7 +151,7 @@ int OrvaInfo_UpdateScsiDevListPhysical(vlexPhysicalLUNReportExt* report, OrvaInf
     result = OrvaInfo_UpdateSCSIDevice(entryOf<vlexPhysicalLunExt>(report, i), 0, report->header.format,
                                        &nextFreeEntry(info), info);
     if (result == 0) {
-      ++info->deviceCount;
+      takeNextEntry(info);
     } else {
       DMU_TRACE(__func__, "Failed to add physical lun %u\n", i);
       nextFreeEntry(info) = {};

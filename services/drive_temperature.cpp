@@ -15,12 +15,12 @@ struct temperature {
 };
 
 /// Temperatures by location text.
-using TemperatureMap = std::map<std::string, temperature>;
+using TemperatureMap = std::map<dmu::LocationText, temperature>;
 
 TemperatureMap memberTemperatures(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
   TemperatureMap temperatures;
   dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& drive, uint32_t /*index*/) {
-    temperature& value = temperatures[dmu::LocationText(drive).text];
+    temperature& value = temperatures[dmu::LocationText(drive)];
     value.currentTemperature = drive.currentTemperature;
     value.maximumTemperature = drive.maximumTemperature;
   });

@@ -1,12 +1,31 @@
 // Location texts, and what is known of a volume's members.
 #include "services/member_drives.h"
 
-#include <cstdio>
+#include <algorithm>
+#include <charconv>
 
 namespace dmu {
 
-LocationText::LocationText(const OrvaInfo_Devices& drive, const char* suffix) {
-  std::snprintf(text, sizeof(text), "port:box:bay %.8s:%u:%u%s", drive.portName, drive.box, drive.bay, suffix);
+namespace {
+
+char* append(char* end, std::string_view text) {
+  return std::copy(text.begin(), text.end(), end);
+}
+
+char* append(char* end, uint8_t number) {
+  return std::to_chars(end, end + 3, unsigned{number}).ptr;
+}
+
+}  // namespace
+
+LocationText::LocationText(const OrvaInfo_Devices& drive, std::string_view suffix) {
+  char* end = append(text, "port:box:bay ");
+  end = append(end, std::string_view(drive.portName, strnlen(drive.portName, sizeof(drive.portName))));
+  *end++ = ':';
+  end = append(end, drive.box);
+  *end++ = ':';
+  end = append(end, drive.bay);
+  append(end, suffix);
 }
 
 bool hasKnownMembers(const OrvaInfo_Devices& device) {

@@ -3,8 +3,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <string_view>
 
-#include "controller/physical_drive.h"
 #include "controller/snapshot.h"
 
 namespace dmu {
@@ -13,14 +14,19 @@ namespace dmu {
 inline constexpr size_t kLocationSize = 50;
 
 /// What follows a location text when its drive is not in the snapshot.
-inline constexpr char kNotInSnapshot[] = "(Failed)";
+inline constexpr std::string_view kNotInSnapshot = "(Failed)";
 
 /// "port:box:bay PORT:BOX:BAY" and `suffix`.
 struct LocationText {
-  explicit LocationText(const OrvaInfo_Devices& drive, const char* suffix = "");
+  explicit LocationText(const OrvaInfo_Devices& drive, std::string_view suffix = {});
 
   char text[kLocationSize]{};  ///< terminated
 };
+
+/// The order of the texts' bytes.
+[[nodiscard]] inline bool operator<(const LocationText& left, const LocationText& right) {
+  return std::strcmp(left.text, right.text) < 0;
+}
 
 /// Whether the volume's member drives can be told: one of the controller's own, with drives and a member map.
 [[nodiscard]] bool hasKnownMembers(const OrvaInfo_Devices& device);
@@ -32,11 +38,9 @@ struct LocationText {
 /// order. The volume must have known members.
 template <typename Visit>
 void forEachListedMember(const OrvaInfo& info, const OrvaInfo_Devices& volume, Visit visit) {
-  for (int32_t i = 0; i < info.deviceCount; ++i) {
-    const OrvaInfo_Devices& drive = info.devices[i];
-    if (kindOf(drive.lunAddress) != DeviceKind::maskedDrive) continue;
-    const uint32_t index = driveIndex(drive.lunAddress);
-    if (isMember(info, volume, index)) visit(drive, index);
+  for (int32_t i = 0; i < info.mappedDriveCount; ++i) {
+    const auto [index, place] = info.mappedDrives[i];
+    if (testBit(volume.raidMap, index)) visit(info.devices[place], uint32_t{index});
   }
 }
 

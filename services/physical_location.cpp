@@ -2,13 +2,13 @@
 #include "services/physical_location.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <vector>
 
 #include "channel/command.h"
+#include "controller/physical_drive.h"
 #include "plugin/trace.h"
 #include "services/member_drives.h"
 #include "services/service_frame.h"
@@ -18,21 +18,21 @@ namespace {
 constexpr char kNoMemory[] = "No memory for location!";
 
 /// @return the buffer that the host frees; null when memory ran out
-[[nodiscard]] char* makeHostBuffer(const char* text) {
-  auto* buffer = static_cast<char*>(std::malloc(dmu::kLocationSize));
-  if (buffer != nullptr) std::snprintf(buffer, dmu::kLocationSize, "%s", text);
+[[nodiscard]] char* makeHostBuffer(const dmu::LocationText& location) {
+  auto* buffer = static_cast<char*>(std::malloc(sizeof(location.text)));
+  if (buffer != nullptr) std::memcpy(buffer, location.text, sizeof(location.text));
   return buffer;
 }
 
 /// Identifies each member that is not marked as found and appends its text. A drive that does not answer has an empty
 /// port name and zeros.
 void appendMissingMembers(OrvaInfo& info, const OrvaInfo_Devices& volume, const uint8_t* found,
-                          std::vector<std::string>& texts) {
+                          std::vector<dmu::LocationText>& texts) {
   for (uint32_t index = 0; index < info.maxPhysDevicesSupported; ++index) {
     if (!dmu::isMember(info, volume, index) || dmu::testBit(found, index)) continue;
     OrvaInfo_Devices drive = {};
     (void)OrvaInfo_IdentifyPhysicalDevieWithBMICInex(&info, &drive, static_cast<int>(index));
-    texts.emplace_back(dmu::LocationText(drive, dmu::kNotInSnapshot).text);
+    texts.emplace_back(drive, dmu::kNotInSnapshot);
   }
 }
 
@@ -45,9 +45,9 @@ void releaseHostBuffers(char** locations, int32_t count) {
 
 /// Puts the first `count` texts into the host's slots.
 /// @return whether memory sufficed; if not, no slot holds a buffer
-[[nodiscard]] bool storeLocations(const std::vector<std::string>& texts, int32_t count, char** locations) {
+[[nodiscard]] bool storeLocations(const std::vector<dmu::LocationText>& texts, int32_t count, char** locations) {
   for (int32_t k = 0; k < count; ++k) {
-    locations[k] = makeHostBuffer(texts[static_cast<size_t>(k)].c_str());
+    locations[k] = makeHostBuffer(texts[static_cast<size_t>(k)]);
     if (locations[k] == nullptr) {
       releaseHostBuffers(locations, k);
       return false;
@@ -66,11 +66,11 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
   }
   std::memset(found.get(), 0, mapSize);
 
-  std::vector<std::string> texts;
+  std::vector<dmu::LocationText> texts;
   int foundCount = 0;
   dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& drive, uint32_t index) {
     dmu::setBit(found.get(), index);
-    texts.emplace_back(dmu::LocationText(drive).text);
+    texts.emplace_back(drive);
     ++foundCount;
   });
   DMU_TRACE(function, "Pdisk count: %d\n", foundCount);
@@ -82,7 +82,7 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
 
   std::sort(texts.begin(), texts.end());
   if (count == 0) {
-    for (const std::string& text : texts) DMU_TRACE(function, "\t%s\n", text.c_str());
+    for (const dmu::LocationText& location : texts) DMU_TRACE(function, "\t%s\n", location.text);
     return 0;
   }
   const int32_t stored = std::min(static_cast<int32_t>(texts.size()), std::max(count, 0));
@@ -96,7 +96,7 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
 int32_t diskLocation(const char* function, const OrvaInfo_Devices& disk, char** locations, std::string& error) {
   const dmu::LocationText location(disk);
   DMU_TRACE(function, "Physical Location: %s\n", location.text);
-  locations[0] = makeHostBuffer(location.text);
+  locations[0] = makeHostBuffer(location);
   if (locations[0] == nullptr) {
     error = kNoMemory;
     return -1;
