@@ -100,11 +100,7 @@ TEST_F(Channel, ExecutesACommandOfTheSnapshotsInstance) {
   const auto identify = [&](const vlexCmdLunAddress* address) {
     return PUBLISHED(OrvaInfo_ExeCmd)(0x11, 0, 0, reply, sizeof(reply), address, info.get());
   };
-  EXPECT_EQ(identify(&controller), -1) << "no channel";
-  EXPECT_EQ(takeTrace(), "OrvaInfo_ExeCmd: Uninitialized.\n");
-  EXPECT_EQ(host.counts().passthru, 0u);
   ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
-  EXPECT_EQ(identify(nullptr), -1);
   EXPECT_EQ(identify(&controller), 0);
   const auto sent = host.takeCommands();
   ASSERT_EQ(sent.size(), 1u);
@@ -132,8 +128,6 @@ void renameInstance(simulator::SimulatedHost& host, uint32_t i, uint32_t id, con
 TEST_F(Channel, FindsTheFirstUsedInstanceOfAName) {
   hostCalls.traceOn = true;
   const auto query = [&](const char* name) { return PUBLISHED(OrvaInfo_QueryHBA)(name); };
-  EXPECT_EQ(query("vmhba2"), -1);
-  EXPECT_EQ(takeTrace(), "OrvaInfo_QueryHBA: Uninitialized.\n");
   ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
   const std::string unterminated(156, 'u');
   renameInstance(host, 3, 0xFFFFFFFF, "unused");

@@ -1,10 +1,6 @@
 // The list of devices that a scan makes of the controller's reports.
 #include <cstring>
 
-#include "controller/host_address.h"
-#include "controller/logical_drive.h"
-#include "controller/physical_drive.h"
-#include "services/write_cache.h"
 #include "tests/discovery_fixture.h"
 
 namespace {
@@ -90,46 +86,6 @@ TEST_F(Scan, OfAVolumesAddressFourBytesAreKept) {
   std::fill(std::begin(entry.lunAddress.bytes), std::end(entry.lunAddress.bytes), uint8_t{0xFF});
   EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(&address, 1, 0, &entry, info.get()), 0);
   EXPECT_THAT(entry.lunAddress.bytes, ElementsAre(1, 2, 3, 0x40, 0, 0, 0, 0xFF));
-}
-
-TEST_F(Scan, NullArgumentsAndAClosedChannelAreRefused) {
-  vlexLogicalLUNReport logical = {};
-  vlexPhysicalLUNReportExt physical = {};
-  vlexCmdLunAddress address = {};
-  OrvaInfo_Devices entry = {};
-  EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(nullptr), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListLogical)(nullptr, info.get(), 8), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListLogical)(&logical, nullptr, 8), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListPhysical)(nullptr, info.get(), 8), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListPhysical)(&physical, nullptr, 8), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(nullptr, 0, 0, &entry, info.get()), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(&address, 0, 0, nullptr, info.get()), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(&address, 0, 0, &entry, nullptr), -1);
-  PUBLISHED(OrvaInfo_SetBTL)(nullptr);
-  for (OrvaInfo* one : {static_cast<OrvaInfo*>(nullptr), info.get()}) {
-    OrvaInfo_Devices* other = one == nullptr ? &entry : nullptr;
-    EXPECT_EQ(PUBLISHED(OrvaInfo_IdentifyLogicalDevice)(one, other), -1);
-    EXPECT_EQ(PUBLISHED(OrvaInfo_SenseConfiguration)(one, other), -1);
-    EXPECT_EQ(PUBLISHED(OrvaInfo_IdentifyPhysicalDevice)(one, other), -1);
-    EXPECT_EQ(PUBLISHED(OrvaInfo_CacheConfiguration)(one, other, 1), -1);
-  }
-  EXPECT_EQ(PUBLISHED(OrvaInfo_GetInfoFromCtrl)(nullptr), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_CtrlParameter)(nullptr, 1), -1);
-  PUBLISHED(OrvaInfo_Cleanup)();
-  hostCalls.traceOn = true;
-  EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(info.get()), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_GetInfoFromCtrl)(info.get()), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_CtrlParameter)(info.get(), 1), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_CacheConfiguration)(info.get(), &entry, 1), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_IdentifyLogicalDevice)(info.get(), &entry), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_SenseConfiguration)(info.get(), &entry), -1);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_IdentifyPhysicalDevice)(info.get(), &entry), -1);
-  EXPECT_EQ(takeTrace(),
-            "OrvaInfo_DeviceScan: Uninitialized.\nOrvaInfo_GetInfoFromCtrl: Uninitialized.\n"
-            "OrvaInfo_CtrlParameter: Uninitialized.\nOrvaInfo_CacheConfiguration: Uninitialized.\n"
-            "OrvaInfo_IdentifyLogicalDevice: Uninitialized.\n"
-            "OrvaInfo_SenseConfiguration: Uninitialized.\n"
-            "OrvaInfo_IdentifyPhysicalDevieWithBMICInex: Uninitialized.\n");
 }
 
 }  // namespace

@@ -4,15 +4,6 @@
 #include <cstring>
 #include <set>
 
-#include "channel/management_channel.h"
-#include "controller/controller_identification.h"
-#include "controller/logical_drive.h"
-#include "controller/physical_drive.h"
-#include "controller/snapshot_cache.h"
-#include "services/drive_temperature.h"
-#include "services/locator_led.h"
-#include "services/physical_location.h"
-#include "services/write_cache.h"
 #include "tests/failed_calls.h"
 
 namespace {
@@ -190,38 +181,6 @@ TEST_P(FaultSweep, ALineOfTheTraceIsNotWritten) {
     }
     EXPECT_GE(seen.size(), 70u);
   }
-}
-
-TEST_P(FaultSweep, PublishedFunctionsSayWhatFailed) {
-  ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
-  char name[] = "vmhba1";
-  OrvaInfo* info = PUBLISHED(OrvaInfo_OpenCtrl)(name);
-  ASSERT_NE(info, nullptr);
-  OrvaInfo_Devices* volume = &info->devices[0];
-  OrvaInfo_Devices drive = info->devices[1];
-  DriveTemperature temperature;
-  char* location = nullptr;
-  const std::pair<std::function<int()>, int> kCalls[] = {
-      // and what becomes of a status 7 of the driver
-      {[&] { return PUBLISHED(OrvaInfo_GetInfoFromCtrl)(info); }, 7},
-      {[&] { return PUBLISHED(OrvaInfo_IdentifyLogicalDevice)(info, volume); }, 7},
-      {[&] { return PUBLISHED(OrvaInfo_SenseConfiguration)(info, volume); }, 7},
-      {[&] { return PUBLISHED(OrvaInfo_IdentifyPhysicalDevice)(info, &drive); }, 7},
-      {[&] { return PUBLISHED(OrvaInfo_SenseBlinkDriveLED)(info, nullptr, 0); }, 7},
-      {[&] { return PUBLISHED(OrvaInfo_CtrlParameter)(info, 1); }, 7},
-      {[&] { return PUBLISHED(OrvaInfo_CacheConfiguration)(info, volume, 1); }, 7},
-      {[&] { return PUBLISHED(OrvaInfo_BlinkDriveTrayLED)(1, volume, info, 1); }, -1},
-      {[&] { return PUBLISHED(OrvaInfo_GetPhyLocationForVolume)(info, volume, &location, 0, error); }, 0},
-      {[&] { return PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(info, volume, &temperature, 0, error); }, 0},
-  };
-  host.addFault({.call = "any", .action = simulator::FaultAction::driverStatus, .value = 7});
-  for (const auto& [call, status] : kCalls) EXPECT_EQ(call(), status);
-  hostCalls.recording = hostCalls.noMemory = true;
-  for (const auto& [call, status] : kCalls) {
-    EXPECT_THAT(call(), testing::AnyOf(-1, kNewCanFail ? -1 : status));
-  }
-  EXPECT_EQ(location, nullptr);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateCtrl)(9, name), nullptr);
 }
 
 TEST_P(FaultSweep, NothingFails) {

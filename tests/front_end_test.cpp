@@ -4,6 +4,7 @@
 #include <future>
 #include <thread>
 
+#include "channel/management_channel.h"
 #include "plugin/device_handle.h"
 #include "plugin/operations.h"
 #include "plugin/plugin_lock.h"
@@ -170,6 +171,14 @@ TEST_F(FrontEnd, TraceThatIsOffCostsExistenceTestsAlone) {
                                    [](const PluginCall& call) { return call.is("access"); });
   EXPECT_EQ(tests, 4 + 1) << "one for each line";
   EXPECT_EQ(takeTrace(), "");
+}
+
+TEST_F(FrontEnd, TheTraceFileIsNamedWhileALineIsWritten) {
+  hostCalls.traceOn = true;
+  std::vector<bool> named;
+  hostCalls.whileTracing = [&] { named.push_back(PUBLISHED(stream) != nullptr); };
+  PUBLISHED(OrvaInfo_Cleanup)();
+  EXPECT_THAT(named, testing::ElementsAre(true));
   EXPECT_EQ(PUBLISHED(stream), nullptr);
 }
 

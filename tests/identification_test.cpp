@@ -61,7 +61,6 @@ TEST_F(Identification, DriveIndexComesFromBusAndTarget) {
                                                                {{{0, 0, 0, 0xC0, 0, 0, 7, 0xC0}}, 0xFFFFFF07},
                                                                {{{0, 0, 0, 0x40, 0, 0, 5, 1}}, 0xFFFFFFFF}};
   for (const auto& [address, index] : kAddresses) EXPECT_EQ(PUBLISHED(OrvaInfo_GetBMICDeviceIndex)(&address), index);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_GetBMICDeviceIndex)(nullptr), 0xFFFFFFFF);
 }
 
 TEST_F(Identification, TrimsSerialNumbers) {
@@ -85,12 +84,14 @@ TEST_F(Identification, TrimsSerialNumbers) {
                          {"", nullptr}};
   for (const Case& c : kCases) {
     OrvaInfo_Devices entry = {};
-    entry.serialNoLength = 99;
+    std::memset(entry.serialNo, 0x7E, sizeof(entry.serialNo) - 1);
+    std::memcpy(entry.serialNo, "before", 7);
+    entry.serialNoLength = 6;
     std::vector<unsigned char> field(c.field.begin(), c.field.end());
     const int result = PUBLISHED(OrvaInfo_ParseSerialNo)(field.data(), static_cast<uint8_t>(field.size()), &entry);
     EXPECT_EQ(result, c.stored == nullptr ? -1 : 0) << c.field;
-    EXPECT_STREQ(entry.serialNo, c.stored == nullptr ? "" : c.stored);
-    EXPECT_EQ(entry.serialNoLength, c.stored == nullptr ? 99 : std::strlen(c.stored));
+    EXPECT_STREQ(entry.serialNo, c.stored == nullptr ? "before" : c.stored);
+    EXPECT_EQ(entry.serialNoLength, std::strlen(entry.serialNo));
   }
 }
 

@@ -1,8 +1,6 @@
 // Where drives sit and how warm they are.
 #include <cstring>
 
-#include "services/drive_temperature.h"
-#include "services/physical_location.h"
 #include "tests/services_fixture.h"
 
 namespace {
@@ -43,6 +41,7 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
   controller.drives.erase(controller.drives.begin() + 1);  // bay 10 is not reported, yet a member
   controller.drives[0].bay = 200;
   controller.drives[1].bay = 200;  // two members with one text
+  controller.drives[1].currentTemperature = 33;
   load();
   hostCalls.traceOn = true;
   EXPECT_THAT(locations(volume, 8), testing::Pair(3, ElementsAre("port:box:bay 1I:1:200", "port:box:bay 1I:1:200",
@@ -51,12 +50,14 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
   EXPECT_THAT(takeTrace(), HasSubstr(f + "Pdisk count: 2\n" + f + "disk count = 2, expected = 3\n"));
   DriveTemperature temperatures[8];
   EXPECT_EQ(plugin->getDeviceTemperature(volume, temperatures, 8, error), 1) << "one record for one text";
+  EXPECT_EQ(temperatures[0].currentTemperature, 33) << "of the drive that is listed last";
 
   controller.drives[0].bay = 2;
-  controller.drives.push_back(model::drive(10));
+  controller.drives.push_back(model::drive(16));
+  controller.volumes[0].members = {2, 16, 3};
   load();
   host.addFault({.call = "reportPhysicalLuns", .action = FaultAction::set, .bytes = {0, 0, 0, 24}});
-  EXPECT_THAT(locations(volume, 8), testing::Pair(3, ElementsAre("port:box:bay 1I:1:10(Failed)", "port:box:bay 1I:1:2",
+  EXPECT_THAT(locations(volume, 8), testing::Pair(3, ElementsAre("port:box:bay 1I:1:16(Failed)", "port:box:bay 1I:1:2",
                                                                  "port:box:bay 1I:1:200(Failed)")));
 }
 
@@ -72,27 +73,6 @@ TEST_F(Location, TemperaturesFollowTheOrderOfTheLocations) {
   EXPECT_EQ(plugin->getDeviceTemperature(disk, t + 3, 0, error), 1);
   EXPECT_EQ(t[3].maximumTemperature, 60);
   EXPECT_EQ(plugin->getDeviceTemperature(external, t, 4, error), 0);
-}
-
-TEST_F(Location, VolumeFunctionsRefuseWhatIsNoVolumeWithMembers) {
-  warm();
-  OrvaInfo& info = snapshot();
-  OrvaInfo_Devices& member = info.devices[0];
-  char* slot = nullptr;
-  DriveTemperature record{};
-  const auto both = [&](OrvaInfo* i, OrvaInfo_Devices* v) {
-    return std::pair{PUBLISHED(OrvaInfo_GetPhyLocationForVolume)(i, v, &slot, 1, error),
-                     PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(i, v, &record, 1, error)};
-  };
-  EXPECT_EQ(both(nullptr, &member), std::pair(0, 0));
-  EXPECT_EQ(both(&info, nullptr), std::pair(0, 0));
-  EXPECT_EQ(both(&info, &info.devices[1]), std::pair(0, 0)) << "external";
-  EXPECT_EQ(both(&info, &info.devices[2]), std::pair(0, 0)) << "a drive";
-  EXPECT_EQ(PUBLISHED(OrvaInfo_GetPhyLocationForVolume)(&info, &member, nullptr, 3, error), 0);
-  EXPECT_EQ(PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(&info, &member, nullptr, 3, error), -1);
-  member.physicalDisks = 0;
-  EXPECT_EQ(both(&info, &member), std::pair(0, 0)) << "no drives";
-  EXPECT_EQ(slot, nullptr);
 }
 
 }  // namespace

@@ -37,6 +37,7 @@ std::mutex traceMutex;
 std::vector<std::string> traceWrites;
 
 ssize_t writeTrace(void* write, const char* text, size_t size) {
+  if (hostCalls.whileTracing) hostCalls.whileTracing();
   static_cast<std::string*>(write)->append(text, size);
   return static_cast<ssize_t>(size);
 }
@@ -69,7 +70,9 @@ FILE* interception::openTrace(const char* mode) {
   if (std::strcmp(mode, "aw") != 0) return nullptr;
   if (!hostCalls.traceFile.empty())
     return next<FILE*(const char*, const char*)>("fopen")(hostCalls.traceFile.c_str(), mode);
-  return fopencookie(new std::string, "w", {nullptr, writeTrace, nullptr, closeTrace});
+  FILE* file = fopencookie(new std::string, "w", {nullptr, writeTrace, nullptr, closeTrace});
+  setvbuf(file, nullptr, _IONBF, 0);
+  return file;
 }
 
 bool PluginCall::is(const char* other) const {

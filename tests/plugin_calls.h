@@ -31,6 +31,7 @@ struct HostCalls {
   std::string traceFile;                      ///< where the trace goes instead of into takeTrace
   bool runModuleLoader = false;               ///< whether that command runs, or says nothing
   std::function<int(sg_io_hdr&)> diskAnswer;  ///< answers SG_IO in place of the simulated disk
+  std::function<void()> whileTracing;         ///< called while a line is being written
   std::function<void(const char*)> before;    ///< called with a command's name before it goes to the driver
 
   bool recording = false;        ///< what follows works while it is set, and for one thread at a time

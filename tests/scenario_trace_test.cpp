@@ -79,7 +79,6 @@ TEST_F(ScenarioTrace, DumpsOfBuffers) {
   hostCalls.traceOn = true;
   const uint8_t bytes[10] = {0x0A};
   PUBLISHED(OrvaInfo_DumpArray)(bytes, 10);
-  PUBLISHED(OrvaInfo_DumpArray)(nullptr, 10);
   PUBLISHED(OrvaInfo_DumpArray)(bytes, 0);
   const std::string a = "OrvaInfo_DumpArray: ";
   std::string rows = a + "0a";
@@ -93,7 +92,6 @@ TEST_F(ScenarioTrace, DumpsOfBuffers) {
                               .MaxPhysicalDevicesSupported = 0x40,
                               .TotalStructureLength = 0x50,
                               .FixedFieldsLength = 0x60};
-  PUBLISHED(OrvaInfo_DumpBlkLED)(nullptr, 1);
   PUBLISHED(OrvaInfo_DumpBlkLED)(&buffer, 0);
   const std::string f = "OrvaInfo_DumpBlkLED: ";
   const std::string head = f + "OrvaInfo_DumpBlkLED start:\n" + f + "BlinkDuration:0x10\n" + f +
