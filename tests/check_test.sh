@@ -3,7 +3,7 @@
 #
 #   check_test.sh DMU_HOST good PLUGIN [SKIPPED...]     every rule passes; those named may be skipped
 #   check_test.sh DMU_HOST fault PLUGIN RULE SAYS       the rule fails and says that
-#   check_test.sh DMU_HOST faults BROKEN_PLUGIN_SOURCE  there is a fault for every rule, and no other
+#   check_test.sh DMU_HOST faults SOURCE...              there is a fault for every rule, and no other
 set -euo pipefail
 host=$1 question=$2
 
@@ -26,6 +26,6 @@ case $question in
   faults)
     diff --label 'rules' --label 'rules with a fault' \
       <("$host" check --json | sed -nE 's/^ *"name": "([a-z]+\..*)",$/\1/p' | sort) \
-      <(sed -nE 's/^FAULT\([A-Za-z]+, "([^"]*)".*/\1/p' "$3" | sort -u)
+      <(sed -nE 's/^FAULT\([A-Za-z]+, "([^"]*)".*/\1/p' "${@:3}" | sort -u)
     ;;
 esac
