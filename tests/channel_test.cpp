@@ -69,25 +69,17 @@ TEST_F(Channel, LaysOutCommandsWithNumbersOfEverySize) {
     EXPECT_EQ(
         PUBLISHED(OrvaInfo_FillCmd)(expected.opcode, 0, expected.cmdParam, buffer, expected.length, &address, &record),
         0);
-    uint8_t bytes[86] = {1,
-                         2,
-                         3,
-                         4,
-                         5,
-                         6,
-                         7,
-                         8,
-                         expected.cdbLength,
-                         expected.typeAttrDir,
-                         static_cast<uint8_t>(expected.timeout),
-                         static_cast<uint8_t>(expected.timeout >> 8)};
-    std::copy(expected.cdb.begin(), expected.cdb.end(), bytes + 12);
+    std::vector<uint8_t> bytes(std::begin(address.bytes), std::end(address.bytes));
+    bytes.insert(bytes.end(), {expected.cdbLength, expected.typeAttrDir, static_cast<uint8_t>(expected.timeout),
+                               static_cast<uint8_t>(expected.timeout >> 8)});
+    bytes.resize(sizeof(record));
+    std::copy(expected.cdb.begin(), expected.cdb.end(), bytes.begin() + 12);
     bytes[76] = static_cast<uint8_t>(expected.length);
     bytes[77] = static_cast<uint8_t>(expected.length >> 8);
     const uint64_t where = reinterpret_cast<uintptr_t>(buffer);
-    std::memcpy(bytes + 78, &where, 8);
-    EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + 86),
-              std::vector<uint8_t>(reinterpret_cast<uint8_t*>(&record), reinterpret_cast<uint8_t*>(&record) + 86));
+    std::memcpy(bytes.data() + 78, &where, 8);
+    const auto* laidOut = reinterpret_cast<const uint8_t*>(&record);
+    EXPECT_EQ(std::vector<uint8_t>(laidOut, laidOut + sizeof(record)), bytes);
   }
 }
 
