@@ -19,6 +19,8 @@ TEST_F(Scan, ListsVolumesThenDrivesWithTheirHostAddresses) {
   controller.volumes = {model::volume(5, {44}), model::volume(0x3FFFFFFF, {6})};
   controller.volumes[1].external = true;
   scan(model::topology(controller));
+  vlexLogicalLUNReport empty = {};
+  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListLogical)(&empty, info.get(), 8), 0);
   EXPECT_THAT(sentOpcodes(), ElementsAre(0xC2, 0xC2, 0x10, 0x50, 0x10, 0x50, 0xC3, 0xC3, 0x15, 0x15, 0x15));
   struct Expected {
     uint8_t kind, external;

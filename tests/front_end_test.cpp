@@ -1,6 +1,7 @@
 // The boundary with the host: descriptor, handles, serial numbers, the operations' lock, and the trace.
 #include <cerrno>
 #include <cstring>
+#include <fstream>
 #include <future>
 #include <thread>
 
@@ -25,7 +26,11 @@ TEST_F(FrontEnd, DescriptorIsFilledTheSameWayEveryTime) {
   const DmuPluginDescriptor first = *plugin;
   hostCalls.traceOn = true;
   EXPECT_EQ(PUBLISHED(DmuPluginInit)(), plugin);
-  EXPECT_EQ(takeTrace(), "DmuPluginInit: DmuPluginInit for veltrane.\n");
+  std::ifstream source(DMU_SOURCE_DIR "/plugin/plugin_entry.cpp");
+  int line = 0;
+  for (std::string text; std::getline(source, text) && text.find("DmuPluginInit for veltrane.") == text.npos;) ++line;
+  EXPECT_THAT(takeTraceWrites(),
+              testing::ElementsAre("DmuPluginInit:" + std::to_string(line + 1) + " DmuPluginInit for veltrane.\n"));
   EXPECT_EQ(std::memcmp(&first, plugin, sizeof(first)), 0);
   EXPECT_STREQ(plugin->version, "1.0.0");
   EXPECT_STREQ(plugin->name, "dmu-veltrane-plugin");

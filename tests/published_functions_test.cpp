@@ -165,6 +165,9 @@ TEST_F(PublishedFunctions, VolumeFunctionsHaveNothingToSayOfWhatHasNoKnownMember
     EXPECT_EQ(PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(&info, device, &temperature, 1, error), 0);
   }
   EXPECT_EQ(location, nullptr);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_SenseConfiguration)(&info, &info.devices[2]), -1);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_CacheConfiguration)(&info, &info.devices[2], 1), -1);
+  EXPECT_THAT(sentOpcodes(), testing::IsEmpty());
 }
 
 }  // namespace
