@@ -31,7 +31,7 @@ TEST_F(Channel, OpensOnceAndClosesOnce) {
   EXPECT_EQ(takeTrace(), "OrvaInfo_Init: Trying to reinitialize management handle.\n");
   EXPECT_EQ(PUBLISHED(OrvaInfo_Cleanup)(), 0);
   EXPECT_EQ(PUBLISHED(mgmtHandle), nullptr);
-  PUBLISHED(OrvaInfo_Cleanup)();
+  EXPECT_EQ(PUBLISHED(OrvaInfo_Cleanup)(), 0);
   EXPECT_EQ(takeTrace(), "OrvaInfo_Cleanup: Trying to destroy null management handle.\n");
   EXPECT_EQ(host.counts().init, 1u);
   EXPECT_EQ(host.counts().destroy, 1u);
@@ -98,6 +98,9 @@ TEST_F(Channel, ExecutesACommandOfTheSnapshotsInstance) {
   ASSERT_EQ(sent.size(), 1u);
   EXPECT_EQ(sent[0].instance, 1u);
   EXPECT_EQ(reply[156] | reply[157] << 8, host.topology().controllers[1].maxPhysDevicesSupported);
+  hostCalls.recording = true;
+  hostCalls.failAt = 0;  // with code 0: the driver writes neither status nor reply
+  EXPECT_EQ(identify(&controller), 0);
   EXPECT_EQ(takeTrace(), "");
 }
 

@@ -161,6 +161,12 @@ TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
     EXPECT_EQ(PUBLISHED(Get_Dev_SN)(device.c_str(), error), answer.serial == nullptr ? "" : answer.serial);
     EXPECT_EQ(error, answer.serial == nullptr ? "Failed to get device serial number: /dev/disks/" + device : "before");
   }
+  hostCalls.diskAnswer = nullptr;
+  const int saved = dup(STDIN_FILENO);
+  close(STDIN_FILENO);
+  EXPECT_NE(PUBLISHED(Get_Dev_SN)(device.c_str(), error), "") << "the node's descriptor is 0";
+  dup2(saved, STDIN_FILENO);
+  close(saved);
   EXPECT_EQ(host.counts().openNodes, 0u) << "a node stayed open";
 }
 
