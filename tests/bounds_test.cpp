@@ -1,4 +1,7 @@
 // Every limit, length, count and offset that a controller has or reports, one below, at and one above its bound.
+#include <algorithm>
+#include <climits>
+
 #include "tests/expected_outcomes.h"
 
 namespace {
@@ -219,6 +222,23 @@ TEST_F(Bounds, LimitsAndOffsets) {
     takeTrace();
   }
   EXPECT_GE(std::size(kBounds), 75u);
+}
+
+TEST_F(Bounds, TheLongestListIsWhatOneCommandCanAskFor) {
+  for (const char* report : {"reportLogicalLuns", "reportPhysicalLuns"}) {
+    for (const uint32_t length : {0x7FFFFFF7U, 0x7FFFFFF8U}) {
+      simulator::Topology topology = small();
+      putLength(report, 1, length)(topology);
+      load(topology);
+      hostCalls.made.clear();
+      hostCalls.recording = true;
+      (void)run();
+      const auto asked = std::count_if(hostCalls.made.begin(), hostCalls.made.end(),
+                                       [](const PluginCall& call) { return call.size == INT32_MAX; });
+      EXPECT_EQ(asked, length == 0x7FFFFFF7U ? 1 : 0) << report;
+      expectNothingLeft();
+    }
+  }
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 
 namespace {
 
+constexpr size_t kLargestBlock = size_t{1} << 30;  // whatever the machine has: lengths that lie ask for more
+
 /// The blocks that the plugin holds. It must not allocate.
 class Blocks {
  public:
@@ -79,7 +81,7 @@ static void* allocate(size_t size) {
 template <typename Allocate>
 static void* allocateFor(const void* caller, const char* name, size_t size, Allocate allocate) {
   if (!interception::fromPlugin(caller)) return allocate();
-  if (interception::fails(name, size)) return nullptr;
+  if (interception::fails(name, size) || size > kLargestBlock) return nullptr;
   void* block = allocate();
   if (block == nullptr) return nullptr;
   std::memset(block, 0xA5, size);  // never zeros by chance
