@@ -60,14 +60,23 @@ OrvaInfo_Devices& nextFreeEntry(OrvaInfo* info) {
   return info->devices[info->deviceCount];
 }
 
+void addMappedDrive(OrvaInfo* info, uint32_t index, int32_t place) {
+  dmu::MappedDrive* const begin = info->mappedDrives;
+  dmu::MappedDrive* const end = begin + info->mappedDriveCount++;
+  dmu::MappedDrive* const at = std::upper_bound(
+      begin, end, index, [](uint32_t added, const dmu::MappedDrive& drive) { return added < drive.index; });
+  std::copy_backward(at, end, end + 1);
+  *at = {static_cast<uint16_t>(index), static_cast<uint16_t>(place)};
+}
+
 /// Counts the next free entry, now filled, among the snapshot's devices.
 void takeNextEntry(OrvaInfo* info) {
   const vlexCmdLunAddress& address = nextFreeEntry(info).lunAddress;
-  const auto place = static_cast<uint16_t>(info->deviceCount++);
   const uint32_t index = dmu::driveIndex(address);
   if (dmu::kindOf(address) == dmu::DeviceKind::maskedDrive && dmu::hasMapBit(*info, index)) {
-    info->mappedDrives[info->mappedDriveCount++] = {static_cast<uint16_t>(index), place};
+    addMappedDrive(info, index, info->deviceCount);
   }
+  ++info->deviceCount;
 }
 
 }  // namespace

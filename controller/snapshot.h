@@ -53,7 +53,7 @@ struct OrvaInfo {
   time_t lastUpdate;                                ///< end of the last successful rebuild
   OrvaInfo_Devices devices[dmu::kMaxDevices];       ///< volumes first, then drives, each in report order
   int32_t deviceCount;                              ///< filled entries
-  dmu::MappedDrive mappedDrives[dmu::kMaxDevices];  ///< those among the filled entries, in list order
+  dmu::MappedDrive mappedDrives[dmu::kMaxDevices];  ///< by index, those of one index in list order
   int32_t mappedDriveCount;
   uint8_t ctrlFlags;                 ///< kExtendedBlinkArray or 0
   uint16_t configuredLogicalDrives;  ///< the controller's own; volumes listed beyond them are external

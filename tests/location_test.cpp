@@ -41,16 +41,21 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
   controller.drives.erase(controller.drives.begin() + 1);  // bay 10 is not reported, yet a member
   controller.drives[0].bay = 200;
   controller.drives[1].bay = 200;  // two members with one text
-  controller.drives[1].currentTemperature = 33;
   load();
   hostCalls.traceOn = true;
   EXPECT_THAT(locations(volume, 8), testing::Pair(3, ElementsAre("port:box:bay 1I:1:200", "port:box:bay 1I:1:200",
                                                                  "port:box:bay :0:0(Failed)")));
   const std::string f = "OrvaInfo_GetPhyLocationForVolume: ";
   EXPECT_THAT(takeTrace(), HasSubstr(f + "Pdisk count: 2\n" + f + "disk count = 2, expected = 3\n"));
-  DriveTemperature temperatures[8];
-  EXPECT_EQ(plugin->getDeviceTemperature(volume, temperatures, 8, error), 1) << "one record for one text";
-  EXPECT_EQ(temperatures[0].currentTemperature, 33) << "of the drive that is listed last";
+  for (int order = 0; order < 2; ++order) {
+    std::swap(controller.drives[0], controller.drives[1]);
+    controller.drives[0].currentTemperature = 30;
+    controller.drives[1].currentTemperature = 33;
+    load();
+    DriveTemperature temperatures[8];
+    EXPECT_EQ(plugin->getDeviceTemperature(volume, temperatures, 8, error), 1) << "one record for one text";
+    EXPECT_EQ(temperatures[0].currentTemperature, 33) << "of the drive that is listed last";
+  }
 
   controller.drives[0].bay = 2;
   controller.drives.push_back(model::drive(16));
@@ -59,6 +64,12 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
   host.addFault({.call = "reportPhysicalLuns", .action = FaultAction::set, .bytes = {0, 0, 0, 24}});
   EXPECT_THAT(locations(volume, 8), testing::Pair(3, ElementsAre("port:box:bay 1I:1:16(Failed)", "port:box:bay 1I:1:2",
                                                                  "port:box:bay 1I:1:200(Failed)")));
+}
+
+TEST_F(Location, ADriveThatIsListedTwiceIsTwoMembers) {
+  host.addFault({.call = "reportPhysicalLuns", .action = FaultAction::set, .offset = 8 + 2 * 24 + 6, .bytes = {2}});
+  EXPECT_THAT(locations(volume, 8),
+              testing::Pair(3, ElementsAre("port:box:bay 1I:1:10", "port:box:bay 1I:1:2", "port:box:bay 1I:1:2")));
 }
 
 TEST_F(Location, TemperaturesFollowTheOrderOfTheLocations) {
