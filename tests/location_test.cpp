@@ -81,6 +81,7 @@ TEST_F(Location, TemperaturesFollowTheOrderOfTheLocations) {
   EXPECT_EQ(t[2].currentTemperature, 9);
   EXPECT_EQ(plugin->getDeviceTemperature(volume, t, 4, error), 3);
   EXPECT_EQ(plugin->getDeviceTemperature(volume, t, -1, error), 0);
+  EXPECT_EQ(plugin->getDeviceTemperature(volume, t, 0, error), 0);
   EXPECT_EQ(plugin->getDeviceTemperature(disk, t + 3, 0, error), 1);
   EXPECT_EQ(t[3].maximumTemperature, 60);
   EXPECT_EQ(plugin->getDeviceTemperature(external, t, 4, error), 0);
