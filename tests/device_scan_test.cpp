@@ -82,6 +82,21 @@ TEST_F(Scan, AFullListKeepsTheVolumesAndTheFirstDrives) {
   EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListPhysical)(&physical, info.get(), 24), 0);
 }
 
+TEST_F(Scan, APhysicalListEndsWithTheResultOfItsLastEntry) {
+  struct {
+    vlexPhysicalLUNReportExt report;
+    vlexPhysicalLunExt entries[2];
+  } list = {};
+  list.report.header.listLength[3] = sizeof(list.entries);
+  list.report.header.format = 2;
+  for (const uint8_t lastType : {uint8_t{4}, uint8_t{5}}) {
+    list.entries[1].peripheralDeviceType = lastType;
+    EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListPhysical)(&list.report, info.get(), sizeof(list.entries)),
+              lastType == 4 ? 0 : -1);
+  }
+  EXPECT_EQ(info->deviceCount, 3);
+}
+
 TEST_F(Scan, OfAVolumesAddressFourBytesAreKept) {
   vlexCmdLunAddress address = {{1, 2, 3, 0x40, 5, 6, 7, 8}};
   OrvaInfo_Devices entry = {};

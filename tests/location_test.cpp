@@ -61,6 +61,9 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
   controller.drives.push_back(model::drive(16));
   controller.volumes[0].members = {2, 16, 3};
   load();
+  EXPECT_THAT(locations(volume, 8),
+              testing::Pair(3, ElementsAre("port:box:bay 1I:1:16", "port:box:bay 1I:1:2", "port:box:bay 1I:1:200")));
+  load();
   host.addFault({.call = "reportPhysicalLuns", .action = FaultAction::set, .bytes = {0, 0, 0, 24}});
   EXPECT_THAT(locations(volume, 8), testing::Pair(3, ElementsAre("port:box:bay 1I:1:16(Failed)", "port:box:bay 1I:1:2",
                                                                  "port:box:bay 1I:1:200(Failed)")));

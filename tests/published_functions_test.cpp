@@ -93,6 +93,8 @@ TEST_F(PublishedFunctions, SayWhatFailed) {
     for (const Sender& sender : senders()) {
       EXPECT_EQ(sender.call(&info, &member), sender.withoutMemory) << "without memory: " << sender.name;
     }
+    EXPECT_EQ(takeTrace().find("OrvaInfo_SenseBlinkDriveLED: Failed to allocate memory.\n") != std::string::npos,
+              traced);
     char* location = nullptr;
     DriveTemperature temperature = {};
     EXPECT_EQ(PUBLISHED(OrvaInfo_GetPhyLocationForVolume)(&info, &member, &location, 0, error), -1);
