@@ -146,6 +146,7 @@ TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
       EXPECT_EQ(request.dxfer_direction, -3);
       EXPECT_EQ(request.cmd_len, 6);
       EXPECT_EQ(request.mx_sb_len, 32);
+      EXPECT_NE(request.sbp, nullptr);
       EXPECT_EQ(request.iovec_count, 0);
       EXPECT_EQ(request.dxfer_len, 64u);
       EXPECT_EQ(request.timeout, 20000u);

@@ -69,6 +69,11 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
                                                                  "port:box:bay 1I:1:200(Failed)")));
 }
 
+TEST_F(Location, AnExposedDriveIsNoMember) {
+  host.addFault({.call = "senseConfiguration", .action = FaultAction::set, .offset = 300, .bytes = {0x2C}});
+  EXPECT_THAT(locations(volume, 8), testing::Pair(3, testing::Not(testing::Contains("port:box:bay PORTNAME:1:5"))));
+}
+
 TEST_F(Location, ADriveThatIsListedTwiceIsTwoMembers) {
   host.addFault({.call = "reportPhysicalLuns", .action = FaultAction::set, .offset = 8 + 2 * 24 + 6, .bytes = {2}});
   EXPECT_THAT(locations(volume, 8),

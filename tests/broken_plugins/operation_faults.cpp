@@ -113,6 +113,11 @@ FAULT(forgetsAMember, "location.one-per-member", "one a drive, got 1") {
     return good->getDeviceLocation(handle, locations, std::min(count, 1), error);
   };
 }
+FAULT(ignoresTheCountOfSlots, "location.count-bounds", "with a count of -2147483648: expected result 0, got 2") {
+  broken.getDeviceLocation = [](auto* handle, auto* locations, auto, auto& error) {
+    return good->getDeviceLocation(handle, locations, kRoom, error);
+  };
+}
 FAULT(endsTheSlotsWithNull, "location.count-bounds", "expected 2 to be written, got 3") {
   afterwards<&Plugin::getDeviceLocation>(
       [](int32_t stored, auto*, auto* locations, auto...) { locations[std::max(stored, 0)] = nullptr; });
@@ -145,6 +150,10 @@ FAULT(ignoresTheCountOfRecords, "temperature.count-bounds", "with a count of -21
   broken.getDeviceTemperature = [](auto* handle, auto* records, auto, auto& error) {
     return good->getDeviceTemperature(handle, records, kRoom, error);
   };
+}
+FAULT(clearsTheNextRecord, "temperature.count-bounds", "expected 2 to be written, got 3") {
+  afterwards<&Plugin::getDeviceTemperature>(
+      [](int32_t stored, auto*, auto* records, auto...) { records[std::max(stored, 0)] = {}; });
 }
 
 FAULT(switchesNothing, "led.switches-the-right-drives", "drives that blink: expected vmhba2 drive 0") {
