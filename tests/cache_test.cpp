@@ -97,6 +97,7 @@ TEST_F(Cache, UnknownAndOverlongNamesAndBadSlotsAreHandled) {
   OrvaInfo* info = openCtrl(longName);
   ASSERT_NE(info, nullptr);
   EXPECT_EQ(info->hbaName, longName.substr(0, 32));
+  EXPECT_EQ(PUBLISHED(OrvaInfo_OpenCtrl)(nullptr), nullptr);
   (void)commandsSent();
   EXPECT_EQ(openCtrl(longName), info);
   EXPECT_GT(commandsSent(), 0u) << "the cut name never matches";

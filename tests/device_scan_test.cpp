@@ -76,10 +76,18 @@ TEST_F(Scan, AFullListKeepsTheVolumesAndTheFirstDrives) {
   EXPECT_TRUE(PUBLISHED(OrvaInfo_DevListIsFull)(nullptr));
   EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(info.get()), 0) << "a scan of a full list adds nothing";
   EXPECT_EQ(info->deviceCount, 1088);
-  vlexLogicalLUNReport logical = {};
+  struct {
+    vlexLogicalLUNReport report;
+    vlexLogicalLunList entries[2];
+  } logical = {};
+  logical.report.header.listLength[3] = sizeof(logical.entries);
   vlexPhysicalLUNReportExt physical = {};
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListLogical)(&logical, info.get(), 8), 0);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListLogical)(&logical.report, info.get(), 16), 0);
   EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListPhysical)(&physical, info.get(), 24), 0);
+  info->deviceCount = 1087;
+  info->devices[1087] = {};
+  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListLogical)(&logical.report, info.get(), 16), 0) << "full after the first";
+  EXPECT_EQ(info->deviceCount, 1088);
 }
 
 TEST_F(Scan, APhysicalListEndsWithTheResultOfItsLastEntry) {

@@ -166,6 +166,7 @@ TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
   const int saved = dup(STDIN_FILENO);
   close(STDIN_FILENO);
   EXPECT_NE(PUBLISHED(Get_Dev_SN)(device.c_str(), error), "") << "the node's descriptor is 0";
+  EXPECT_EQ(PUBLISHED(Get_Dev_SN)(nullptr, error), "");
   dup2(saved, STDIN_FILENO);
   close(saved);
   EXPECT_EQ(host.counts().openNodes, 0u) << "a node stayed open";

@@ -103,6 +103,10 @@ TEST_F(ScenarioTrace, DumpsOfBuffers) {
   std::string array = f + "1f";
   for (int i = 1; i < 256; ++i) array += f + "0";
   EXPECT_EQ(takeTrace(), head + array + tail);
+  hostCalls.traceOn = false;
+  PUBLISHED(OrvaInfo_DumpArray)(bytes, 10);
+  PUBLISHED(OrvaInfo_DumpBlkLED)(&buffer, 1);
+  EXPECT_EQ(takeTrace(), "");
 }
 
 }  // namespace
