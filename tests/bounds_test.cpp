@@ -193,6 +193,12 @@ const Bound kBounds[] = {
     {"cache bitmaps in the longest reply, 0", cacheBitmapsAt(480, 65016), cacheRefused},
     {"cache bitmaps in the longest reply, +1", cacheBitmapsAt(480, 65017), noCache},
     {"cache bitmaps before the fixed part", cacheBitmapsAt(480, 0), noCache},
+    {"cache bitmaps that end at no byte",
+     [](simulator::Topology& t) {
+       maxUnits(7)(t);
+       cacheBitmapsAt(510, 0)(t);
+     },
+     noCache},
     {"units in one block, -1", maxUnits(489), nothing},
     {"units in one block, 0", maxUnits(490), nothing},
     {"units in one block, +1", maxUnits(492), nothing},

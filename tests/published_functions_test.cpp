@@ -117,6 +117,7 @@ TEST_F(PublishedFunctions, RefuseNulls) {
   vlexLogicalLUNReport logical = {};
   vlexPhysicalLUNReportExt physical = {};
   unsigned char serial[] = "S";
+  DmuDeviceInfo information = {};
   DriveTemperature temperature = {};
   char* location = nullptr;
   const int kRefusals[] = {
@@ -132,7 +133,8 @@ TEST_F(PublishedFunctions, RefuseNulls) {
       PUBLISHED(OrvaInfo_IdentifyPhysicalDevieWithBMICInex)(&info, nullptr, 0),
       PUBLISHED(OrvaInfo_ParseSerialNo)(nullptr, 1, &member),
       PUBLISHED(OrvaInfo_ParseSerialNo)(serial, 1, nullptr),
-      PUBLISHED(OrvaInfo_GetDeviceInfo)(nullptr, nullptr, error),
+      PUBLISHED(OrvaInfo_GetDeviceInfo)(nullptr, &information, error),
+      PUBLISHED(OrvaInfo_GetDeviceInfo)(volume, nullptr, error),
       PUBLISHED(OrvaInfo_GetDeviceTemperature)(nullptr, &temperature, 1, error),
       PUBLISHED(OrvaInfo_GetDeviceTemperature)(volume, nullptr, 1, error),
       PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(&info, &member, nullptr, 3, error),

@@ -118,6 +118,28 @@ TEST_F(Threads, AnOperationWaitsForTheLock) {
   EXPECT_THAT(waiter.get(), Each(testing::Ge(0)));
 }
 
+TEST_F(Threads, AThreadThatIsCancelledInAnOperationLeavesTheLockFree) {
+  CtrlDevInfo* handle = open(host.disks().front());
+  hostCalls.before = [](const char*) {
+    pthread_cancel(pthread_self());
+    pthread_testcancel();
+  };
+  std::pair thread(plugin, handle);
+  pthread_t cancelled;
+  const auto run = [](void* argument) -> void* {
+    const auto& [descriptor, device] = *static_cast<decltype(thread)*>(argument);
+    callAll(*descriptor, device);
+    return argument;
+  };
+  void* result = nullptr;
+  ASSERT_EQ(pthread_create(&cancelled, nullptr, run, &thread), 0);
+  ASSERT_EQ(pthread_join(cancelled, &result), 0);
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+  hostCalls.before = nullptr;
+  EXPECT_TRUE(lockIsFree());
+  EXPECT_THAT(resultsOf(callAll(*plugin, handle)), Each(testing::Ge(0)));
+}
+
 TEST_F(Threads, TheDeadlineIsTenSecondsFromNow) {
   hostCalls.now = 1000;
   hostCalls.recording = true;
