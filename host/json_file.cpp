@@ -45,11 +45,12 @@ class OpenLevels {
   std::vector<Level> levels_;
 };
 
-/// The parser's message from where it says `before` on.
+/// The parser's message from where it says `before` on, or else without the library's own numbering before it.
 std::string messageOf(const Json::exception& mistake, std::string_view before) {
   const std::string_view message = mistake.what();
   const size_t start = message.find(before);
-  return std::string(start == std::string_view::npos ? message : message.substr(start + before.size()));
+  if (start != std::string_view::npos) return std::string(message.substr(start + before.size()));
+  return std::string(message.substr(message.find("] ") + 2));
 }
 
 /// @param place   what messages begin with

@@ -1,4 +1,4 @@
-// JSON text, with what its parser alone lets pass: a key that is twice in an object.
+// JSON text, with what its parser lets pass: a key that is twice in an object.
 #include "simulator/json_text.h"
 
 #include <set>
@@ -10,10 +10,17 @@ namespace {
 
 using nlohmann::json;
 
-/// Follows the parser from value to value.
-class DuplicateKeys {
+/// Follows the parser from value to value, and complains of a key that is twice in an object.
+class ParserPlace {
  public:
-  explicit DuplicateKeys(Mistakes& mistakes) : mistakes_(mistakes) {}
+  explicit ParserPlace(Mistakes& mistakes) : mistakes_(mistakes) {}
+
+  /// JSON pointer of the value that comes next.
+  [[nodiscard]] std::string path() const {
+    std::string path;
+    for (const Level& level : levels_) path += pointerPart(level.isList ? std::to_string(level.index) : level.key);
+    return path.empty() ? "/" : path;
+  }
 
   void see(json::parse_event_t event, const json& parsed) {
     switch (event) {
@@ -49,12 +56,6 @@ class DuplicateKeys {
     if (!levels_.back().keys.insert(key).second) mistakes_.add(path(), "is there twice");
   }
 
-  [[nodiscard]] std::string path() const {
-    std::string path;
-    for (const Level& level : levels_) path += pointerPart(level.isList ? std::to_string(level.index) : level.key);
-    return path;
-  }
-
   Mistakes& mistakes_;
   std::vector<Level> levels_;
 };
@@ -87,16 +88,18 @@ std::string pointerPart(std::string_view key) {
 }
 
 json parseJson(const std::string& text, Mistakes& mistakes) {
-  DuplicateKeys duplicates(mistakes);
+  ParserPlace place(mistakes);
   try {
     return json::parse(text, [&](int, json::parse_event_t event, json& parsed) {
-      duplicates.see(event, parsed);
+      place.see(event, parsed);
       return true;
     });
   } catch (const json::parse_error& error) {
     addSyntaxError(error, mistakes);
-    return nullptr;
+  } catch (const json::out_of_range&) {
+    mistakes.add(place.path(), "must be a number that fits 64 bits");
   }
+  return nullptr;
 }
 
 }  // namespace simulator

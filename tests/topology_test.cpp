@@ -68,6 +68,9 @@ TEST_F(Topology, RefusesTextThatIsNoJson) {
             "literal");
   EXPECT_EQ(host->loadText(R"({"controllers": [], "controllers": []})", "bad.json"),
             "bad.json: /controllers: is there twice");
+  EXPECT_EQ(host->loadText(R"({"controllers": [{"drives": [1, 1e999]}]})", "bad.json"),
+            "bad.json: /controllers/0/drives/1: must be a number that fits 64 bits");
+  EXPECT_EQ(host->loadText(std::string(400, '2'), "bad.json"), "bad.json: /: must be a number that fits 64 bits");
   EXPECT_EQ(host->loadText("[]", "bad.json"), "bad.json: /: must be an object, not a list");
   EXPECT_EQ(host->loadFile("/nonexistent.json"), "/nonexistent.json: cannot be read: No such file or directory");
 }
