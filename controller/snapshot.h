@@ -89,6 +89,7 @@ constexpr void clearBit(uint8_t* bitmap, uint32_t n) {
   return info.maxPhysDevicesSupported / 8;
 }
 
+/// Whether a BMIC drive index has a bit in the member maps of the controller.
 [[nodiscard]] constexpr bool hasMapBit(const OrvaInfo& info, uint32_t driveIndex) {
   return driveIndex < memberMapSize(info) * 8;
 }
