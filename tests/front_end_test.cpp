@@ -28,7 +28,8 @@ TEST_F(FrontEnd, DescriptorIsFilledTheSameWayEveryTime) {
   EXPECT_EQ(PUBLISHED(DmuPluginInit)(), plugin);
   std::ifstream source(DMU_SOURCE_DIR "/plugin/plugin_entry.cpp");
   int line = 0;
-  for (std::string text; std::getline(source, text) && text.find("DmuPluginInit for veltrane.") == text.npos;) ++line;
+  for (std::string text; std::getline(source, text) && text.find("DmuPluginInit for veltrane.") == std::string::npos;)
+    ++line;
   EXPECT_THAT(takeTraceWrites(),
               testing::ElementsAre("DmuPluginInit:" + std::to_string(line + 1) + " DmuPluginInit for veltrane.\n"));
   EXPECT_EQ(std::memcmp(&first, plugin, sizeof(first)), 0);
