@@ -60,25 +60,6 @@ OrvaInfo_Devices& nextFreeEntry(OrvaInfo* info) {
   return info->devices[info->deviceCount];
 }
 
-void addMappedDrive(OrvaInfo* info, uint32_t index, int32_t place) {
-  dmu::MappedDrive* const begin = info->mappedDrives;
-  dmu::MappedDrive* const end = begin + info->mappedDriveCount++;
-  dmu::MappedDrive* const at = std::upper_bound(
-      begin, end, index, [](uint32_t added, const dmu::MappedDrive& drive) { return added < drive.index; });
-  std::copy_backward(at, end, end + 1);
-  *at = {static_cast<uint16_t>(index), static_cast<uint16_t>(place)};
-}
-
-/// Counts the next free entry, now filled, among the snapshot's devices.
-void takeNextEntry(OrvaInfo* info) {
-  const vlexCmdLunAddress& address = nextFreeEntry(info).lunAddress;
-  const uint32_t index = dmu::driveIndex(address);
-  if (dmu::kindOf(address) == dmu::DeviceKind::maskedDrive && dmu::hasMapBit(*info, index)) {
-    addMappedDrive(info, index, info->deviceCount);
-  }
-  ++info->deviceCount;
-}
-
 }  // namespace
 
 int OrvaInfo_DeviceScan(OrvaInfo* info) {
@@ -139,7 +120,7 @@ int OrvaInfo_UpdateScsiDevListLogical(vlexLogicalLUNReport* report, OrvaInfo* in
   for (uint32_t i = 0; i < count && !OrvaInfo_DevListIsFull(info); ++i) {
     const char external = i >= info->configuredLogicalDrives ? 1 : 0;
     OrvaInfo_UpdateSCSIDevice(entryOf<vlexLogicalLunList>(report, i), external, 0, &nextFreeEntry(info), info);
-    takeNextEntry(info);
+    ++info->deviceCount;
   }
   return 0;
 }
@@ -160,7 +141,7 @@ int OrvaInfo_UpdateScsiDevListPhysical(vlexPhysicalLUNReportExt* report, OrvaInf
     result = OrvaInfo_UpdateSCSIDevice(entryOf<vlexPhysicalLunExt>(report, i), 0, report->header.format,
                                        &nextFreeEntry(info), info);
     if (result == 0) {
-      takeNextEntry(info);
+      ++info->deviceCount;
     } else {
       DMU_TRACE(__func__, "Failed to add physical lun %u\n", i);
       nextFreeEntry(info) = {};

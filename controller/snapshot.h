@@ -34,30 +34,20 @@ struct OrvaInfo_Devices {
 };
 
 namespace dmu {
-
 inline constexpr int32_t kMaxDevices = 1088;
-
-/// A masked drive of a snapshot whose BMIC drive index has a bit in the member maps.
-struct MappedDrive {
-  uint16_t index;  ///< BMIC drive index
-  uint16_t place;  ///< in the snapshot's `devices`
-};
-
-}  // namespace dmu
+}
 
 /// One controller. Allocated and owned by the snapshot cache as one zero-filled block.
 struct OrvaInfo {
-  uint32_t slot;                                    ///< instance number in the driver, 0 to 9; the place in the cache
-  uint8_t primarySlotNumber;                        ///< always 0
-  char hbaName[33];                                 ///< terminated; empty while the snapshot is not valid
-  time_t lastUpdate;                                ///< end of the last successful rebuild
-  OrvaInfo_Devices devices[dmu::kMaxDevices];       ///< volumes first, then drives, each in report order
-  int32_t deviceCount;                              ///< filled entries
-  dmu::MappedDrive mappedDrives[dmu::kMaxDevices];  ///< by index, those of one index in list order
-  int32_t mappedDriveCount;
-  uint8_t ctrlFlags;                 ///< kExtendedBlinkArray or 0
-  uint16_t configuredLogicalDrives;  ///< the controller's own; volumes listed beyond them are external
-  uint16_t maxPhysDevicesSupported;  ///< exclusive bound of a BMIC drive index, bits of a member map
+  uint32_t slot;                               ///< instance number in the driver, 0 to 9; the place in the cache
+  uint8_t primarySlotNumber;                   ///< always 0
+  char hbaName[33];                            ///< terminated; empty while the snapshot is not valid
+  time_t lastUpdate;                           ///< end of the last successful rebuild
+  OrvaInfo_Devices devices[dmu::kMaxDevices];  ///< volumes first, then drives, each in report order
+  int32_t deviceCount;                         ///< filled entries
+  uint8_t ctrlFlags;                           ///< kExtendedBlinkArray or 0
+  uint16_t configuredLogicalDrives;            ///< the controller's own; volumes listed beyond them are external
+  uint16_t maxPhysDevicesSupported;            ///< exclusive bound of a BMIC drive index, bits of a member map
   uint16_t maxPhysDrivesPerLogicalUnit;
   uint16_t maxLogicalDrivesSupported;
 };
@@ -89,14 +79,9 @@ constexpr void clearBit(uint8_t* bitmap, uint32_t n) {
   return info.maxPhysDevicesSupported / 8;
 }
 
-/// Whether a BMIC drive index has a bit in the member maps of the controller.
-[[nodiscard]] constexpr bool hasMapBit(const OrvaInfo& info, uint32_t driveIndex) {
-  return driveIndex < memberMapSize(info) * 8;
-}
-
 /// Whether the drive with this BMIC drive index belongs to the volume, which must have a `raidMap`.
 [[nodiscard]] constexpr bool isMember(const OrvaInfo& info, const OrvaInfo_Devices& volume, uint32_t driveIndex) {
-  return hasMapBit(info, driveIndex) && testBit(volume.raidMap, driveIndex);
+  return driveIndex < memberMapSize(info) * 8 && testBit(volume.raidMap, driveIndex);
 }
 
 }  // namespace dmu

@@ -1,7 +1,6 @@
 // Temperatures of a disk and of a volume's member drives, from the controller snapshot.
 #include "services/drive_temperature.h"
 
-#include <algorithm>
 #include <map>
 
 #include "plugin/trace.h"
@@ -10,32 +9,36 @@
 
 namespace {
 
-/// Member drives by location text; of two with one text, the one that the snapshot lists last.
-using MemberMap = std::map<dmu::LocationText, const OrvaInfo_Devices*>;
+struct temperature {
+  uint8_t currentTemperature = 0;
+  uint8_t maximumTemperature = 0;
+};
 
-MemberMap membersByLocation(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
-  MemberMap members;
+/// Temperatures by location text.
+using TemperatureMap = std::map<dmu::LocationText, temperature>;
+
+TemperatureMap memberTemperatures(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
+  TemperatureMap temperatures;
   dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& drive, uint32_t /*index*/) {
-    const auto [member, isNew] = members.try_emplace(dmu::LocationText(drive), &drive);
-    if (!isNew) member->second = std::max(member->second, &drive);
+    temperatures[dmu::LocationText(drive)] = {drive.currentTemperature, drive.maximumTemperature};
   });
-  return members;
+  return temperatures;
 }
 
 int32_t volumeTemperatures(const char* function, const OrvaInfo& info, const OrvaInfo_Devices& volume,
                            DriveTemperature* temperatures, int32_t count) {
-  const MemberMap members = membersByLocation(info, volume);
+  const TemperatureMap members = memberTemperatures(info, volume);
   if (count == 0) {
-    for (const auto& [location, drive] : members) {
-      DMU_TRACE(function, "\tCurrentTemperature: %u ", drive->currentTemperature);
-      DMU_TRACE(function, "\tMaximumTemperature: %u\n", drive->maximumTemperature);
+    for (const auto& [location, value] : members) {
+      DMU_TRACE(function, "\tCurrentTemperature: %u ", value.currentTemperature);
+      DMU_TRACE(function, "\tMaximumTemperature: %u\n", value.maximumTemperature);
     }
     return 0;
   }
   int32_t stored = 0;
-  for (const auto& [location, drive] : members) {
+  for (const auto& [location, value] : members) {
     if (stored >= count) break;
-    temperatures[stored] = {drive->currentTemperature, drive->maximumTemperature};
+    temperatures[stored] = {value.currentTemperature, value.maximumTemperature};
     ++stored;
   }
   return stored;

@@ -1,13 +1,12 @@
 // The member drives of a volume as the snapshot lists them, and the text that says where a drive sits.
 #pragma once
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <string_view>
 
-#include "controller/snapshot.h"
+#include "controller/physical_drive.h"
 
 namespace dmu {
 
@@ -35,20 +34,15 @@ struct LocationText {
 /// Drives that a change to the device concerns: a volume's members, or the one drive.
 [[nodiscard]] int driveCount(const OrvaInfo_Devices& device);
 
-/// Calls `visit(drive, BMIC drive index)` for each masked drive of the snapshot that belongs to the volume, in the
-/// order of their indexes. The volume must have known members.
+/// Calls `visit(drive, BMIC drive index)` for each masked drive of the snapshot that belongs to the volume, in list
+/// order. The volume must have known members.
 template <typename Visit>
 void forEachListedMember(const OrvaInfo& info, const OrvaInfo_Devices& volume, Visit visit) {
-  const MappedDrive* drive = info.mappedDrives;
-  const MappedDrive* const end = drive + info.mappedDriveCount;
-  for (uint32_t byte = 0; byte < memberMapSize(info); ++byte) {
-    if (volume.raidMap[byte] == 0) continue;  // none of eight indexes: most of the map, where volumes are many
-    drive = std::lower_bound(drive, end, byte * 8,
-                             [](const MappedDrive& listed, uint32_t index) { return listed.index < index; });
-    for (; drive != end && drive->index < (byte + 1) * 8; ++drive) {
-      const uint32_t index = drive->index;
-      if (testBit(volume.raidMap, index)) visit(info.devices[drive->place], index);
-    }
+  for (int32_t i = 0; i < info.deviceCount; ++i) {
+    const OrvaInfo_Devices& drive = info.devices[i];
+    if (kindOf(drive.lunAddress) != DeviceKind::maskedDrive) continue;
+    const uint32_t index = driveIndex(drive.lunAddress);
+    if (isMember(info, volume, index)) visit(drive, index);
   }
 }
 

@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "channel/command.h"
-#include "controller/physical_drive.h"
 #include "plugin/trace.h"
 #include "services/member_drives.h"
 #include "services/service_frame.h"
