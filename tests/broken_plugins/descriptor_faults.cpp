@@ -17,6 +17,9 @@ FAULT(staysLoaded, "library.unloads", "it is still loaded") {
 FAULT(returnsNull, "descriptor.returned", "got null") {
   answer = []() -> Plugin* { return nullptr; };
 }
+FAULT(throwsAtOnce, "descriptor.returned", "threw an exception: no") {
+  answer = []() -> Plugin* { throw std::runtime_error("no"); };
+}
 FAULT(hasNoVersion, "descriptor.texts", "version: expected a text, got null") {
   broken.version = nullptr;
 }
