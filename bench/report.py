@@ -5,13 +5,25 @@ usage: report.py JSON...   (each as plugin_bench writes it with --benchmark_out)
 """
 import json
 import pathlib
+import statistics
 import subprocess
 import sys
 
 DOCS = pathlib.Path(__file__).resolve().parent.parent / "docs"
 MARK = "<!-- Everything below is written by ./dev bench. -->\n"
 SNAPSHOTS_LIMIT = 3.2 * 1024 * 1024
+MEASURED = ("operation_us", "floor_us", "ratio")
 DRAWN = ("rebuild", "locator LED", "device information")
+
+
+def medians(rows):
+    """Of the rows of each benchmark, one a round, makes one row with the medians of what was measured."""
+    rounds = {}
+    for row in rows:
+        rounds.setdefault(row["name"], []).append(row)
+    for name, same in rounds.items():
+        measured = {figure: statistics.median(row[figure] for row in same) for figure in MEASURED}
+        yield same[0] | measured | {"operation": name.split("/")[0]}
 
 
 class Run:
@@ -27,7 +39,7 @@ class Run:
         if failed:
             sys.exit(f"{path}: failed: {', '.join(failed)}")
         self.memory = next(row for row in rows if row["name"].startswith("memory"))
-        self.rows = [dict(row, operation=row["name"].split("/")[0]) for row in rows if "ratio" in row]
+        self.rows = list(medians(row for row in rows if "ratio" in row))
 
     def row(self, operation, entries, volumes=0):
         return next(
