@@ -36,6 +36,7 @@ class SlowOperation {
       DmuDeviceInfo information{};
       std::string error;
       plugin.getDeviceInfo(handle, &information, error);
+      plugin.closeDevice(handle);
     });
     const auto deadline = steady_clock::now() + kLong;
     while (commands_.begun() == 0) {

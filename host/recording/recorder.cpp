@@ -122,6 +122,11 @@ uint32_t Recorder::numberOf(vmk_MgmtUserHandle* channel) {
   return found == channels_.end() ? 0 : found->second;
 }
 
+void Recorder::forget(vmk_MgmtUserHandle* channel) {
+  const std::lock_guard lock(mutex_);
+  channels_.erase(channel);
+}
+
 uint32_t Recorder::openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) {
   const auto request = openChannelRequest(signature, reserved);
   const uint32_t result = machine_.openChannel(signature, reserved, channel);
@@ -136,6 +141,7 @@ uint32_t Recorder::openChannel(const void* signature, uint64_t reserved, vmk_Mgm
 
 int32_t Recorder::closeChannel(vmk_MgmtUserHandle* channel) {
   const uint32_t number = numberOf(channel);
+  forget(channel);
   const int32_t result = machine_.closeChannel(channel);
   write({kCloseChannel}, {{"result", result}}, number);
   return result;

@@ -45,6 +45,8 @@ class Recorder final : public HostCalls {
 
   /// The number of a channel in the recording; 0 for one that is not open.
   uint32_t numberOf(vmk_MgmtUserHandle* channel);
+  /// The channel is about to be closed: its address may be another's then.
+  void forget(vmk_MgmtUserHandle* channel);
 
   void write(const Request& request, Json answer, uint32_t channel = 0);
   void writeLine(const Json& line);
