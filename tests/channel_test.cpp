@@ -105,11 +105,9 @@ TEST_F(Channel, ExecutesACommandOfTheSnapshotsInstance) {
 }
 
 TEST_F(Channel, AllocatesAlignedBlocks) {
-  for (unsigned size = 0; size < 100; ++size) {
-    void* block = PUBLISHED(orvamalloc)(size);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(block) % 16, 0u);
-    std::free(block);
-  }
+  hostCalls.recording = true;
+  std::free(PUBLISHED(orvamalloc)(5));
+  EXPECT_EQ(hostCalls.alignment, 16u);
 }
 
 /// Makes the driver's instance i carry an id and a name from now on.

@@ -1,6 +1,7 @@
 // The boundary with the host: descriptor, handles, serial numbers, the operations' lock, and the trace.
 #include <cerrno>
 #include <cstring>
+#include <fcntl.h>
 #include <fstream>
 #include <future>
 #include <thread>
@@ -138,6 +139,7 @@ const DiskAnswer kDiskAnswers[] = {
 
 TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
   const std::string device = host.disks().front().device;
+  hostCalls.recording = true;
   for (const DiskAnswer& answer : kDiskAnswers) {
     SCOPED_TRACE(answer.name);
     hostCalls.diskAnswer = [&](sg_io_hdr& request) {
@@ -163,6 +165,7 @@ TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
     EXPECT_EQ(PUBLISHED(Get_Dev_SN)(device.c_str(), error), answer.serial == nullptr ? "" : answer.serial);
     EXPECT_EQ(error, answer.serial == nullptr ? "Failed to get device serial number: /dev/disks/" + device : "before");
   }
+  EXPECT_EQ(hostCalls.openFlags, O_RDONLY | O_NONBLOCK);
   hostCalls.diskAnswer = nullptr;
   const int saved = dup(STDIN_FILENO);
   close(STDIN_FILENO);

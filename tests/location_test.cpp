@@ -58,11 +58,13 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
   }
 
   controller.drives[0].bay = 2;
-  controller.drives.push_back(model::drive(16));
-  controller.volumes[0].members = {2, 16, 3};
+  for (const uint32_t drive : {16u, 9u, 14u}) controller.drives.push_back(model::drive(drive));
+  controller.volumes[0].members = {2, 16, 3, 9, 14, 10};  // of which 10 is missing
   load();
-  EXPECT_THAT(locations(volume, 8),
-              testing::Pair(3, ElementsAre("port:box:bay 1I:1:16", "port:box:bay 1I:1:2", "port:box:bay 1I:1:200")));
+  EXPECT_THAT(locations(volume, 8), testing::Pair(6, ElementsAre("port:box:bay 1I:1:14", "port:box:bay 1I:1:16",
+                                                                 "port:box:bay 1I:1:2", "port:box:bay 1I:1:200",
+                                                                 "port:box:bay 1I:1:9", "port:box:bay :0:0(Failed)")));
+  controller.volumes[0].members = {2, 16, 3};
   load();
   host.addFault({.call = "reportPhysicalLuns", .action = FaultAction::set, .bytes = {0, 0, 0, 24}});
   EXPECT_THAT(locations(volume, 8), testing::Pair(3, ElementsAre("port:box:bay 1I:1:16(Failed)", "port:box:bay 1I:1:2",

@@ -43,12 +43,12 @@ TEST_F(Led, SwitchesTheMembersAndNoOtherDrive) {
 TEST_F(Led, MarksBothArraysBelow256AndTheExtendedOneAbove) {
   controller.maxPhysDevicesSupported = 300;
   controller.extendedBlinkArray = true;
-  controller.drives.push_back(model::drive(295));
+  for (const uint32_t drive : {256u, 295u}) controller.drives.push_back(model::drive(drive));
   controller.drives.push_back(model::drive(299, true));
-  controller.volumes[0].members = {2, 10, 3, 295};
+  controller.volumes[0].members = {2, 10, 3, 256, 295};
   load();
   warm();
-  EXPECT_EQ(plugin->setDriveLEDState(volume, 1, 1, error), 4);
+  EXPECT_EQ(plugin->setDriveLEDState(volume, 1, 1, error), 5);
   const std::vector<uint8_t> data = host.takeCommands().back().data;
   ASSERT_EQ(data.size(), 576u);
   std::vector<size_t> marked;
@@ -58,9 +58,10 @@ TEST_F(Led, MarksBothArraysBelow256AndTheExtendedOneAbove) {
   for (size_t i = 276; i < data.size(); ++i) {
     if (data[i] != 0) marked.push_back(i - 276);
   }
-  EXPECT_THAT(marked, ElementsAre(2, 3, 10, 2, 3, 10, 295));
+  EXPECT_THAT(marked, ElementsAre(2, 3, 10, 2, 3, 10, 256, 295));
+  EXPECT_EQ(data[264] | data[265] << 8, 276) << "what stands behind the array below 256";
   EXPECT_EQ(plugin->setDriveLEDState(open("disk299"), 1, 1, error), 1) << "the last drive of the array";
-  EXPECT_EQ(plugin->setDriveLEDState(volume, 0, 1, error), 4);
+  EXPECT_EQ(plugin->setDriveLEDState(volume, 0, 1, error), 5);
   EXPECT_THAT(blinking(), ElementsAre(299));
 }
 

@@ -102,6 +102,7 @@ void* malloc(size_t size) noexcept {
 
 void* memalign(size_t alignment, size_t size) noexcept {
   return allocateFor(__builtin_return_address(0), "memalign", size, [&] {
+    if (hostCalls.recording) hostCalls.alignment = alignment;
     return __interceptor_memalign != nullptr ? __interceptor_memalign(alignment, size)
                                              : __libc_memalign(alignment, size);
   });

@@ -115,9 +115,12 @@ int open(const char* path, int flags, ...) {
   va_start(arguments, flags);
   const auto mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
   va_end(arguments);
-  if (fromPlugin(__builtin_return_address(0)) && fails("open")) {
-    errno = hostCalls.failCode;
-    return -1;
+  if (fromPlugin(__builtin_return_address(0))) {
+    if (hostCalls.recording) hostCalls.openFlags = flags;
+    if (fails("open")) {
+      errno = hostCalls.failCode;
+      return -1;
+    }
   }
   return next<int(const char*, int, ...)>("open")(path, flags, mode);
 }

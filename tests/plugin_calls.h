@@ -42,6 +42,8 @@ struct HostCalls {
   bool noMemory = false;         ///< every allocation fails
   int32_t failCode = 0;          ///< what a failing call returns, or its errno
   timespec lockDeadline{};       ///< what taking the lock was last given
+  int openFlags = 0;             ///< how a node was last opened
+  size_t alignment = 0;          ///< what memalign was last asked for
   uint32_t failStatus = 0;       ///< not 0: a call of the driver succeeds instead, with this status of the driver
 };
 extern HostCalls hostCalls;
