@@ -26,6 +26,8 @@ class CommandLog final : public CommandWatcher {
   void holdBackWrites() { holdsBackWrites_ = true; }
   [[nodiscard]] bool holdsBackWrites() const { return holdsBackWrites_; }
 
+  [[nodiscard]] bool shows() const { return show_ != Show::nothing; }
+
   /// The number of commands so far: a place in the log.
   [[nodiscard]] size_t size() const { return commands_.size(); }
 

@@ -75,6 +75,9 @@ class CheckCommand final : public Command {
     if (session.isReplay()) {
       throw Refusal("check tries each rule in a process of its own, and a replay cannot follow it there");
     }
+    if (session.commands().shows()) {
+      throw Refusal("check tries each rule in a process of its own, and --show-commands does not see what those send");
+    }
     const std::vector<check::Rule> rules = check::rulesNamed(names_);
     check::Setup setup;
     setup.pluginFile = session.pluginFile();
