@@ -76,7 +76,8 @@ int32_t Controller::answer(const wire::PassthruRecord& record, uint32_t& status)
   size_t length = std::min<size_t>(command->length, kMostSent);
   switch (input_.number<uint8_t>()) {
     case 1:
-      return input_.around<int32_t>(0xBAD0014);
+      if (const auto code = input_.around<int32_t>(0xBAD0014); code != 0) return code;
+      break;
     case 2:
       status = input_.around<uint32_t>(0x30);
       break;
