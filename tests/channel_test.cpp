@@ -152,7 +152,8 @@ TEST_F(Channel, TellsAnOemBuildByTheModuleLoadersOutput) {
       {"test \"$*\" = \"-s veltrane\" && echo oem", 1},
       {"head -c 5000 /dev/zero | tr '\\0' x; echo oem", 1},
       {"head -c 10000000 /dev/zero | tr '\\0' '\\n'; echo done", 0},
-      {"head -c 1022 /dev/zero | tr '\\0' x; echo oem", 0},  // "o" ends the first piece of 1,023 characters
+      {"head -c 1021 /dev/zero | tr '\\0' x; echo oem", 0},  // "oe" ends the first piece of 1,023 characters
+      {"head -c 1022 /dev/zero | tr '\\0' x; echo oem", 0},
   };
   for (const auto& [script, answer] : kScripts) {
     const std::string command = folder + "/vmkload_mod";

@@ -89,6 +89,11 @@ TEST_F(PublishedFunctions, SayWhatFailed) {
       EXPECT_EQ(sender.call(&info, &member), sender.whenRefused) << "refused: " << sender.name;
     }
     host.clearFaults();
+    host.addFault({.call = "query", .action = simulator::FaultAction::driverStatus, .value = kStatus});
+    EXPECT_EQ(PUBLISHED(OrvaInfo_QueryHBA)(name), -1);
+    host.clearFaults();
+    for (const Sender& sender : senders()) EXPECT_EQ(sender.call(&info, &member), 0) << sender.name;
+    EXPECT_EQ(PUBLISHED(OrvaInfo_DumpOrvaInfo)(&info), 0);
     hostCalls.recording = hostCalls.noMemory = true;
     for (const Sender& sender : senders()) {
       EXPECT_EQ(sender.call(&info, &member), sender.withoutMemory) << "without memory: " << sender.name;
@@ -169,6 +174,8 @@ TEST_F(PublishedFunctions, VolumeFunctionsHaveNothingToSayOfWhatHasNoKnownMember
     EXPECT_EQ(PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(&info, device, &temperature, 1, error), 0);
   }
   EXPECT_EQ(location, nullptr);
+  info.deviceCount = 2;  // the members' entries carry no meaning now
+  EXPECT_EQ(PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(&info, &info.devices[0], &temperature, 1, error), 0);
   EXPECT_EQ(PUBLISHED(OrvaInfo_SenseConfiguration)(&info, &info.devices[2]), -1);
   EXPECT_EQ(PUBLISHED(OrvaInfo_CacheConfiguration)(&info, &info.devices[2], 1), -1);
   EXPECT_THAT(sentOpcodes(), testing::IsEmpty());
