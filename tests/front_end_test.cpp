@@ -1,15 +1,9 @@
-// The boundary with the host: descriptor, handles, serial numbers, the operations' lock, and the trace.
-#include <cerrno>
+// The boundary with the host: handles, serial numbers, and the trace.
 #include <cstring>
 #include <fcntl.h>
-#include <fstream>
-#include <future>
-#include <thread>
 
 #include "channel/management_channel.h"
 #include "plugin/device_handle.h"
-#include "plugin/operations.h"
-#include "plugin/plugin_lock.h"
 #include "plugin/serial_number.h"
 #include "plugin/trace.h"
 #include "tests/host_process.h"
@@ -22,33 +16,6 @@ class FrontEnd : public PluginTest {
     return plugin->openDevice(hba, 1, 2, 3, driver, 1, 0xABCD, 4, 5, 6, 7, 8, 9, 10, 11, 12, out);
   }
 };
-
-TEST_F(FrontEnd, DescriptorIsFilledTheSameWayEveryTime) {
-  const DmuPluginDescriptor first = *plugin;
-  hostCalls.traceOn = true;
-  EXPECT_EQ(PUBLISHED(DmuPluginInit)(), plugin);
-  std::ifstream source(DMU_SOURCE_DIR "/plugin/plugin_entry.cpp");
-  int line = 0;
-  for (std::string text; std::getline(source, text) && text.find("DmuPluginInit for veltrane.") == std::string::npos;)
-    ++line;
-  EXPECT_THAT(takeTraceWrites(),
-              testing::ElementsAre("DmuPluginInit:" + std::to_string(line + 1) + " DmuPluginInit for veltrane.\n"));
-  EXPECT_EQ(std::memcmp(&first, plugin, sizeof(first)), 0);
-  EXPECT_STREQ(plugin->version, "1.0.0");
-  EXPECT_STREQ(plugin->name, "dmu-veltrane-plugin");
-  EXPECT_EQ(plugin->operationCount, 6u);
-  EXPECT_EQ(plugin->openDevice, &PUBLISHED(VELTRANEPlugin_OpenDevice));
-  EXPECT_EQ(plugin->closeDevice, &PUBLISHED(VELTRANEPlugin_CloseDevice));
-  EXPECT_EQ(plugin->getDeviceInfo, &PUBLISHED(VELTRANEPlugin_GetDeviceInfo));
-  EXPECT_EQ(plugin->setDriveLEDState, &PUBLISHED(VELTRANEPlugin_SetDriveLEDState));
-  EXPECT_EQ(plugin->cacheOn, &PUBLISHED(VELTRANEPlugin_CacheOn));
-  EXPECT_EQ(plugin->cacheOff, &PUBLISHED(VELTRANEPlugin_CacheOff));
-  EXPECT_EQ(plugin->getDeviceTemperature, &PUBLISHED(VELTRANEPlugin_GetDeviceTemperature));
-  EXPECT_EQ(plugin->getDeviceLocation, &PUBLISHED(VELTRANEPlugin_GetDeviceLocation));
-  EXPECT_EQ(plugin->unused, nullptr);
-  EXPECT_EQ(plugin->openDeviceV2, &PUBLISHED(VELTRANEPlugin_OpenDevice_v2_0_0));
-  for (const void* reserved : plugin->reserved) EXPECT_EQ(reserved, nullptr);
-}
 
 TEST_F(FrontEnd, OpenRefusesEveryOtherDriverSilently) {
   hostCalls.traceOn = true;

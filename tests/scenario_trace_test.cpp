@@ -37,6 +37,7 @@ TEST_F(ScenarioTrace, IsTheKeptOne) {
   controller.volumes[1].externalBoxId = 9;
   load(topology);
   hostCalls.traceOn = true;
+  PUBLISHED(DmuPluginInit)();
   run();
 
   // Snapshots of replies without terminators, of lists that changed, and of next to nothing.
