@@ -5,6 +5,7 @@
 #include <memory>
 #include <new>
 
+#include "plugin/host_thread.h"
 #include "plugin/serial_number.h"
 #include "plugin/trace.h"
 
@@ -32,6 +33,7 @@ int32_t VELTRANEPlugin_OpenDevice(const char* hba, uint32_t channel, uint32_t ta
                                   uint8_t functionId, uint16_t vendorId, uint16_t subVendorId, uint16_t deviceId,
                                   uint16_t subDeviceId, uint8_t /*reserved*/, uint32_t physicalSlot,
                                   CtrlDevInfo** out) {
+  const dmu::HostThread thread;
   if (driver == nullptr || std::strcmp(driver, kDriver) != 0) return -1;
   if (out == nullptr) return -1;
   std::unique_ptr<CtrlDevInfo> handle(new (std::nothrow) CtrlDevInfo{});
@@ -55,6 +57,7 @@ int32_t VELTRANEPlugin_OpenDevice(const char* hba, uint32_t channel, uint32_t ta
 }
 
 int32_t VELTRANEPlugin_OpenDevice_v2_0_0(const DmuDeviceOpenInfo* info, CtrlDevInfo** out) {
+  const dmu::HostThread thread;
   if (info == nullptr) return -1;
   DMU_TRACE(__func__, "device opened with v2 API.\n");
   const int32_t opened = VELTRANEPlugin_OpenDevice(info->hba, info->channel, info->target, info->lun, info->driver,
@@ -74,6 +77,7 @@ int32_t VELTRANEPlugin_OpenDevice_v2_0_0(const DmuDeviceOpenInfo* info, CtrlDevI
 }
 
 void VELTRANEPlugin_CloseDevice(CtrlDevInfo* handle) {
+  const dmu::HostThread thread;
   if (handle == nullptr) return;
   DMU_TRACE(__func__, "%s: CloseDevice: devName=%s, hba=%s, channel=0x%x, target=0x%x, lun=0x%x\n", __func__,
             handle->devName, handle->hbaName, handle->channel, handle->target, handle->lun);

@@ -2,8 +2,8 @@
 #include "plugin/operations.h"
 
 #include <cstring>
-#include <cxxabi.h>
 
+#include "plugin/host_thread.h"
 #include "plugin/plugin_lock.h"
 #include "services/device_information.h"
 #include "services/drive_temperature.h"
@@ -21,10 +21,10 @@ struct HeldPluginLock {
   HeldPluginLock& operator=(const HeldPluginLock&) = delete;
 };
 
-/// Runs a service for a handle under the plugin lock. Nothing that it throws leaves the plugin, but for the unwinding
-/// of a thread that the host cancels, which nobody may stop.
+/// Runs a service for a handle under the plugin lock. Nothing that it throws leaves the plugin.
 template <typename Service>
 int32_t runLocked(const CtrlDevInfo* handle, std::string& error, Service service) {
+  const dmu::HostThread thread;
   try {
     if (handle == nullptr) {
       error = "Invalid handle!";
@@ -37,8 +37,6 @@ int32_t runLocked(const CtrlDevInfo* handle, std::string& error, Service service
     }
     const HeldPluginLock lock;
     return service();
-  } catch (abi::__forced_unwind&) {
-    throw;
   } catch (...) {
     return -1;
   }

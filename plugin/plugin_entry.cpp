@@ -2,6 +2,7 @@
 #include <atomic>
 
 #include "plugin/device_handle.h"
+#include "plugin/host_thread.h"
 #include "plugin/operations.h"
 #include "plugin/trace.h"
 #include <dmu/plugin.h>
@@ -23,6 +24,7 @@ void store(Field& field, Field value) {
 }  // namespace
 
 DmuPluginDescriptor* DmuPluginInit() {
+  const dmu::HostThread thread;
   DMU_TRACE(__func__, "DmuPluginInit for veltrane.\n");
   store<const char*>(descriptor.version, "1.0.0");
   store<const char*>(descriptor.name, "dmu-veltrane-plugin");

@@ -6,6 +6,12 @@
 #include <future>
 #include <thread>
 #include <unistd.h>
+#ifdef __clang__
+#if __has_feature(address_sanitizer)
+#include <sanitizer/lsan_interface.h>
+#define DMU_LEAK_CHECKER
+#endif
+#endif
 
 #include "plugin/plugin_lock.h"
 #include "tests/model.h"
@@ -118,26 +124,76 @@ TEST_F(Threads, AnOperationWaitsForTheLock) {
   EXPECT_THAT(waiter.get(), Each(testing::Ge(0)));
 }
 
-TEST_F(Threads, AThreadThatIsCancelledInAnOperationLeavesTheLockFree) {
-  CtrlDevInfo* handle = open(host.disks().front());
-  hostCalls.before = [](const char*) {
+/// The first cancellation in a process makes the loader take a library, with memory that it keeps for good. It does so
+/// here, where the leak checker does not look.
+void cancelAThread() {
+#ifdef DMU_LEAK_CHECKER
+  const __lsan::ScopedDisabler unseen;
+#endif
+  std::thread thread([] {
+    for (;;) pause();
+  });
+  pthread_cancel(thread.native_handle());
+  thread.join();
+}
+
+/// Makes every call with a request to cancel its thread pending from the first one on.
+struct CancelledCalls {
+  const DmuPluginDescriptor& plugin;
+  DmuPluginDescriptor* (&init)();
+  DmuDeviceOpenInfo disk;
+  size_t returned = 0;
+  size_t errnoKept = 0;
+
+  template <typename Call>
+  auto make(Call call) {
+    errno = EXDEV;
+    const auto result = call();
+    ++returned;
+    errnoKept += errno == EXDEV;
+    return result;
+  }
+
+  void run() {
+    make(init);
+    for (const bool byAddress : {false, true}) {
+      CtrlDevInfo* handle = nullptr;
+      make([&] {
+        return byAddress ? plugin.openDevice(disk.hba, disk.channel, disk.target, disk.lun, disk.driver, 0, 0, 0, 0, 0,
+                                             0, 0, 0, 0, 0, 0, &handle)
+                         : plugin.openDeviceV2(&disk, &handle);
+      });
+      make([&] { return callAll(plugin, handle).size(); });
+      make([&] { return plugin.closeDevice(handle), 0; });
+    }
+  }
+};
+
+TEST_F(Threads, AThreadIsCancelledAfterItsCallsAndFindsErrnoAsItWas) {
+  const simulator::HostDisk first = host.disks().front();
+  hostCalls.traceOn = hostCalls.runModuleLoader = true;
+  hostCalls.whileTracing = [] {
     pthread_cancel(pthread_self());
     pthread_testcancel();
+    errno = EIO;
   };
-  std::pair thread(plugin, handle);
-  pthread_t cancelled;
+  cancelAThread();
+  CancelledCalls calls{*plugin, PUBLISHED(DmuPluginInit), openInfoOf(first)};
   const auto run = [](void* argument) -> void* {
-    const auto& [descriptor, device] = *static_cast<decltype(thread)*>(argument);
-    callAll(*descriptor, device);
-    return argument;
+    static_cast<CancelledCalls*>(argument)->run();
+    pthread_testcancel();
+    return nullptr;
   };
+  pthread_t thread;
   void* result = nullptr;
-  ASSERT_EQ(pthread_create(&cancelled, nullptr, run, &thread), 0);
-  ASSERT_EQ(pthread_join(cancelled, &result), 0);
+  ASSERT_EQ(pthread_create(&thread, nullptr, run, &calls), 0);
+  ASSERT_EQ(pthread_join(thread, &result), 0);
   EXPECT_EQ(result, PTHREAD_CANCELED);
-  hostCalls.before = nullptr;
+  EXPECT_EQ(calls.returned, 7u);
+  EXPECT_EQ(calls.errnoKept, 7u);
+  hostCalls.traceOn = false;
   EXPECT_TRUE(lockIsFree());
-  EXPECT_THAT(resultsOf(callAll(*plugin, handle)), Each(testing::Ge(0)));
+  EXPECT_THAT(resultsOf(callAll(*plugin, open(first))), Each(testing::Ge(0)));
 }
 
 TEST_F(Threads, TheDeadlineIsTenSecondsFromNow) {
