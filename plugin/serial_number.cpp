@@ -44,7 +44,7 @@ static_assert(offsetof(UnitSerialNumberPage, serial) == kHeaderSize);
 /// An open disk node, closed at the end of the scope.
 class DiskNode {
  public:
-  explicit DiskNode(const std::string& path) : descriptor_(open(path.c_str(), O_RDONLY | O_NONBLOCK)) {}
+  explicit DiskNode(const std::string& path) : descriptor_(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
   ~DiskNode() {
     if (isOpen()) close(descriptor_);
   }

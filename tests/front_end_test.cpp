@@ -132,7 +132,7 @@ TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
     EXPECT_EQ(PUBLISHED(Get_Dev_SN)(device.c_str(), error), answer.serial == nullptr ? "" : answer.serial);
     EXPECT_EQ(error, answer.serial == nullptr ? "Failed to get device serial number: /dev/disks/" + device : "before");
   }
-  EXPECT_EQ(hostCalls.openFlags, O_RDONLY | O_NONBLOCK);
+  EXPECT_EQ(hostCalls.openFlags, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   hostCalls.diskAnswer = nullptr;
   const int saved = dup(STDIN_FILENO);
   close(STDIN_FILENO);
