@@ -22,11 +22,12 @@ uint32_t listLengthOf(const vlexLunReportHeader& header) {
 }
 
 /// Asks for the header of a report alone.
-/// @return its list length; nothing when the command failed
+/// @return its list length; nothing when the command failed, or could not be sent for want of memory
 std::optional<uint32_t> inquireListLength(Opcode report, uint64_t flags, OrvaInfo* info) {
-  alignas(16) vlexLunReportHeader header{};
-  if (dmu::sendToController(report, flags, &header, sizeof(header), info) != 0) return std::nullopt;
-  return listLengthOf(header);
+  const auto header = dmu::makeCommandBuffer<vlexLunReportHeader>();
+  if (header == nullptr) return std::nullopt;
+  if (dmu::sendToController(report, flags, header.get(), sizeof(*header), info) != 0) return std::nullopt;
+  return listLengthOf(*header);
 }
 
 /// What the scan can come to read of a report: as much as one command transfers, and from there on entries of zeros,

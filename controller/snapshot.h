@@ -29,7 +29,7 @@ struct OrvaInfo_Devices {
   uint8_t* raidMap;            ///< volume: owned member map (see isMember), allocated with malloc; null when unknown
   char raidMode[16];           ///< always empty
   uint32_t raidLevel;          ///< volume: 0, 1, 4, 5, 6, 64 or 255
-  uint8_t currentTemperature;  ///< drive: degrees Celsius as the controller reports them
+  uint8_t currentTemperature;  ///< drive: as the controller reports it
   uint8_t maximumTemperature;  ///< drive
 };
 
@@ -54,6 +54,7 @@ struct OrvaInfo {
 
 #ifdef __i386__
 static_assert(sizeof(OrvaInfo) <= 320 * 1024);
+static_assert(sizeof(time_t) == 4, "the record's time is the platform's, 32 bits wide; no _TIME_BITS here");
 #endif
 
 namespace dmu {

@@ -23,16 +23,27 @@ constexpr char kNoMemory[] = "No memory for location!";
   return buffer;
 }
 
-/// Identifies each member that is not marked as found and appends its text. A drive that does not answer has an empty
-/// port name and zeros.
-void appendMissingMembers(OrvaInfo& info, const OrvaInfo_Devices& volume, const uint8_t* found,
-                          std::vector<dmu::LocationText>& texts) {
+/// Calls `visit(BMIC drive index)` for each member that is not marked as found.
+template <typename Visit>
+void forEachMissingMember(const OrvaInfo& info, const OrvaInfo_Devices& volume, const uint8_t* found, Visit visit) {
   for (uint32_t index = 0; index < info.maxPhysDevicesSupported; ++index) {
-    if (!dmu::isMember(info, volume, index) || dmu::testBit(found, index)) continue;
-    OrvaInfo_Devices drive = {};
-    (void)OrvaInfo_IdentifyPhysicalDevieWithBMICInex(&info, &drive, static_cast<int>(index));
-    texts.emplace_back(drive, dmu::kNotInSnapshot);
+    if (dmu::isMember(info, volume, index) && !dmu::testBit(found, index)) visit(index);
   }
+}
+
+/// Identifies the drive with this index. One that does not answer has an empty port name and zeros.
+dmu::LocationText identifiedLocation(OrvaInfo& info, uint32_t index) {
+  OrvaInfo_Devices drive = {};
+  (void)OrvaInfo_IdentifyPhysicalDevieWithBMICInex(&info, &drive, static_cast<int>(index));
+  return dmu::LocationText(drive, dmu::kNotInSnapshot);
+}
+
+/// @return whether memory sufficed for that many texts
+[[nodiscard]] bool reserve(std::vector<dmu::LocationText>& texts, size_t count) {
+  return dmu::unlessMemoryRunsOut(false, [&] {
+    texts.reserve(count);
+    return true;
+  });
 }
 
 void releaseHostBuffers(char** locations, int32_t count) {
@@ -65,17 +76,27 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
   }
   std::memset(found.get(), 0, mapSize);
 
-  std::vector<dmu::LocationText> texts;
   int foundCount = 0;
-  dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& drive, uint32_t index) {
+  dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& /*drive*/, uint32_t index) {
     dmu::setBit(found.get(), index);
-    texts.emplace_back(drive);
     ++foundCount;
   });
+  const bool countDiffers = foundCount != volume.physicalDisks;
+  size_t textCount = static_cast<size_t>(foundCount);
+  if (countDiffers) forEachMissingMember(info, volume, found.get(), [&](uint32_t /*index*/) { ++textCount; });
+  std::vector<dmu::LocationText> texts;
+  if (!reserve(texts, textCount)) {
+    error = kNoMemory;
+    return -1;
+  }
+
+  dmu::forEachListedMember(info, volume,
+                           [&](const OrvaInfo_Devices& drive, uint32_t /*index*/) { texts.emplace_back(drive); });
   DMU_TRACE(function, "Pdisk count: %d\n", foundCount);
-  if (foundCount != volume.physicalDisks) {
+  if (countDiffers) {
     DMU_TRACE(function, "disk count = %d, expected = %d\n", foundCount, volume.physicalDisks);
-    appendMissingMembers(info, volume, found.get(), texts);
+    forEachMissingMember(info, volume, found.get(),
+                         [&](uint32_t index) { texts.push_back(identifiedLocation(info, index)); });
   }
   found.reset();
 

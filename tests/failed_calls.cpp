@@ -68,9 +68,8 @@ std::string FailedCalls::trace(size_t i) const {
   const size_t command = isBuffer ? commandAfter(i) : i;
   for (const Traces& traces : kTraces) {
     if (!calls_[command].is(traces.call)) continue;
-    if (isBuffer) return traces.noMemory;
-    const bool isHeader = calls_[command].is(calls_[commandAfter(command)].name);  // of a report: goes by in silence
-    return isHeader ? "" : traces.failed;
+    if (asksForHeader(command)) return "";  // of a report: goes by in silence
+    return isBuffer ? traces.noMemory : traces.failed;
   }
   return "";
 }
@@ -84,6 +83,10 @@ size_t FailedCalls::commandAfter(size_t i) const {
   do ++i;
   while (i + 1 < calls_.size() && !calls_[i].isOfDriver());
   return i;
+}
+
+bool FailedCalls::asksForHeader(size_t command) const {
+  return calls_[command].is(calls_[commandAfter(command)].name);
 }
 
 void FailedCalls::failDriver(size_t i, int32_t result) {
@@ -114,8 +117,10 @@ void FailedCalls::failAllocation(size_t i) {
   const auto isSlot = [&](const PluginCall& other) {
     return other.is("malloc") && other.size == kLocationBuffer && other.step == call.step;
   };
-  if (!isSlot(call)) return failOperation(call.step, -1);
+  const bool isText = call.is("new") && (call.step - kVolume) % kOperations == kLocation;
+  if (!isSlot(call) && !isText) return failOperation(call.step, -1);
   failOperation(call.step, -1, "No memory for location!");
+  if (isText) return;
   outcomes[call.step].output = "null";
   for (size_t k = 0; k < i; ++k) {
     if (isSlot(calls_[k])) outcomes[call.step].output += ", null";
@@ -126,7 +131,9 @@ void FailedCalls::failAllocation(size_t i) {
 void FailedCalls::failBuffer(size_t i) {
   const size_t command = commandAfter(i);
   failDriver(command, -1);
-  if (calls_[command].is("reportLogicalLuns")) failAll(kDisk, kNotFound);  // the drives are not asked for
+  if (calls_[command].is("reportLogicalLuns") && !asksForHeader(command)) {
+    failAll(kDisk, kNotFound);  // the drives are not asked for
+  }
 }
 
 void FailedCalls::loseDrive(size_t i) {

@@ -22,6 +22,9 @@ class FailedCalls : public ExpectedOutcomes {
  private:
   [[nodiscard]] bool isFirstInStep(size_t i) const;
   [[nodiscard]] size_t commandAfter(size_t i) const;
+
+  /// Whether this command of a report is the one for its header, before the one for the whole of it.
+  [[nodiscard]] bool asksForHeader(size_t command) const;
   void failDriver(size_t i, int32_t result);
   void failAllocation(size_t i);
   void failBuffer(size_t i);

@@ -71,7 +71,7 @@ class FaultSweep : public ScenarioTest, public testing::WithParamInterface<const
 
 TEST_P(FaultSweep, OneAllocationFails) {
   const std::vector<size_t> points = callsThat([](const PluginCall& call) { return call.isAllocation(); });
-  EXPECT_GE(points.size(), kNewCanFail ? 38u : 22u);
+  EXPECT_GE(points.size(), kNewCanFail ? 37u : 24u);
   for (const size_t i : points) {
     SCOPED_TRACE(describe(i));
     FailedCalls expected(good, calls);
