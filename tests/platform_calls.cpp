@@ -44,6 +44,7 @@ extern "C" {
 [[gnu::weak]] int __interceptor_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline);
 
 int access(const char* path, int mode) noexcept {
+  if (fromPlugin(__builtin_return_address(0))) interception::noteStack(__builtin_frame_address(0));
   if (std::strcmp(path, kTraceFile) != 0) return next<int(const char*, int)>("access")(path, mode);
   return !fails("access") && hostCalls.traceOn && mode == F_OK ? 0 : -1;
 }
@@ -161,10 +162,14 @@ int32_t vmk_MgmtUserCallbackInvokeInt(vmk_MgmtUserHandle* handle, uint64_t reser
   for (uint32_t i = 0; i < numParms && i < std::size(parameters); ++i) parameters[i] = va_arg(addresses, void*);
   va_end(addresses);
   if (fromPlugin(__builtin_return_address(0))) {
+    interception::noteStack(__builtin_frame_address(0));
     const bool isQuery = numParms == 2;
     const auto command = isQuery
                              ? std::nullopt
                              : simulator::decodeCommand(*static_cast<simulator::wire::PassthruRecord*>(parameters[1]));
+    if (command && parameters[1]) {
+      hostCalls.misaligned += static_cast<const simulator::wire::PassthruRecord*>(parameters[1])->buffer % 16 != 0;
+    }
     const char* name = command ? command->layout->name : "query";
     if (hostCalls.before) hostCalls.before(name);
     if (fails(name)) {

@@ -56,6 +56,11 @@ bool interception::fromPlugin(const void* caller) {
   return address >= pluginBegin && address < pluginEnd;
 }
 
+void interception::noteStack(const void* frame) {
+  constexpr uintptr_t kSaved = 2 * sizeof(void*);  // return address and frame pointer
+  if ((reinterpret_cast<uintptr_t>(frame) + kSaved) % 16 != 0) ++hostCalls.misaligned;
+}
+
 bool interception::fails(const char* name, size_t size) {
   if (!hostCalls.recording) return false;
   auto& made = hostCalls.made;

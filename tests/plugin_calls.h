@@ -34,6 +34,8 @@ struct HostCalls {
   std::function<void()> whileTracing;         ///< called while a line is being written
   std::function<void(const char*)> before;    ///< called with a command's name before it goes to the driver
 
+  size_t misaligned = 0;  ///< calls of the plugin with a stack, or for the driver a buffer, not aligned to 16 bytes
+
   bool recording = false;        ///< what follows works while it is set, and for one thread at a time
   std::vector<PluginCall> made;  ///< the calls so far
   size_t step = 0;               ///< noted in each call
