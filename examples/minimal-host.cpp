@@ -1,9 +1,11 @@
 // The smallest host: loads a plugin, opens one disk, asks what it is and where its drives sit, and closes it.
 //
-//   g++ -std=c++20 -m32 -I include examples/minimal-host.cpp -o minimal-host -ldl
-//   ./minimal-host ./dmu-veltrane-plugin.so naa.6a1b2c0000000201 vmhba2 1 1 0
+//   build=build/release
+//   g++ -std=c++20 -m32 -I include examples/minimal-host.cpp -o minimal-host -L $build -Wl,--no-as-needed -lvmkmgmt
+//   LD_LIBRARY_PATH=$build ./minimal-host $build/dmu-veltrane-plugin.so naa.6a1b2c0000000201 vmhba2 1 1 0
 //
-// Linked with the simulated libvmkmgmt.so (-Wl,--no-as-needed -lvmkmgmt) it meets the simulated host's disks.
+// The plugin needs the management library and has no search path of its own: a host brings the library along. The one
+// in build/release is the simulated host's, so this meets simulated disks.
 #include <cstdio>
 #include <cstdlib>
 #include <dlfcn.h>

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# What the built plugin shows to a linker: elf_test.sh identity|needed|exports|versions PLUGIN new|old
+# What the built plugin shows to a linker: elf_test.sh identity|needed|exports|versions|paths PLUGIN new|old
+# The search paths are looked at in every file that is built beside the plugin.
 # Each question prints what differs (< expected, > found) or what goes too far, and fails.
 set -euo pipefail
 question=$1 plugin=$2 stringLayout=$3
@@ -12,6 +13,11 @@ versionsBeyond() {
     [[ $(printf '%s\n' "$1_$2" "$version" | sort -V | tail -n 1) == "$1_$2" ]] || echo "$version"
   done
 }
+
+# searchPath FILE: its search path in brackets, if it has one.
+searchPath() { readelf -d "$1" | sed -nE 's/.*\((RPATH|RUNPATH)\).*(\[.*\])/\2/p'; }
+
+isElf() { [[ $(head -c 4 "$1" | tr -d '\0') == $'\x7fELF' ]]; }
 
 case $question in
   identity)
@@ -33,5 +39,18 @@ case $question in
   versions)
     beyond=$(versionsBeyond GLIBC 2.17; versionsBeyond GLIBCXX 3.4.19; versionsBeyond CXXABI 1.3.7)
     [[ -z $beyond ]] || { echo "$beyond"; objdump -T "$plugin" | grep -F "$beyond"; exit 1; }
+    ;;
+  paths)
+    path=$(searchPath "$plugin")
+    [[ -z $path ]] || { echo "$plugin: a search path of its own: $path"; exit 1; }
+    checked=0 wrong=0
+    while IFS= read -r file; do
+      isElf "$file" || continue
+      checked=$((checked + 1))
+      path=$(searchPath "$file")
+      # An empty element is the current directory.
+      [[ ! $path =~ (\[|:)(:|\]) ]] || { echo "$file: $path"; wrong=1; }
+    done < <(find "$(dirname "$plugin")" -type f -not -path '*/CMakeFiles/*')
+    ((checked >= 4 && !wrong)) || { echo "$checked files looked at"; exit 1; }
     ;;
 esac

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # package_test.sh BUILD_DIR: packs what is built there, unpacks it into an empty folder and uses it from there: dmu-host
-# lists what the build's own does, with the plugin and the simulated host of the package; the header builds a host.
+# lists what the build's own does, with the plugin and the simulated host of the package; the example of a host is built.
 set -euo pipefail
 
 readonly build=$1
@@ -32,4 +32,20 @@ FILES
 cd /
 "$work/tree/usr/bin/dmu-host" list | diff - <("$build/dmu-host" list)
 "$work/tree/usr/bin/dmu-host" plugin | grep -qx "$work/tree/usr/lib/dmu-veltrane-plugin/dmu-veltrane-plugin.so"
-g++ -std=c++20 -m32 -fsyntax-only -I "$work/tree/usr/include" "$work/tree/usr/share/doc/dmu-veltrane-plugin/examples/minimal-host.cpp"
+
+# The example is built and run by the command lines that it shows, on nothing but what is in the package.
+mkdir "$work/build"
+ln -s "$work/tree/usr/include" "$work/tree/usr/share/doc/dmu-veltrane-plugin/examples" "$work"
+ln -s "$work/tree/usr/lib/dmu-veltrane-plugin" "$work/build/release"
+ln -s simulated-host/libvmkmgmt.so "$work/tree/usr/lib/dmu-veltrane-plugin"
+cd "$work"
+sed -n 's|^//   ||p' examples/minimal-host.cpp >shown
+bash -eu shown | diff - <(cat <<'OUTPUT'
+dmu-veltrane-plugin 1.0.0
+volume of 4 drives, RAID level code 5
+port:box:bay 1I:1:3
+port:box:bay 1I:1:4
+port:box:bay 1I:1:5
+port:box:bay 1I:1:6
+OUTPUT
+)
