@@ -1,11 +1,10 @@
 # What is installed where, and the Debian package of it (./dev package).
 #
 # The stand-in of the management library lies in a folder of dmu-host's own, which no other program searches, so it never
-# takes the place of a real one; LD_LIBRARY_PATH gives dmu-host the real one.
+# takes the place of a real one; --library gives dmu-host the real one.
 set(home lib/dmu-veltrane-plugin)
 set(documents share/doc/dmu-veltrane-plugin)
 
-set_target_properties(dmu-host PROPERTIES INSTALL_RPATH "$ORIGIN/simulated-host")
 install(TARGETS dmu-veltrane-plugin dmu-host
   RUNTIME DESTINATION ${home}
   LIBRARY DESTINATION ${home})

@@ -35,6 +35,10 @@ std::string linesOf(const std::vector<std::string>& examples) {
 void addGlobalOptions(CLI::App& app, GlobalOptions& options) {
   app.add_option("--plugin", options.pluginFile, "The plugin to load (default: the one beside this program)")
       ->type_name("FILE");
+  app.add_option(
+         "--library", options.libraryFile,
+         "The management library to load (default: the simulated host's, or the system's where it is the only one)")
+      ->type_name("FILE");
   auto* topology =
       app.add_option("--topology", options.topologyFile, "Topology of the simulated host (default: built in)")
           ->type_name("FILE");

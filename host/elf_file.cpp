@@ -77,11 +77,12 @@ std::vector<std::string> undefinedNames(const std::string& file) {
   return names;
 }
 
+/// The texts of the dynamic section's entries with a tag.
 template <typename Elf>
-std::vector<std::string> neededNames(const std::string& file) {
+std::vector<std::string> dynamicTexts(const std::string& file, int64_t tag) {
   std::vector<std::string> names;
   forEachRecord<Elf, typename Elf::Dynamic>(file, SHT_DYNAMIC, [&](const auto& entry, const auto& texts) {
-    if (entry.d_tag != DT_NEEDED) return;
+    if (entry.d_tag != tag) return;
     if (auto name = textAt(file, texts, entry.d_un.d_val)) names.push_back(*std::move(name));
   });
   return names;
@@ -118,6 +119,12 @@ std::optional<int> classOf(const std::string& file) {
   return file[EI_CLASS];
 }
 
+std::vector<std::string> dynamicTexts(const std::string& file, int64_t tag) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return {};
+  return *fileClass == ELFCLASS32 ? dynamicTexts<Elf32>(file, tag) : dynamicTexts<Elf64>(file, tag);
+}
+
 }  // namespace
 
 std::optional<ElfIdentity> identifyElf(const std::string& file) {
@@ -127,9 +134,12 @@ std::optional<ElfIdentity> identifyElf(const std::string& file) {
 }
 
 std::vector<std::string> neededLibraries(const std::string& file) {
-  const auto fileClass = classOf(file);
-  if (!fileClass) return {};
-  return *fileClass == ELFCLASS32 ? neededNames<Elf32>(file) : neededNames<Elf64>(file);
+  return dynamicTexts(file, DT_NEEDED);
+}
+
+std::string sonameOf(const std::string& file) {
+  const std::vector<std::string> names = dynamicTexts(file, DT_SONAME);
+  return names.empty() ? "" : names.front();
 }
 
 std::vector<std::string> undefinedSymbols(const std::string& file) {

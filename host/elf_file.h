@@ -1,5 +1,5 @@
-// Looks into a shared object without loading it: what it is built for, whether it is whole, and which libraries and
-// names it needs from others.
+// Looks into a shared object without loading it: what it is built for, whether it is whole, its own name, and which
+// libraries and names it needs from others.
 #pragma once
 
 #include <optional>
@@ -22,6 +22,11 @@ struct ElfIdentity {
 /// The names of the libraries that a shared object needs, in its own order.
 /// @param file  as for undefinedSymbols
 [[nodiscard]] std::vector<std::string> neededLibraries(const std::string& file);
+
+/// The name under which other libraries need a shared object.
+/// @param file  as for undefinedSymbols
+/// @return empty: it has none
+[[nodiscard]] std::string sonameOf(const std::string& file);
 
 /// The undefined names of a shared object's dynamic symbol table.
 ///

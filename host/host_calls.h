@@ -56,7 +56,13 @@ class HostCalls {
   virtual time_t now() = 0;
 };
 
-/// The machine itself: each call goes to the next definition after this program's own.
+/// The machine itself: each call goes to the management library, or else to the next definition after this program's
+/// own. There is no management call before lookUpCallsIn.
 [[nodiscard]] HostCalls& nextCalls();
+
+/// From now on the calls are looked up in a loaded library first, which finds those of the libraries that it needs as
+/// well. Not while a call is under way.
+/// @param library  as dlopen returned it; has the management calls
+void lookUpCallsIn(void* library);
 
 }  // namespace host

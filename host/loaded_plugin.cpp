@@ -1,49 +1,25 @@
 // Loads a plugin as the daemon does, after a look at the file that tells the reason when it cannot be used.
 #include "host/loaded_plugin.h"
 
-#include <climits>
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include "host/elf_file.h"
-#include "host/file_content.h"
+#include "host/loadable_file.h"
 #include "host/refusal.h"
 #include "host/string_layout.h"
 
 namespace host {
 
-static std::string classText(int bits, const std::string& machine) {
-  return std::to_string(bits) + "-bit " + machine;
-}
-
-static std::string ownClass() {
-#ifdef __i386__
-  return classText(32, "x86");
-#else
-  return classText(64, "x86-64");
-#endif
-}
-
 /// Refuses what must not be loaded, or not be called, before either happens.
 static void refuseByContent(const std::string& file) {
-  std::string error;
-  const auto content = readFile(file, error);
-  if (!content) throw Refusal("plugin " + file + ": " + error);
-  const auto identity = identifyElf(*content);
-  if (!identity) throw Refusal("plugin " + file + ": it is no ELF file");
-  if (const std::string built = classText(identity->bits, identity->machine); built != ownClass()) {
-    throw Refusal("plugin " + file + ": it is built for " + built + ", this host is a " + ownClass() + " program");
-  }
-  if (isCut(*content)) throw Refusal("plugin " + file + ": the file is cut");
-  const auto layout = stringLayoutOf(undefinedSymbols(*content));
+  const auto layout = stringLayoutOf(undefinedSymbols(readLoadable("plugin", file)));
   if (!layout || *layout == ownStringLayout()) return;
   throw Refusal("plugin " + file + ": it is built for the " + nameOf(*layout) + " string layout, this host for the " +
                 nameOf(ownStringLayout()) + " one (see README.md, \"Old hosts\")");
 }
 
 PluginLibrary::PluginLibrary(const std::string& file) : file_(file) {
-  // A name without a slash would be searched for in the system's library directories.
-  const std::string path = file.find('/') == std::string::npos ? "./" + file : file;
+  const std::string path = loadablePath(file);
   refuseByContent(path);
   library_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (library_ == nullptr) throw Refusal("plugin " + path + " cannot be loaded: " + dlerror());
@@ -70,10 +46,7 @@ void PluginLibrary::Unload::operator()(void* library) const {
 }
 
 std::string defaultPluginFile() {
-  char program[PATH_MAX];
-  const ssize_t length = readlink("/proc/self/exe", program, sizeof(program));
-  const std::string path(program, length > 0 ? static_cast<size_t>(length) : 0);
-  return path.substr(0, path.rfind('/') + 1) + "dmu-veltrane-plugin.so";
+  return programFolder() + "dmu-veltrane-plugin.so";
 }
 
 }  // namespace host

@@ -58,7 +58,10 @@ ExitStatus run(Command& command, const GlobalOptions& options) {
   for (const std::string& place : session.unfiredFaults()) complain("fault rule at " + place + " never fired");
   const auto notRecorded = session.end();
   if (notRecorded) complain(*notRecorded);
-  return written && !notRecorded ? session.report().exitStatus() : ExitStatus::failed;
+  const ExitStatus status = written && !notRecorded ? session.report().exitStatus() : ExitStatus::failed;
+  const auto library = session.libraryText();
+  if (status != ExitStatus::done && library) complain("management library: " + *library);
+  return status;
 }
 
 }  // namespace

@@ -11,61 +11,85 @@ namespace {
 
 class NextCalls final : public HostCalls {
  public:
-  uint32_t openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) override {
-    static const auto init = nextDefinition<decltype(&vmk_MgmtUserInit)>("vmk_MgmtUserInit");
-    return init(signature, reserved, channel);
+  NextCalls() { lookUpIn(nullptr); }
+
+  void lookUpIn(void* library) {
+    find(init_, "vmk_MgmtUserInit", library);
+    find(destroy_, "vmk_MgmtUserDestroy", library);
+    find(invoke_, "vmk_MgmtUserCallbackInvokeInt", library);
+    find(open_, "open", library);
+    find(open64_, "open64", library);
+    find(ioctl_, "ioctl", library);
+    find(close_, "close", library);
+    find(popen_, "popen", library);
+    find(pclose_, "pclose", library);
+    find(time_, "time", library);
   }
 
-  int32_t closeChannel(vmk_MgmtUserHandle* channel) override {
-    static const auto destroy = nextDefinition<decltype(&vmk_MgmtUserDestroy)>("vmk_MgmtUserDestroy");
-    return destroy(channel);
+  uint32_t openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) override {
+    return init_(signature, reserved, channel);
   }
+
+  int32_t closeChannel(vmk_MgmtUserHandle* channel) override { return destroy_(channel); }
 
   int32_t invoke(const CallbackCall& call) override {
-    static const auto invoke =
-        nextDefinition<decltype(&vmk_MgmtUserCallbackInvokeInt)>("vmk_MgmtUserCallbackInvokeInt");
     const auto& parameters = call.parameters;
-    return invoke(call.channel, call.reserved, call.id, call.count, parameters[0], parameters[1], parameters[2],
-                  parameters[3]);
+    return invoke_(call.channel, call.reserved, call.id, call.count, parameters[0], parameters[1], parameters[2],
+                   parameters[3]);
   }
 
   int openNode(const NodeOpening& opening) override {
     const std::string path = std::string(kNodes) + opening.device;
-    return nextDefinition<Open>(opening.function)(path.c_str(), opening.flags, opening.mode);
+    const Open call = std::strcmp(opening.function, "open64") == 0 ? open64_ : open_;
+    return call(path.c_str(), opening.flags, opening.mode);
   }
 
   int requestOfNode(const std::string& /*device*/, int descriptor, unsigned long request, void* argument) override {
-    static const auto nextIoctl = nextDefinition<decltype(&ioctl)>("ioctl");
-    return nextIoctl(descriptor, request, argument);
+    return ioctl_(descriptor, request, argument);
   }
 
-  int closeNode(const std::string& /*device*/, int descriptor) override {
-    static const auto nextClose = nextDefinition<decltype(&close)>("close");
-    return nextClose(descriptor);
+  int closeNode(const std::string& /*device*/, int descriptor) override { return close_(descriptor); }
+
+  FILE* startCommand(const char* command, const char* mode) override { return popen_(command, mode); }
+
+  int endCommand(FILE* output) override { return pclose_(output); }
+
+  time_t now() override { return time_(nullptr); }
+
+ private:
+  /// The definition that a library or one behind it has, else the one after this program's own.
+  template <typename Function>
+  static void find(Function& function, const char* name, void* library) {
+    void* const found = library == nullptr ? nullptr : dlsym(library, name);
+    function = found != nullptr ? reinterpret_cast<Function>(found) : nextDefinition<Function>(name);
   }
 
-  FILE* startCommand(const char* command, const char* mode) override {
-    static const auto nextPopen = nextDefinition<decltype(&popen)>("popen");
-    return nextPopen(command, mode);
-  }
-
-  int endCommand(FILE* output) override {
-    static const auto nextPclose = nextDefinition<decltype(&pclose)>("pclose");
-    return nextPclose(output);
-  }
-
-  time_t now() override {
-    static const auto nextTime = nextDefinition<decltype(&time)>("time");
-    return nextTime(nullptr);
-  }
+  decltype(&vmk_MgmtUserInit) init_ = nullptr;
+  decltype(&vmk_MgmtUserDestroy) destroy_ = nullptr;
+  decltype(&vmk_MgmtUserCallbackInvokeInt) invoke_ = nullptr;
+  Open open_ = nullptr;
+  Open open64_ = nullptr;
+  decltype(&ioctl) ioctl_ = nullptr;
+  decltype(&close) close_ = nullptr;
+  decltype(&popen) popen_ = nullptr;
+  decltype(&pclose) pclose_ = nullptr;
+  decltype(&time) time_ = nullptr;
 };
+
+NextCalls& theNextCalls() {
+  // Never destroyed: the calls go on while the process ends.
+  static NextCalls& calls = *new NextCalls;
+  return calls;
+}
 
 }  // namespace
 
 HostCalls& nextCalls() {
-  // Never destroyed: the calls go on while the process ends.
-  static HostCalls& calls = *new NextCalls;
-  return calls;
+  return theNextCalls();
+}
+
+void lookUpCallsIn(void* library) {
+  theNextCalls().lookUpIn(library);
 }
 
 }  // namespace host

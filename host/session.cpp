@@ -1,17 +1,11 @@
 // Loads what a run needs.
 #include "host/session.h"
 
-#include <dlfcn.h>
+#include <cstdlib>
 
 #include "host/inventory.h"
 
 namespace host {
-
-/// Null when the management library of this process is a real one.
-static simulator::SimulatedHost* findSimulatedHost() {
-  const auto find = reinterpret_cast<decltype(&dmuSimulatedHost)>(dlsym(RTLD_DEFAULT, "dmuSimulatedHost"));
-  return find == nullptr ? nullptr : find();
-}
 
 static void refuseIf(const std::optional<std::string>& mistake) {
   if (mistake) throw Refusal(*mistake);
@@ -39,35 +33,44 @@ std::optional<std::string> Session::end() {
   return recorder_ == nullptr ? std::nullopt : recorder_->finish();
 }
 
-void Session::prepareSimulatedHost() {
-  if (prepared_ || replay_ != nullptr) return;
+/// What of the options and the environment only the simulated host can do; empty when nothing is asked of it.
+std::string Session::whatIsSimulated() const {
+  if (!options_.topologyFile.empty()) return "--topology";
+  if (!options_.stateFile.empty()) return "--state";
+  const char* topology = std::getenv("DMU_TOPOLOGY");
+  return topology != nullptr && *topology != '\0' ? "DMU_TOPOLOGY" : "";
+}
+
+const ManagementLibrary& Session::library() {
+  if (!library_) library_.emplace(LibraryWish{options_.libraryFile, whatIsSimulated(), isReplay()});
+  return *library_;
+}
+
+void Session::prepareHost() {
+  simulator::SimulatedHost* const found = library().simulatedHost();
+  if (prepared_ || isReplay()) return;
   prepared_ = true;
-  simulatedHost_ = findSimulatedHost();
-  if (!options_.topologyFile.empty()) {
-    refuseIf(simulatedHost("--topology").loadFile(options_.topologyFile));
-  }
-  if (!options_.stateFile.empty()) {
-    refuseIf(simulatedHost("--state").useStateFile(options_.stateFile));
-  }
+  simulatedHost_ = found;
+  if (const std::string purpose = whatIsSimulated(); !purpose.empty()) (void)simulatedHost(purpose);
+  if (!options_.topologyFile.empty()) refuseIf(simulatedHost_->loadFile(options_.topologyFile));
+  if (!options_.stateFile.empty()) refuseIf(simulatedHost_->useStateFile(options_.stateFile));
 }
 
 simulator::SimulatedHost& Session::simulatedHost(const std::string& purpose) {
-  prepareSimulatedHost();
-  if (replay_ != nullptr) throw Refusal(purpose + " needs the simulated host, and a replay uses none");
-  if (simulatedHost_ == nullptr) {
-    throw Refusal(purpose + " needs the simulated host; the libvmkmgmt.so of this process is a real host's");
-  }
+  if (isReplay()) throw Refusal(purpose + " needs the simulated host, and a replay uses none");
+  prepareHost();
+  if (simulatedHost_ == nullptr) throw Refusal(purpose + " needs the simulated host; this one is real");
   return *simulatedHost_;
 }
 
 simulator::SimulatedHost* Session::simulatedHostIfAny() {
-  prepareSimulatedHost();
+  prepareHost();
   return simulatedHost_;
 }
 
 std::vector<HostDisk> Session::findDisks() {
   if (replay_ != nullptr) return replay_->disks();
-  prepareSimulatedHost();
+  prepareHost();
   if (!options_.inventoryFile.empty()) return readInventory(options_.inventoryFile);
   if (simulatedHost_ == nullptr) throw Refusal("a real host's disks must be named: give --inventory FILE");
   return simulatedHost_->disks();
@@ -86,7 +89,7 @@ const std::vector<HostDisk>& Session::disks() {
 
 const DmuPluginDescriptor& Session::plugin() {
   if (!plugin_) {
-    prepareSimulatedHost();
+    prepareHost();
     plugin_.emplace(pluginFile());
   }
   return plugin_->descriptor();
@@ -105,11 +108,17 @@ std::vector<std::string> Session::unfiredFaults() const {
   return places;
 }
 
+std::optional<std::string> Session::libraryText() const {
+  return library_ ? std::optional(library_->text()) : std::nullopt;
+}
+
 static Json textOrNull(const char* text) {
   return text == nullptr ? Json(nullptr) : Json(text);
 }
 
 void Session::addTo(Json& document) const {
+  Json& library = document["library"] = nullptr;
+  if (library_) library = {{"file", library_->file()}, {"simulated", library_->simulatedHost() != nullptr}};
   Json& plugin = document["plugin"] = nullptr;
   if (plugin_) {
     const DmuPluginDescriptor& descriptor = plugin_->descriptor();

@@ -10,6 +10,7 @@
 #include "host/command_log.h"
 #include "host/host_disk.h"
 #include "host/loaded_plugin.h"
+#include "host/management_library.h"
 #include "host/recording/recorder.h"
 #include "host/recording/replay.h"
 #include "host/report.h"
@@ -20,6 +21,7 @@ namespace host {
 /// The options that may stand before or after the command; empty texts were not given.
 struct GlobalOptions {
   std::string pluginFile;
+  std::string libraryFile;
   std::string topologyFile;
   std::string inventoryFile;
   std::string stateFile;
@@ -47,6 +49,13 @@ class Session {
   /// @return nothing, or why the recording is not whole
   [[nodiscard]] std::optional<std::string> end();
 
+  /// The file of the plugin that was asked for, loaded or not.
+  [[nodiscard]] std::string pluginFile() const;
+
+  /// The management library, loaded when it is first asked for, as it is for everything below.
+  /// @throws Refusal  there is none that can be used
+  const ManagementLibrary& library();
+
   /// The host's disks, of every driver: from the recording or the inventory file, else from the simulated host.
   /// @throws Refusal  there are none, or they cannot be found out
   const std::vector<HostDisk>& disks();
@@ -54,9 +63,6 @@ class Session {
   /// The plugin's descriptor.
   /// @throws Refusal  it cannot be loaded
   const DmuPluginDescriptor& plugin();
-
-  /// The file of the plugin that was asked for, loaded or not.
-  [[nodiscard]] std::string pluginFile() const;
 
   /// The simulated host with its topology loaded.
   /// @param purpose  what it is needed for, for the refusal on a real host
@@ -69,7 +75,10 @@ class Session {
   /// Where the fault rules were written that never hit a call of the plugin; none before the plugin was loaded.
   [[nodiscard]] std::vector<std::string> unfiredFaults() const;
 
-  /// Keys "plugin", "faultsNeverFired" and "commands".
+  /// Which management library was loaded, if any, for a run that failed.
+  [[nodiscard]] std::optional<std::string> libraryText() const;
+
+  /// Keys "library", "plugin", "faultsNeverFired" and "commands".
   void addTo(Json& document) const;
 
   [[nodiscard]] const Terminal& terminal() const { return terminal_; }
@@ -77,7 +86,8 @@ class Session {
   [[nodiscard]] CommandLog& commands() { return commands_; }
 
  private:
-  void prepareSimulatedHost();
+  void prepareHost();
+  [[nodiscard]] std::string whatIsSimulated() const;
   [[nodiscard]] std::vector<HostDisk> findDisks();
 
   const GlobalOptions options_;
@@ -86,6 +96,7 @@ class Session {
   CommandLog commands_;
   std::unique_ptr<recording::Recorder> recorder_;
   std::unique_ptr<recording::Replay> replay_;
+  std::optional<ManagementLibrary> library_;
   bool prepared_ = false;
   simulator::SimulatedHost* simulatedHost_ = nullptr;  // null on a real host and in a replay
   std::optional<std::vector<HostDisk>> disks_;

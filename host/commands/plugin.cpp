@@ -54,8 +54,13 @@ std::string describeLoaded(const std::string& file) {
   return facts.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
-LoadedFacts load(const std::string& file) {
+/// @param whyNoLibrary  why it cannot be loaded here whatever it is; empty: it can
+LoadedFacts load(const std::string& file, const std::string& whyNoLibrary) {
   LoadedFacts facts;
+  if (!whyNoLibrary.empty()) {
+    facts.refusal = "plugin " + file + ": " + whyNoLibrary;
+    return facts;
+  }
   IsolatedCall call([&] { return describeLoaded(file); }, kLoadingLimit);
   const IsolatedOutcome outcome = call.wait();
   if (!outcome.answer) {
@@ -72,6 +77,15 @@ LoadedFacts load(const std::string& file) {
   facts.operations = {"device information", "locator LED", "write cache on",
                       "write cache off",    "temperature", "location"};
   return facts;
+}
+
+std::string whyNoLibrary(Session& session) {
+  try {
+    (void)session.library();
+    return "";
+  } catch (const Refusal& refusal) {
+    return refusal.what();
+  }
 }
 
 std::string joined(const std::vector<std::string>& words) {
@@ -93,9 +107,8 @@ std::string layoutText(const std::optional<StringLayout>& layout) {
   return std::string(layout ? nameOf(*layout) : "not known") + " (this host: " + nameOf(ownStringLayout()) + ")";
 }
 
-std::string paragraphOf(const std::string& file, const FileFacts& facts, const LoadedFacts& loaded,
-                        const Terminal& terminal) {
-  std::string text = terminal.bold(printable(file)) + "\n";
+std::string paragraphOf(const std::string& file, const FileFacts& facts, const LoadedFacts& loaded, Session& session) {
+  std::string text = session.terminal().bold(printable(file)) + "\n";
   const auto add = [&](const std::string& name, const std::string& value) {
     text += "  " + name + std::string(16 - name.size(), ' ') + value + "\n";
   };
@@ -105,6 +118,7 @@ std::string paragraphOf(const std::string& file, const FileFacts& facts, const L
   add("format", formatText(facts.identity));
   add("string layout", layoutText(facts.layout));
   add("needs", joined(facts.needed));
+  add("library", printable(session.libraryText().value_or(kUnknown)));
   add("loads here", loaded.refusal.empty() ? "yes" : "no");
   return text;
 }
@@ -140,9 +154,9 @@ class PluginCommand final : public Command {
   Outcome run(Session& session) override {
     const std::string file = file_.empty() ? session.pluginFile() : file_;
     const FileFacts facts = factsOf(file);
-    const LoadedFacts loaded = load(file);
+    const LoadedFacts loaded = load(file, whyNoLibrary(session));
     if (!loaded.refusal.empty()) session.report().refused(Refusal(loaded.refusal));
-    return {paragraphOf(file, facts, loaded, session.terminal()), {{"pluginFile", toJson(file, facts, loaded)}}};
+    return {paragraphOf(file, facts, loaded, session), {{"pluginFile", toJson(file, facts, loaded)}}};
   }
 
  private:
