@@ -5,13 +5,12 @@
 
 #include "channel/management_channel.h"
 #include "controller/snapshot_cache.h"
-#include "fuzz/host_calls.h"
+#include "fuzz/fuzzed_host.h"
 #include "plugin/plugin_lock.h"
 #include <dmu/plugin.h>
 
 namespace {
 
-using fuzz::hostCalls;
 using fuzz::Input;
 using fuzz::require;
 
@@ -19,8 +18,7 @@ constexpr int32_t kSlots = 12;
 constexpr int kMostOperations = 8;
 
 /// A drive's serial page, with the serial number that the controller reports for that drive in mind.
-int answerInquiry(sg_io_hdr& request) {
-  Input& input = *hostCalls.input;
+int answerInquiry(Input& input, sg_io_hdr& request) {
   const uint8_t page[] = {0, 0x80, 0, 2, 'S', static_cast<uint8_t>('0' + input.below(10))};
   std::memcpy(request.dxferp, page, sizeof(page));
   request.resid = static_cast<int>(request.dxfer_len - sizeof(page));
@@ -39,7 +37,7 @@ CtrlDevInfo* openHandle(DmuPluginDescriptor& plugin, Input& input) {
     return handle;
   }
   DmuDeviceOpenInfo info{};
-  info.devName = "naa.1";
+  info.devName = fuzz::kDisk;
   info.hba = hba.c_str();
   info.channel = channel;
   info.target = target;
@@ -109,11 +107,8 @@ bool hadNoController(const std::string& error) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
   fuzz::Controller controller(input);
-  hostCalls = {};
-  hostCalls.input = &input;
-  hostCalls.controller = &controller;
-  hostCalls.diskAnswer = answerInquiry;
-  hostCalls.traceOn = input.below(8) == 7;
+  fuzz::answerFrom(
+      input, [&](sg_io_hdr& request) { return answerInquiry(input, request); }, &controller);
 
   DmuPluginDescriptor& plugin = *DmuPluginInit();
   CtrlDevInfo* handles[] = {openHandle(plugin, input), openHandle(plugin, input), nullptr};
@@ -122,14 +117,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const int32_t result = callOperation(plugin, handles[input.oneOf({0, 1, 0, 1, 0, 1, 0, 2})], input, error);
     require(error.empty() || error == "Device is not found." || hadNoController(error), "a text is a documented one");
     require(error.empty() || result == -1, "a text comes with a failure");
-    require(hostCalls.channels == 0 || hadNoController(error), "an operation closes the channel");
+    require(heldByPlugin().channels == 0 || hadNoController(error), "an operation closes the channel");
     require(pthread_mutex_trylock(&pluginMutex) == 0, "the lock is free after an operation");
     pthread_mutex_unlock(&pluginMutex);
-    hostCalls.now += input.oneOf({0, 30, 31});
+    *hostCalls.now += input.oneOf({0, 30, 31});
   }
   for (CtrlDevInfo* handle : handles) plugin.closeDevice(handle);
   OrvaInfo_CleanupCtrls();
   OrvaInfo_Cleanup();
-  require(hostCalls.openNodes == 0 && hostCalls.channels == 0, "every node and channel was closed");
+  fuzz::requireNothingHeld();
   return 0;
 }

@@ -2,20 +2,18 @@
 // is read from the page in another way.
 #include <string>
 
-#include "fuzz/host_calls.h"
+#include "fuzz/fuzzed_host.h"
 #include "plugin/serial_number.h"
 
 namespace {
 
-using fuzz::hostCalls;
 using fuzz::Input;
 using fuzz::require;
 
 uint8_t page[64];
 bool arrived;  // whether the request succeeded, with the page that was asked for, as far as its text goes
 
-int answerInquiry(sg_io_hdr& request) {
-  Input& input = *hostCalls.input;
+int answerInquiry(Input& input, sg_io_hdr& request) {
   require(request.dxfer_len == sizeof(page), "the page's buffer is as long as the page");
   request.status = input.around<unsigned char>(0);
   request.host_status = input.around<unsigned short>(0);
@@ -49,15 +47,14 @@ std::string serialInPage() {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
-  hostCalls = {};
-  hostCalls.input = &input;
-  hostCalls.diskAnswer = answerInquiry;
-  hostCalls.traceOn = input.below(8) == 7;
+  fuzz::answerFrom(input, [&](sg_io_hdr& request) { return answerInquiry(input, request); });
   arrived = false;
-  std::string error = "before";
-  const std::string serial = Get_Dev_SN("naa.1", error);
-  require(serial == (arrived ? serialInPage() : ""), "the serial number is that of the page");
-  require((error == "before") == arrived, "there is a text when there is no page");
-  require(hostCalls.openNodes == 0, "the node is closed");
+  {
+    std::string error = "before";
+    const std::string serial = Get_Dev_SN(fuzz::kDisk, error);
+    require(serial == (arrived ? serialInPage() : ""), "the serial number is that of the page");
+    require((error == "before") == arrived, "there is a text when there is no page");
+  }
+  fuzz::requireNothingHeld();
   return 0;
 }

@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr size_t kFilled = size_t{1} << 16;
 constexpr size_t kLargestBlock = size_t{1} << 30;  // whatever the machine has: lengths that lie ask for more
 
 /// The blocks that the plugin holds. It must not allocate.
@@ -84,7 +85,7 @@ static void* allocateFor(const void* caller, const char* name, size_t size, Allo
   if (interception::fails(name, size) || size > kLargestBlock) return nullptr;
   void* block = allocate();
   if (block == nullptr) return nullptr;
-  std::memset(block, 0xA5, size);  // never zeros by chance
+  std::memset(block, 0xA5, std::min(size, kFilled));  // never zeros by chance
   blocks.add(block);
   return block;
 }

@@ -71,7 +71,9 @@ FILE* popen(const char* command, const char* mode) {
   static auto* const kPopen = next<FILE*(const char*, const char*)>("popen");
   if (!fromPlugin(__builtin_return_address(0))) return kPopen(command, mode);
   if (fails("popen")) return nullptr;
-  FILE* pipe = hostCalls.runModuleLoader ? kPopen(command, mode) : fopen("/dev/null", mode);
+  FILE* pipe = hostCalls.moduleLoader      ? hostCalls.moduleLoader()
+               : hostCalls.runModuleLoader ? kPopen(command, mode)
+                                           : fopen("/dev/null", mode);
   if (pipe != nullptr) ++openFiles;
   return pipe;
 }
@@ -163,6 +165,7 @@ int32_t vmk_MgmtUserCallbackInvokeInt(vmk_MgmtUserHandle* handle, uint64_t reser
   va_end(addresses);
   if (fromPlugin(__builtin_return_address(0))) {
     interception::noteStack(__builtin_frame_address(0));
+    if (hostCalls.driver) return hostCalls.driver(numParms, parameters);
     const bool isQuery = numParms == 2;
     const auto command = isQuery
                              ? std::nullopt

@@ -62,6 +62,7 @@ void interception::noteStack(const void* frame) {
 }
 
 bool interception::fails(const char* name, size_t size) {
+  if (hostCalls.fails) return hostCalls.fails(name);
   if (!hostCalls.recording) return false;
   auto& made = hostCalls.made;
   made.push_back({name, size, hostCalls.step});

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <ctime>
 #include <functional>
 #include <optional>
@@ -26,13 +27,16 @@ struct PluginCall {
 
 /// What becomes of the plugin's calls. Everything unset goes to the C library and the simulated host.
 struct HostCalls {
-  std::optional<int64_t> now;                 ///< what time and gettimeofday answer, in seconds
-  bool traceOn = false;                       ///< whether the trace file exists
-  std::string traceFile;                      ///< where the trace goes instead of into takeTrace
-  bool runModuleLoader = false;               ///< whether that command runs, or says nothing
-  std::function<int(sg_io_hdr&)> diskAnswer;  ///< answers SG_IO in place of the simulated disk
-  std::function<void()> whileTracing;         ///< called while a line is being written
-  std::function<void(const char*)> before;    ///< called with a command's name before it goes to the driver
+  std::optional<int64_t> now;                             ///< what time and gettimeofday answer, in seconds
+  bool traceOn = false;                                   ///< whether the trace file exists
+  std::string traceFile;                                  ///< where the trace goes instead of into takeTrace
+  bool runModuleLoader = false;                           ///< whether that command runs, or says nothing
+  std::function<int(sg_io_hdr&)> diskAnswer;              ///< answers SG_IO in place of the simulated disk
+  std::function<FILE*()> moduleLoader;                    ///< gives its output in place of the command
+  std::function<int32_t(uint32_t, void* const*)> driver;  ///< answers a callback, by its parameters, in its place
+  std::function<bool(const char*)> fails;   ///< decides by its name whether a call fails, in place of failAt
+  std::function<void()> whileTracing;       ///< called while a line is being written
+  std::function<void(const char*)> before;  ///< called with a command's name before it goes to the driver
 
   size_t misaligned = 0;  ///< calls of the plugin with a stack, or for the driver a buffer, not aligned to 16 bytes
 
@@ -58,6 +62,9 @@ struct Held {
   int channels = 0;
 };
 Held heldByPlugin();
+
+/// Blocks that texts of the plugin hold for good: the old string layout keeps even a short constant in one.
+inline constexpr size_t kTextsForGood = _GLIBCXX_USE_CXX11_ABI ? 0 : 1;
 
 /// Finds out which addresses are the plugin's, and counts anew.
 void watchPlugin();

@@ -12,9 +12,6 @@
 
 namespace {
 
-/// Blocks that texts of the plugin hold for good: the old string layout keeps even a short constant in one.
-constexpr size_t kTextsForGood = _GLIBCXX_USE_CXX11_ABI ? 0 : 1;
-
 constexpr uint8_t kFiller = 0xEE;
 constexpr uint32_t kFillerNumber = 0xEEEEEEEE;
 constexpr int32_t kRoom = 4;
