@@ -10,11 +10,13 @@ using simulator::FaultAction;
 
 constexpr int32_t kInvalidData = 0x22;  // the driver's: settings that do not fit the controller
 
+using Lose = void (*)(ExpectedOutcomes&);
+
 /// A change to the controller or to its replies, and what the host gets then.
 struct Bound {
   const char* name;
   std::function<void(simulator::Topology&)> change;
-  void (*lose)(ExpectedOutcomes&);
+  Lose lose;
   bool extended = false;
 };
 
@@ -66,39 +68,26 @@ auto cacheBitmapsAt(uint16_t first, uint16_t last) {
   };
 }
 
-void nothing(ExpectedOutcomes& /*unchanged*/) {}
-void noVolume(ExpectedOutcomes& e) {
-  e.failAll(kVolume, kNotFound);
-}
-void noDisk(ExpectedOutcomes& e) {
-  e.failAll(kDisk, kNotFound);
-}
-void noDevices(ExpectedOutcomes& e) {
+constexpr Lose nothing = [](ExpectedOutcomes& /*unchanged*/) {};
+constexpr Lose noVolume = [](ExpectedOutcomes& e) { e.failAll(kVolume, kNotFound); };
+constexpr Lose noDisk = [](ExpectedOutcomes& e) { e.failAll(kDisk, kNotFound); };
+constexpr Lose noDrives = [](ExpectedOutcomes& e) { e.loseDrives(); };
+constexpr Lose noMap = [](ExpectedOutcomes& e) { e.loseMap(); };
+constexpr Lose noDiskLed = [](ExpectedOutcomes& e) { e.refuseLed(kDisk); };
+constexpr Lose noCache = [](ExpectedOutcomes& e) { e.refuseCache(kVolume, -1); };
+constexpr Lose cacheRefused = [](ExpectedOutcomes& e) { e.refuseCache(kVolume, kInvalidData); };
+constexpr Lose oneMember = [](ExpectedOutcomes& e) { e.dropMember(1); };
+constexpr Lose noDevices = [](ExpectedOutcomes& e) {
   noVolume(e);
   noDisk(e);
-}
-void noDrives(ExpectedOutcomes& e) {
-  e.loseDrives();
-}
-void noMap(ExpectedOutcomes& e) {
-  e.loseMap();
-}
-void noLed(ExpectedOutcomes& e) {
+};
+constexpr Lose noLed = [](ExpectedOutcomes& e) {
   e.refuseLed(kVolume);
   e.refuseLed(kDisk);
-}
-void noDiskLed(ExpectedOutcomes& e) {
-  e.refuseLed(kDisk);
-}
-void noCache(ExpectedOutcomes& e) {
-  e.refuseCache(kVolume, -1);
-}
-void cacheRefused(ExpectedOutcomes& e) {
-  e.refuseCache(kVolume, kInvalidData);
-}
-void oneMember(ExpectedOutcomes& e) {
-  e.dropMember(1);
-}
+};
+/// What a volume of so many members becomes; level 64: RAID 1 of more than two.
+template <int32_t count, int32_t level = 64>
+constexpr Lose members = [](ExpectedOutcomes& e) { e.setDriveCount(count, level); };
 
 const Bound kBounds[] = {
     {"logical list announced, -1", putLength("reportLogicalLuns", 1, 7), noVolume},
@@ -176,17 +165,15 @@ const Bound kBounds[] = {
        put16("senseConfiguration", 250, 512)(t);
      },
      noMap},
-    {"no member", put16("senseConfiguration", 10, 0), [](ExpectedOutcomes& e) { e.setDriveCount(0); }},
-    {"one member", put16("senseConfiguration", 10, 1), [](ExpectedOutcomes& e) { e.setDriveCount(1); }},
-    {"three members", put16("senseConfiguration", 10, 3), [](ExpectedOutcomes& e) { e.setDriveCount(3, 64); }},
-    {"members in 8 bits, -1", put16("senseConfiguration", 10, 255),
-     [](ExpectedOutcomes& e) { e.setDriveCount(255, 64); }},
-    {"members in 8 bits, 0", put16("senseConfiguration", 10, 256), [](ExpectedOutcomes& e) { e.setDriveCount(0, 64); }},
-    {"members in 8 bits, +1", put16("senseConfiguration", 10, 257),
-     [](ExpectedOutcomes& e) { e.setDriveCount(1, 64); }},
+    {"no member", put16("senseConfiguration", 10, 0), members<0, 1>},
+    {"one member", put16("senseConfiguration", 10, 1), members<1, 1>},
+    {"three members", put16("senseConfiguration", 10, 3), members<3>},
+    {"members in 8 bits, -1", put16("senseConfiguration", 10, 255), members<255>},
+    {"members in 8 bits, 0", put16("senseConfiguration", 10, 256), members<0>},
+    {"members in 8 bits, +1", put16("senseConfiguration", 10, 257), members<1>},
     {"units of the cache configuration, -1", put16("senseCacheConfiguration", 20, 63), noCache},
     {"units of the cache configuration, +1", put16("senseCacheConfiguration", 20, 65), noCache},
-    {"cache bitmaps in the first reply, -1", cacheBitmapsAt(479, 600), cacheRefused},
+    {"cache bitmaps in the first reply, -1", cacheBitmapsAt(479, 504), cacheRefused},
     {"cache bitmaps in the first reply, 0", cacheBitmapsAt(480, 504), noCache},
     {"cache bitmaps in the first reply, +1", cacheBitmapsAt(481, 504), noCache},
     {"cache bitmaps in the second reply", cacheBitmapsAt(480, 505), cacheRefused},

@@ -17,20 +17,14 @@ class FrontEnd : public PluginTest {
   }
 };
 
-TEST_F(FrontEnd, OpenRefusesEveryOtherDriverSilently) {
+TEST_F(FrontEnd, OfARefusedOpenTheSecondFunctionAloneSaysAnything) {
   hostCalls.traceOn = true;
-  CtrlDevInfo* const untouched = reinterpret_cast<CtrlDevInfo*>(this);
-  for (const char* driver : {"VELTRANE", "veltrane ", "veltran", "veltrane2", "", static_cast<const char*>(nullptr)}) {
-    CtrlDevInfo* handle = untouched;
-    EXPECT_EQ(openWith(driver, &handle), -1) << (driver == nullptr ? "null" : driver);
-    EXPECT_EQ(handle, untouched);
-  }
+  CtrlDevInfo* handle = nullptr;
+  EXPECT_EQ(openWith("veltrane2", &handle), -1);
   EXPECT_EQ(openWith("veltrane", nullptr), -1);
-  CtrlDevInfo* handle = untouched;
-  EXPECT_EQ(takeTrace(), "");
   EXPECT_EQ(plugin->openDeviceV2(nullptr, &handle), -1);
-  DmuDeviceOpenInfo info = {};
-  info.driver = "other";
+  EXPECT_EQ(takeTrace(), "");
+  const DmuDeviceOpenInfo info = {.driver = "other"};
   EXPECT_EQ(plugin->openDeviceV2(&info, &handle), -1);
   EXPECT_EQ(takeTrace(), "VELTRANEPlugin_OpenDevice_v2_0_0: device opened with v2 API.\n");
 }
@@ -50,88 +44,12 @@ TEST_F(FrontEnd, NamesAreCutTo49Characters) {
   }
 }
 
-/// One answer of a disk: how the request ends, the page, and what the serial number and the error text become.
-struct DiskAnswer {
-  const char* name;
-  int result;
-  int status;
-  int hostStatus;
-  int driverStatus;
-  int resid;
-  std::string page;
-  const char* serial;  ///< null: the query fails
-};
-
-std::string page(const std::string& text, int length = -1, int code = 0x80) {
-  const size_t n = length < 0 ? text.size() : static_cast<size_t>(length);
-  std::string bytes = {0, static_cast<char>(code), static_cast<char>(n >> 8), static_cast<char>(n)};
-  bytes += text;
-  return bytes;
-}
-
-const std::string kSixty(60, 'S');
-
-const DiskAnswer kDiskAnswers[] = {
-    {"blanks around", 0, 0, 0, 0, 49, page("   ABC123  "), "ABC123"},
-    {"inner blank", 0, 0, 0, 0, 53, page("ABC 123"), "ABC"},
-    {"no serial", 0, 0, 0, 0, 60, page(""), ""},
-    {"only blanks", 0, 0, 0, 0, 55, page("     "), ""},
-    {"first byte no text", 0, 0, 0, 0, 57,
-     page("\x1f"
-          "AB"),
-     ""},
-    {"bounds of text", 0, 0, 0, 0, 56,
-     page("!~\x7f"
-          "A"),
-     "!~"},
-    {"byte above text", 0, 0, 0, 0, 56, page("AB\xc3\xa9"), "AB"},
-    {"sixty characters", 0, 0, 0, 0, 0, page(kSixty), kSixty.c_str()},
-    {"closing NUL counted", 0, 0, 0, 0, 0, page(kSixty, 61), kSixty.c_str()},
-    {"length lies", 0, 0, 0, 0, 0, page(kSixty, 0xFFFF), kSixty.c_str()},
-    {"length lies, less received", 0, 0, 0, 0, 1, page(kSixty, 61), nullptr},
-    {"serial cut by one", 0, 0, 0, 0, 55, page("ABC123"), nullptr},
-    {"serial just received", 0, 0, 0, 0, 54, page("ABC123"), "ABC123"},
-    {"all received says the kernel", 0, 0, 0, 0, 0, page("ABC123"), "ABC123"},
-    {"header cut", 0, 0, 0, 0, 61, page(""), nullptr},
-    {"nothing received", 0, 0, 0, 0, 64, page("ABC"), nullptr},
-    {"more than nothing missing", 0, 0, 0, 0, 1000, page("ABC"), nullptr},
-    {"more than everything received", 0, 0, 0, 0, -5, page("ABC"), "ABC"},
-    {"another page", 0, 0, 0, 0, 57, page("ABC", -1, 0x83), nullptr},
-    {"buffer untouched", 0, 0, 0, 0, 0, "", nullptr},
-    {"request fails", -1, 0, 0, 0, 57, page("ABC"), nullptr},
-    {"SCSI status", 0, 2, 0, 0, 57, page("ABC"), nullptr},
-    {"host status", 0, 0, 1, 0, 57, page("ABC"), nullptr},
-    {"driver status", 0, 0, 0, 8, 57, page("ABC"), nullptr},
-};
-
-TEST_F(FrontEnd, SerialNumberIsTakenWholeOrNotAtAll) {
+TEST_F(FrontEnd, ASerialNumberIsAskedOfANodeThatIsClosedAgain) {
   const std::string device = host.disks().front().device;
   hostCalls.recording = true;
-  for (const DiskAnswer& answer : kDiskAnswers) {
-    SCOPED_TRACE(answer.name);
-    hostCalls.diskAnswer = [&](sg_io_hdr& request) {
-      const uint8_t expected[] = {0x12, 0x01, 0x80, 0x00, 0x40, 0x00};
-      EXPECT_EQ(std::memcmp(request.cmdp, expected, sizeof(expected)), 0);
-      EXPECT_EQ(request.interface_id, 'S');
-      EXPECT_EQ(request.dxfer_direction, -3);
-      EXPECT_EQ(request.cmd_len, 6);
-      EXPECT_EQ(request.mx_sb_len, 32);
-      EXPECT_NE(request.sbp, nullptr);
-      EXPECT_EQ(request.iovec_count, 0);
-      EXPECT_EQ(request.dxfer_len, 64u);
-      EXPECT_EQ(request.timeout, 20000u);
-      EXPECT_EQ(request.flags, 0u);
-      std::copy(answer.page.begin(), answer.page.end(), static_cast<uint8_t*>(request.dxferp));
-      request.status = static_cast<unsigned char>(answer.status);
-      request.host_status = static_cast<unsigned short>(answer.hostStatus);
-      request.driver_status = static_cast<unsigned short>(answer.driverStatus);
-      request.resid = answer.resid;
-      return answer.result;
-    };
-    error = "before";
-    EXPECT_EQ(PUBLISHED(Get_Dev_SN)(device.c_str(), error), answer.serial == nullptr ? "" : answer.serial);
-    EXPECT_EQ(error, answer.serial == nullptr ? "Failed to get device serial number: /dev/disks/" + device : "before");
-  }
+  hostCalls.diskAnswer = [](sg_io_hdr&) { return -1; };
+  EXPECT_EQ(PUBLISHED(Get_Dev_SN)(device.c_str(), error), "");
+  EXPECT_EQ(error, "Failed to get device serial number: /dev/disks/" + device);
   EXPECT_EQ(hostCalls.openFlags, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   hostCalls.diskAnswer = nullptr;
   const int saved = dup(STDIN_FILENO);

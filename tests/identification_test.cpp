@@ -15,12 +15,10 @@ class Identification : public Discovery {};
 
 TEST_F(Identification, OfTheFlagsTheExtendedBlinkArraysAloneChanges) {
   for (const bool takes : {true, false}) {
-    host.addFault({.call = "identifyController",
-                   .action = FaultAction::set,
-                   .offset = 162,
-                   .bytes = {0, static_cast<uint8_t>(takes ? 1 : 0)}});
-    info->ctrlFlags = 0x80;
-    EXPECT_EQ(PUBLISHED(OrvaInfo_GetInfoFromCtrl)(info.get()), 0);
+    simulator::Controller controller = model::controller();
+    controller.extendedBlinkArray = takes;
+    info->ctrlFlags = takes ? 0x80 : 0x82;
+    load(model::topology(controller));
     EXPECT_EQ(info->ctrlFlags, takes ? 0x82 : 0x80);
   }
 }
@@ -47,10 +45,6 @@ TEST_F(Identification, AMemberMapIsReplacedByAGoodReplyAlone) {
     EXPECT_THAT(takeTrace(), EndsWith("Error: inconsistent MaxPhysDrivesPerLogicalUnit or supported.\n"));
   }
   std::free(entry.raidMap);
-  entry.lunAddress.bytes[3] = 0;
-  (void)host.takeCommands();
-  EXPECT_EQ(sense(), -1);
-  EXPECT_THAT(sentOpcodes(), ElementsAre());
 }
 
 TEST_F(Identification, DriveIndexComesFromBusAndTarget) {
@@ -92,17 +86,6 @@ TEST_F(Identification, TrimsSerialNumbers) {
     EXPECT_EQ(result, c.stored == nullptr ? -1 : 0) << c.field;
     EXPECT_STREQ(entry.serialNo, c.stored == nullptr ? "before" : c.stored);
     EXPECT_EQ(entry.serialNoLength, std::strlen(entry.serialNo));
-  }
-}
-
-TEST_F(Identification, RaidLevelFollowsFaultToleranceAndMembers) {
-  const std::tuple<int, int, int> kLevels[] = {{0, 4, 0}, {1, 4, 4}, {2, 2, 1}, {2, 3, 64},  {2, 4, 64},
-                                               {3, 4, 5}, {4, 4, 5}, {5, 4, 6}, {6, 4, 255}, {0xFFFF, 4, 255}};
-  for (const auto& [tolerance, members, level] : kLevels) {
-    vlexSenseConfiguration reply = {};
-    reply.faultTolerance = static_cast<uint16_t>(tolerance);
-    reply.LogicalUnitPhysicalDriveCount = static_cast<uint16_t>(members);
-    EXPECT_EQ(PUBLISHED(OrvaInfo_RAIDLevel)(&reply), level) << tolerance;
   }
 }
 

@@ -1,5 +1,4 @@
 // The topology file: what is wrong in one is refused with the place and the reason, and nothing is loaded then.
-#include <algorithm>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -78,22 +77,6 @@ TEST_F(Topology, RefusesTextThatIsNoJson) {
 TEST_F(Topology, KeepsTheModelWhenAFileIsRefused) {
   EXPECT_NE(host->loadText("{}", "bad.json"), std::nullopt);
   EXPECT_EQ(host->topology().controllers.at(0).drives.size(), 3U);
-}
-
-TEST_F(Topology, TakesTheBuiltInOneAndTheExamples) {
-  EXPECT_EQ(host->loadText(host->builtInTopology(), "built-in"), std::nullopt);
-  const auto controllers = host->topology().controllers;
-  ASSERT_EQ(controllers.size(), 2U);
-  EXPECT_EQ(std::count_if(controllers[0].volumes.begin(), controllers[0].volumes.end(),
-                          [](const auto& volume) { return volume.external; }),
-            1);
-  EXPECT_EQ(host->loadFile(DMU_SOURCE_DIR "/examples/faulty-topology.json"), std::nullopt);
-  ASSERT_EQ(host->loadFile(DMU_SOURCE_DIR "/examples/large-topology.json"), std::nullopt);
-  const auto large = host->topology().controllers.at(0);
-  EXPECT_EQ(large.volumes.size(), 20U);
-  EXPECT_EQ(large.drives.size(), 1100U);
-  EXPECT_EQ(std::count_if(large.drives.begin(), large.drives.end(), [](const auto& drive) { return drive.exposed; }),
-            100);
 }
 
 }  // namespace
