@@ -13,17 +13,10 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
 "$buildDir/dmu-host" --man >"$folder/dmu-host.1"
-{
-  printf 'title: dmu-topology\nsection: 5\n\n'
-  # Headings name the page's sections; links lead nowhere from a page.
-  sed -E -e 's/^# .*/# NAME\n\ndmu-topology - the topology file of the simulated host\n\n# DESCRIPTION/' \
-    -e 's/^## /# /' -e 's/\[([^]]*)\]\([^)]*\)/\x60\1\x60/g' "$project/docs/topology.md"
-} | lowdown -s -tman --out-no-smarty | sed -e '/^\.\\"/d' -e 's/^\.TE$/.TE\n.sp/' >"$folder/dmu-topology.5"
+awk -f "$project/docs/man/dmu-topology.awk" "$project/docs/topology.md" >"$folder/dmu-topology.5"
 
 for page in dmu-host.1 dmu-topology.5; do
-  # Narrow columns of a table cannot be adjusted, which is no mistake.
-  MANROFFSEQ=t LC_ALL=C.UTF-8 man --warnings -Tutf8 -l "$folder/$page" 2>&1 >"$folder/text" |
-    grep -v 'cannot adjust line' >"$folder/warnings" || true
+  LC_ALL=C.UTF-8 man --warnings -Tutf8 -l "$folder/$page" 2>"$folder/warnings" >"$folder/text" || true
   if [[ -s $folder/warnings || ! -s $folder/text ]]; then
     echo "$page:"
     cat "$folder/warnings"
