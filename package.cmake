@@ -29,6 +29,10 @@ set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "Plugin that manages the disks behind a RA
  simulated host on which both run on any machine.")
 set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
 set(CPACK_DEBIAN_PACKAGE_SECTION admin)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6-i386 (>= 2.36), lib32gcc-s1, lib32stdc++6 (>= 12)")
+# It runs with the libraries that it was built with, or later ones.
+file(STRINGS /usr/include/features.h glibc REGEX "define[ \t]+__GLIBC_MINOR__")
+string(REGEX MATCH "[0-9]+" glibc "${glibc}")
+string(REGEX MATCH "^[0-9]+" libstdcxx ${CMAKE_CXX_COMPILER_VERSION})
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libc6-i386 (>= 2.${glibc}), lib32gcc-s1, lib32stdc++6 (>= ${libstdcxx})")
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 include(CPack)

@@ -12,9 +12,9 @@ cpack --config "$build/CPackConfig.cmake" -B "$work" >"$work/log" || {
   exit 1
 }
 dpkg-deb --extract "$work"/*.deb "$work/tree"
-dpkg-deb --info "$work"/*.deb | grep -E '^ (Architecture|Depends):' | diff - <(cat <<'FIELDS'
+dpkg-deb --info "$work"/*.deb | grep -E '^ (Architecture|Depends):' | diff - <(cat <<FIELDS
  Architecture: amd64
- Depends: libc6-i386 (>= 2.36), lib32gcc-s1, lib32stdc++6 (>= 12)
+ Depends: libc6-i386 (>= $(getconf GNU_LIBC_VERSION | cut -d ' ' -f 2)), lib32gcc-s1, lib32stdc++6 (>= $(g++ -dumpversion))
 FIELDS
 )
 (cd "$work/tree" && find . ! -type d | grep -vE '/(docs|examples)/' | sort) | diff - <(cat <<'FILES'
