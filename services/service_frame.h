@@ -55,8 +55,8 @@ template <typename BeforeLookup, typename Service>
 
 template <typename Service>
 [[nodiscard]] int withDevice(CtrlDevInfo& handle, std::string& error, Service service) {
-  return withDevice(
-      handle, error, [](OrvaInfo&) {}, service);
+  const auto nothingBefore = [](OrvaInfo&) {};
+  return withDevice(handle, error, nothingBefore, service);
 }
 
 /// What two services answer for an entry that the lookup never returns.

@@ -19,8 +19,7 @@ struct Field {
   uint32_t offset;
   uint32_t size;
 };
-#define FIELD(layout, field) \
-  { offsetof(wire::layout, field), sizeof(wire::layout::field) }
+#define FIELD(layout, field) Field({offsetof(wire::layout, field), sizeof(wire::layout::field)})
 
 /// One reply: its fields that are read, and what the host gets when no more than `cut` bytes arrive.
 struct Reply {

@@ -160,7 +160,7 @@ TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
   for (const simulator::FaultReport& fault : host.faults()) hits.push_back(fault.hits);
   EXPECT_THAT(hits, ElementsAre(1, 0, 3));
 
-  struct stat unused {};
+  struct stat unused = {};
   host.clearFaults();
   host.addFault({.call = "open", .device = "volume0", .action = FaultAction::error, .value = EACCES});
   EXPECT_EQ(open("volume0")->serialNumber, "");

@@ -33,7 +33,7 @@ void switchOff() {
 }
 
 bool isOn() {
-  struct stat status {};
+  struct stat status = {};
   return lstat(kTraceFile, &status) == 0;
 }
 

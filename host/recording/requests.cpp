@@ -118,7 +118,7 @@ size_t bytesWritten(const wire::PassthruRecord& record) {
 
 std::optional<Request> openChannelRequest(const void* signature, uint64_t reserved) {
   if (signature == nullptr || reserved != 0) return std::nullopt;
-  wire::InterfaceSignature interface {};
+  wire::InterfaceSignature interface = {};
   std::memcpy(&interface, signature, sizeof(interface));
   if (interface.callbacks == nullptr || interface.callbackCount > kMostCallbacks) return std::nullopt;
   return Request{kOpenChannel,
