@@ -7,7 +7,14 @@
 //
 // Threads: the six operations of all handles run one at a time, in whatever threads they are called; one that waits
 // for more than 10 seconds fails. DmuPluginInit, open and close may run at any time. A handle must not be closed while
-// an operation on it runs.
+// an operation on it runs or waits, and no operation may run or wait once dlclose or exit begins. A thread that is
+// cancelled ends after its call; threads of the asynchronous cancel type may not call. errno stays as it was.
+//
+// Time: an open takes up to the disk's 20 seconds, an operation as long as its controller. What operations tell may be
+// 30 seconds old by the wall clock. Of one controller 1,088 devices are known, volumes first; the rest is not found.
+//
+// Processes: operations may start the host's module loader, wait for it and raise SIGCHLD. After a fork during an
+// operation the child's operations fail, for good. docs/boundary.md, "Processes, signals, time", has the whole of it.
 #pragma once
 
 #include <cstddef>
@@ -71,7 +78,7 @@ struct DmuDeviceInfo {
   uint32_t raidLevel;
 };
 
-/// One drive's temperatures in degrees Celsius, as the drive reports them to its controller.
+/// One drive's temperatures as the controller reports them; drives report degrees Celsius, and 0 or 255 for unknown.
 struct DriveTemperature {
   uint8_t currentTemperature;
   uint8_t maximumTemperature;
@@ -91,7 +98,7 @@ using DmuOpenDevice = int32_t (*)(const char* hba, uint32_t channel, uint32_t ta
                                   uint16_t subDeviceId, uint8_t reserved, uint32_t physicalSlot, CtrlDevInfo** out);
 
 /// Opens a handle and reads the disk's serial number, by which physical disks are found. A serial number that cannot be
-/// read does not fail the open.
+/// read does not fail the open, but a physical disk is not found by such a handle: open it anew when its node is back.
 ///
 /// @param info  borrowed for the call
 /// @param out   as for DmuOpenDevice
@@ -104,7 +111,7 @@ using DmuCloseDevice = void (*)(CtrlDevInfo* handle);
 // The six operations. Each returns -1 for failure, with a one-line text in `error` unless the operation's own comment
 // says otherwise: "Invalid handle!", "Mutex lock error: " and the system's text, "Failed to open controller." or
 // "Device is not found."; a text replaces what `error` held. A result of -1 without a new text can also mean that
-// memory ran out.
+// memory ran out, so clear `error` before a call: what it holds afterwards is then this call's.
 
 /// Operation 0: what the device is.
 /// @return 0, or -1; a null `deviceInfo` gives -1 with no text
@@ -119,7 +126,8 @@ using DmuSetDriveLEDState = int32_t (*)(CtrlDevInfo* handle, uint32_t state, uin
 /// Operations 2 and 3: switch the write cache of the volume on or off; for a physical disk the setting is the whole
 /// controller's.
 /// @return 1 for a disk, the number of member drives for a volume; -1 or a command's other nonzero result on failure
-///         (no text when a command failed or the volume is external)
+///         (no text when a command failed or the volume is external). A positive result cannot tell success from a
+///         driver status of that value.
 using DmuSetCache = int32_t (*)(CtrlDevInfo* handle, std::string& error);
 
 /// Operation 4: temperatures of the disk, or of the volume's member drives in the order of their location texts.

@@ -1,0 +1,137 @@
+// What happens around a call: forks, steps of the clock, children, nodes that come back, and what the trace file can
+// be.
+#include <csignal>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+#include "tests/scenario.h"
+#include "tests/services_fixture.h"
+
+namespace {
+
+using simulator::FaultAction;
+namespace fs = std::filesystem;
+
+class HostEnvironment : public Services {
+ protected:
+  HostEnvironment() { fs::create_directory(folder_); }
+  ~HostEnvironment() override { fs::remove_all(folder_); }
+
+  int32_t askInfo(CtrlDevInfo* handle) {
+    DmuDeviceInfo info{};
+    return plugin->getDeviceInfo(handle, &info, error);
+  }
+
+  /// Opens and closes a handle with the trace going to the file of that name in the test's folder.
+  void traceTo(const std::string& name) {
+    hostCalls.traceFile = folder_ + "/" + name;
+    hostCalls.traceOn = true;
+    const simulator::HostDisk first = host.disks().front();
+    const DmuDeviceOpenInfo info = openInfoOf(first);
+    CtrlDevInfo* handle = nullptr;
+    EXPECT_EQ(plugin->openDeviceV2(&info, &handle), 0);
+    plugin->closeDevice(handle);
+    hostCalls.traceOn = false;
+  }
+
+  std::string folder_ = testing::TempDir() + "dmu-environment." + std::to_string(getpid());
+};
+
+TEST_F(HostEnvironment, AChildOfAForkDuringAnOperationNeverGetsTheLock) {
+  pid_t child = -1;
+  hostCalls.now = 1000;  // long ago, so that the child's deadline is over at once
+  hostCalls.before = [&](const char* command) {
+    if (std::strcmp(command, "identifyController") != 0) return;
+    child = fork();
+    if (child != 0) return;
+    hostCalls.before = nullptr;
+    const Outcomes outcomes = callAll(*plugin, volume);
+    const bool allFail = std::all_of(outcomes.begin(), outcomes.end(), [](const Outcome& outcome) {
+      return outcome.result == -1 && outcome.text.rfind("Mutex lock error: ", 0) == 0;
+    });
+    _exit(allFail ? 0 : 1);
+  };
+  EXPECT_EQ(askInfo(volume), 0) << "the parent goes on";
+  int status = -1;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(HostEnvironment, ASnapshotIsAsOldAsTheWallClockSays) {
+  struct {
+    int64_t now;
+    bool isNew;
+  } const kSteps[] = {{5000, true}, {5030, false}, {2000, false}, {5031, true}, {1000, false}, {9000, true}};
+  for (const auto& step : kSteps) {
+    hostCalls.now = step.now;
+    ASSERT_EQ(askInfo(volume), 0);
+    EXPECT_EQ(!sentOpcodes().empty(), step.isNew) << step.now;
+  }
+}
+
+TEST_F(HostEnvironment, ANewSnapshotRunsTheModuleLoaderOnceForEachLocalVolumeWhateverBecomesOfTheChild) {
+  controller.volumes = {model::volume(0, {2}), model::volume(3, {3}), model::volume(5, {}), model::volume(9, {10})};
+  controller.volumes[2].external = true;
+  std::swap(controller.volumes[2], controller.volumes[3]);
+  host.load(model::topology(controller));
+  hostCalls.recording = hostCalls.runModuleLoader = true;
+  std::signal(SIGCHLD, SIG_IGN);
+  EXPECT_EQ(askInfo(volume), 0);
+  std::signal(SIGCHLD, SIG_DFL);
+  EXPECT_EQ(std::count_if(hostCalls.made.begin(), hostCalls.made.end(),
+                          [](const PluginCall& call) { return call.is("popen"); }),
+            3);
+}
+
+TEST_F(HostEnvironment, ADiskThatWasOpenedWithoutItsNodeIsFoundOnceItIsOpenedAnew) {
+  hostCalls.diskAnswer = [](sg_io_hdr&) { return -1; };
+  CtrlDevInfo* early = open("disk5");
+  hostCalls.diskAnswer = nullptr;
+  EXPECT_EQ(askInfo(early), -1);
+  EXPECT_EQ(error, "Device is not found.");
+  EXPECT_EQ(askInfo(open("disk5")), 0);
+}
+
+TEST_F(HostEnvironment, ADriverStatusCanLookLikeANumberOfDrives) {
+  warm();
+  host.addFault({.call = "setCacheConfiguration", .action = FaultAction::driverStatus, .value = 3});
+  EXPECT_EQ(plugin->cacheOff(volume, error), 3) << "the volume has three drives";
+  EXPECT_TRUE(host.state()[0].volumes[0].volume.cacheOn) << "and nothing was switched";
+  EXPECT_EQ(error, "before");
+}
+
+TEST_F(HostEnvironment, TheTraceFileMayBeAnything) {
+  fs::create_symlink("elsewhere", folder_ + "/link");
+  traceTo("link");
+  EXPECT_GT(fs::file_size(folder_ + "/elsewhere"), 100u);
+
+  fs::create_directory(folder_ + "/directory");
+  traceTo("directory");
+  EXPECT_TRUE(fs::is_empty(folder_ + "/directory"));
+
+  mkfifo((folder_ + "/fifo").c_str(), 0600);
+  std::string read;
+  std::thread reader([&] {
+    for (std::string line; read.find("CloseDevice: ") == std::string::npos;) {
+      std::ifstream fifo(folder_ + "/fifo");
+      while (std::getline(fifo, line)) read += line;
+    }
+  });
+  traceTo("fifo");
+  reader.join();
+  EXPECT_NE(read.find("openDevice: hba=vmhba1"), std::string::npos);
+
+  constexpr uintmax_t kLongest = 0x7FFFFFFF;
+  std::ofstream(folder_ + "/long").close();
+  fs::resize_file(folder_ + "/long", kLongest);
+  traceTo("long");
+  EXPECT_EQ(fs::file_size(folder_ + "/long") > kLongest, sizeof(off_t) > 4) << "takes no more lines";
+}
+
+}  // namespace
