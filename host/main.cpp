@@ -10,8 +10,8 @@ namespace host {
 namespace {
 
 /// Names the shape of the document; the version rises when a key changes its meaning or goes.
-constexpr const char* kFormat = "dmu-host";
-constexpr int kVersion = 1;
+constexpr const char* kDocumentFormat = "dmu-host";
+constexpr int kDocumentVersion = 1;
 
 Outcome runCommand(Command& command, Session& session) {
   Outcome outcome;
@@ -31,7 +31,7 @@ Outcome runCommand(Command& command, Session& session) {
 }
 
 void writeDocument(const Command& command, Session& session, const Outcome& outcome) {
-  Json document = {{"format", kFormat}, {"version", kVersion}, {"command", command.name()}};
+  Json document = {{"format", kDocumentFormat}, {"version", kDocumentVersion}, {"command", command.name()}};
   session.report().addTo(document);
   session.addTo(document);
   document.update(outcome.json);

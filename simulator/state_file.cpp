@@ -11,8 +11,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kFormat = "dmu-simulated-host-state";
-constexpr int kVersion = 1;
+constexpr const char* kStateFormat = "dmu-simulated-host-state";
+constexpr int kStateVersion = 1;
 
 json controllerState(const ControllerModel& controller) {
   const BlinkState& blink = controller.blink.state();
@@ -40,9 +40,9 @@ bool restoreController(const json& state, ControllerModel& controller) {
 }
 
 std::optional<std::string> restoreAll(const json& document, std::vector<ControllerModel>& controllers) {
-  if (!document.is_object() || document.value("format", "") != kFormat) return "not a state of the simulated host";
-  if (document.value("version", 0) != kVersion)
-    return "a state of another version; this program knows version " + std::to_string(kVersion);
+  if (!document.is_object() || document.value("format", "") != kStateFormat) return "not a state of the simulated host";
+  if (document.value("version", 0) != kStateVersion)
+    return "a state of another version; this program knows version " + std::to_string(kStateVersion);
 
   std::vector<ControllerModel> restored = controllers;
   for (const auto& [hba, state] : document.at("controllers").items()) {
@@ -61,7 +61,7 @@ std::optional<std::string> restoreAll(const json& document, std::vector<Controll
 std::string stateText(const std::vector<ControllerModel>& controllers) {
   json states = json::object();
   for (const ControllerModel& controller : controllers) states[controller.config.hba] = controllerState(controller);
-  return json{{"format", kFormat}, {"version", kVersion}, {"controllers", states}}.dump(
+  return json{{"format", kStateFormat}, {"version", kStateVersion}, {"controllers", states}}.dump(
              2, ' ', false, json::error_handler_t::replace) +
          "\n";
 }

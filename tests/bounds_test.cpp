@@ -8,8 +8,6 @@ namespace {
 
 using simulator::FaultAction;
 
-constexpr int32_t kInvalidData = 0x22;  // the driver's: settings that do not fit the controller
-
 using Lose = void (*)(ExpectedOutcomes&);
 
 /// A change to the controller or to its replies, and what the host gets then.

@@ -2,6 +2,7 @@
 // of it. Every loss is worked out from what the operations promise, not from how the plugin works.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 
 inline constexpr char kOpenFails[] = "Failed to open controller.";
 inline constexpr char kNotFound[] = "Device is not found.";
+inline constexpr int32_t kInvalidData = 0x22;  // the driver's: settings that do not fit the controller
 
 class ExpectedOutcomes {
  public:

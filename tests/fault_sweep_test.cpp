@@ -4,6 +4,7 @@
 #include <cstring>
 #include <set>
 
+#include "tests/expected_outcomes.h"
 #include "tests/failed_calls.h"
 
 namespace {
@@ -198,7 +199,6 @@ TEST_P(FaultSweep, NothingFails) {
                        {1, "before", "off"},
                        {1, "before", "30/60"},
                        {1, "before", "port:box:bay 1I:1:5"}};
-  constexpr int32_t kInvalidData = 0x22;  // the driver's: new cache settings do not fit the controller
   if (GetParam() == std::string("AskedTwice")) {
     for (const Operation cache : {kCacheOn, kCacheOff}) expected[kVolume + cache] = {kInvalidData, "before", "off"};
   }

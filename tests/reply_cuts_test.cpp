@@ -13,8 +13,6 @@ namespace wire = simulator::wire;
 using simulator::FaultAction;
 using simulator::FaultRule;
 
-constexpr int32_t kInvalidData = 0x22;  // the driver's: settings that do not fit the controller
-
 struct Field {
   uint32_t offset;
   uint32_t size;

@@ -24,19 +24,19 @@ void expectSwitched(Trial& trial, const Subject& subject, const std::string& cac
   }
 }
 
-void volume(Trial& trial) {
+void switchesVolumes(Trial& trial) {
   for (const Subject& subject : trial.subjects(Kind::volume)) {
     expectSwitched(trial, subject, volumeCacheName(*subject.volume));
   }
 }
 
-void disk(Trial& trial) {
+void switchesControllers(Trial& trial) {
   for (const Subject& subject : trial.subjects(Kind::disk)) {
     expectSwitched(trial, subject, controllerCacheName(subject.disk.hba));
   }
 }
 
-void externalVolume(Trial& trial) {
+void refusesExternalVolumes(Trial& trial) {
   for (const Subject& subject : trial.subjects(Kind::externalVolume)) {
     const Handle handle = trial.open(subject.disk);
     const std::vector<std::string> before = cachesOn(trial.simulatedHost());
@@ -52,17 +52,18 @@ void externalVolume(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
-    {"cache.volume", "a volume's own cache is switched, and no other", Needs::switching, volume},
-    {"cache.disk", "for a physical disk the cache of its controller's drives is switched", Needs::switching, disk},
+constexpr Rule kCacheRules[] = {
+    {"cache.volume", "a volume's own cache is switched, and no other", Needs::switching, switchesVolumes},
+    {"cache.disk", "for a physical disk the cache of its controller's drives is switched", Needs::switching,
+     switchesControllers},
     {"cache.external-volume", "nothing is switched for an external volume, and the result is -1", Needs::switching,
-     externalVolume},
+     refusesExternalVolumes},
 };
 
 }  // namespace
 
 std::span<const Rule> cacheRules() {
-  return kRules;
+  return kCacheRules;
 }
 
 }  // namespace host::check

@@ -12,9 +12,6 @@ namespace host::check {
 namespace {
 
 constexpr uint8_t kMark = 0xA5;
-constexpr size_t kLocationSize = 50;
-constexpr int32_t kCount = 256;
-constexpr uint16_t kSeconds = 60;
 
 /// What a slot of a location array holds before the call; no plugin can allocate it.
 char slotMark;

@@ -15,6 +15,13 @@ namespace host::check {
 /// What the host's error text holds before a call.
 inline constexpr const char* kErrorBefore = "text from before";
 
+/// What a call asks for where its rule is about something else: room for every drive, a blink time in seconds.
+inline constexpr int32_t kCount = 256;
+inline constexpr uint16_t kSeconds = 60;
+
+inline constexpr uint32_t kVolumeType = 1;   ///< device type in the information record
+inline constexpr size_t kLocationSize = 50;  ///< bytes of a location's buffer
+
 /// An operation's result and what became of the error text.
 struct Answer {
   int32_t result = 0;

@@ -7,7 +7,7 @@
 namespace host::check {
 namespace {
 
-void null(Trial& trial) {
+void nullIsIgnored(Trial& trial) {
   const DmuPluginDescriptor& plugin = trial.plugin();
   noteStep("closing a null handle");
   plugin.closeDevice(nullptr);
@@ -33,8 +33,8 @@ void leavesOtherHandles(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
-    {"close.null", "a null handle is ignored", Needs::anyHost, null},
+constexpr Rule kCloseRules[] = {
+    {"close.null", "a null handle is ignored", Needs::anyHost, nullIsIgnored},
     {"close.frees-the-handle", "opening and closing again and again takes no memory", Needs::anyHost, freesTheHandle},
     {"close.leaves-other-handles", "other handles of the same disk stay good", Needs::anyHost, leavesOtherHandles},
 };
@@ -42,7 +42,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> closeRules() {
-  return kRules;
+  return kCloseRules;
 }
 
 }  // namespace host::check

@@ -30,7 +30,7 @@ void expectReadable(const std::string& field, const char* text) {
          field + ": expected 1 to 255 printable characters and a NUL, there are none");
 }
 
-void texts(Trial& trial) {
+void textsAreShort(Trial& trial) {
   const DmuPluginDescriptor& descriptor = descriptorOf(trial);
   expectReadable("version", descriptor.version);
   expectReadable("name", descriptor.name);
@@ -87,9 +87,9 @@ void stable(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kDescriptorRules[] = {
     {"descriptor.returned", "DmuPluginInit returns a descriptor", Needs::anyHost, returned},
-    {"descriptor.texts", "version and name are short printable texts", Needs::anyHost, texts},
+    {"descriptor.texts", "version and name are short printable texts", Needs::anyHost, textsAreShort},
     {"descriptor.functions", "both opens, close and the six operations are functions", Needs::anyHost, functions},
     {"descriptor.operation-count", "operationCount is 6", Needs::anyHost, operationCount},
     {"descriptor.unused-null", "the unused field and the room behind the fields are null", Needs::anyHost,
@@ -100,7 +100,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> descriptorRules() {
-  return kRules;
+  return kDescriptorRules;
 }
 
 }  // namespace host::check

@@ -81,7 +81,7 @@ void commandFails(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kErrorRules[] = {
     {"errors.untouched-on-success", "a call that succeeds leaves the error text as it was", Needs::anyHost,
      untouchedOnSuccess},
     {"errors.controller-gone", "a controller that fails is reported, and works again when it is back",
@@ -92,7 +92,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> errorRules() {
-  return kRules;
+  return kErrorRules;
 }
 
 }  // namespace host::check

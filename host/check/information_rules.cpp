@@ -7,7 +7,6 @@
 namespace host::check {
 namespace {
 
-constexpr uint32_t kVolumeType = 1;
 constexpr uint32_t kDiskType = 2;
 constexpr uint32_t kUnknownRaidLevel = 255;
 constexpr uint32_t kRaidLevels[] = {0, 1, 4, 5, 6, 64, kUnknownRaidLevel};
@@ -49,7 +48,7 @@ void answers(Trial& trial) {
   }
 }
 
-void volume(Trial& trial) {
+void describesVolumes(Trial& trial) {
   for (const Subject& subject : trial.subjects(Kind::volume)) {
     const Handle handle = trial.open(subject.disk);
     const InformationCall call(trial.plugin(), handle.get());
@@ -97,7 +96,7 @@ void raidLevels(Trial& trial) {
   }
 }
 
-void externalVolume(Trial& trial) {
+void describesExternalVolumes(Trial& trial) {
   for (const Subject& subject : trial.subjects(Kind::externalVolume)) {
     const Handle handle = trial.open(subject.disk);
     const InformationCall call(trial.plugin(), handle.get());
@@ -109,7 +108,7 @@ void externalVolume(Trial& trial) {
   }
 }
 
-void disk(Trial& trial) {
+void describesDisks(Trial& trial) {
   for (const Subject& subject : trial.subjects(Kind::disk)) {
     const Handle handle = trial.open(subject.disk);
     const InformationCall call(trial.plugin(), handle.get());
@@ -120,19 +119,19 @@ void disk(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kInformationRules[] = {
     {"info.answers", "every disk has a type and level, and nothing but the fields is written", Needs::anyHost, answers},
-    {"info.volume", "a volume has its members and RAID level", Needs::simulatedHost, volume},
+    {"info.volume", "a volume has its members and RAID level", Needs::simulatedHost, describesVolumes},
     {"info.raid-levels", "every RAID level has its code", Needs::simulatedHost, raidLevels},
     {"info.external-volume", "an external volume has one member and an unknown level", Needs::simulatedHost,
-     externalVolume},
-    {"info.disk", "a physical disk has its type alone", Needs::simulatedHost, disk},
+     describesExternalVolumes},
+    {"info.disk", "a physical disk has its type alone", Needs::simulatedHost, describesDisks},
 };
 
 }  // namespace
 
 std::span<const Rule> informationRules() {
-  return kRules;
+  return kInformationRules;
 }
 
 }  // namespace host::check

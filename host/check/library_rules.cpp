@@ -38,7 +38,7 @@ void unloads(Trial& trial) {
   askForEverything(trial);
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kLibraryRules[] = {
     {"library.loads", "it loads with all it needs and exports DmuPluginInit", Needs::anyHost, loads},
     {"library.unloads", "after use it can be unloaded and loaded again", Needs::anyHost, unloads},
 };
@@ -46,7 +46,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> libraryRules() {
-  return kRules;
+  return kLibraryRules;
 }
 
 }  // namespace host::check

@@ -16,21 +16,18 @@
 namespace host::check {
 namespace {
 
-constexpr int32_t kCount = 256;
-constexpr size_t kLocationSize = 50;
-
-std::string wordsOf(const Subject& subject, int32_t count) {
+std::string locationCallOf(const Subject& subject, int32_t count) {
   return "location of " + subject.disk.device + " with a count of " + std::to_string(count);
 }
 
 /// @return the texts of a call with room for all
 std::vector<std::string> ask(Trial& trial, const Subject& subject, CtrlDevInfo* handle) {
   const LocationCall call(trial.plugin(), handle, kCount);
-  expectWritten(wordsOf(subject, kCount), call.result, call.written().size());
+  expectWritten(locationCallOf(subject, kCount), call.result, call.written().size());
   return call.texts();
 }
 
-void texts(Trial& trial) {
+void namesThePlaces(Trial& trial) {
   trial.scatterDrives();
   for (const Subject& subject : trial.subjects()) {
     const Handle handle = trial.open(subject.disk);
@@ -66,14 +63,14 @@ void onePerMember(Trial& trial) {
   }
 }
 
-void countBounds(Trial& trial) {
+void countBoundsLocations(Trial& trial) {
   for (const Subject& subject : trial.subjects()) {
     const Handle handle = trial.open(subject.disk);
     const std::vector<std::string> all = ask(trial, subject, handle.get());
     const auto size = static_cast<int32_t>(all.size());
     for (const int32_t count : {INT_MIN, -1, 0, 1, size - 1, size, size + 1, INT_MAX}) {
       const LocationCall call(trial.plugin(), handle.get(), count);
-      const std::string what = wordsOf(subject, count);
+      const std::string what = locationCallOf(subject, count);
       // A disk's one text is written whatever the count is.
       const int32_t expected = subject.kind == Kind::disk ? 1 : std::clamp(count, 0, size);
       expectResult(what, expected, call.result);
@@ -135,13 +132,13 @@ void failedMember(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
-    {"location.texts", "the drives are where they are, sorted by their texts", Needs::simulatedHost, texts},
+constexpr Rule kLocationRules[] = {
+    {"location.texts", "the drives are where they are, sorted by their texts", Needs::simulatedHost, namesThePlaces},
     {"location.format", "the texts are \"port:box:bay PORT:BOX:BAY\", sorted", Needs::anyHost, format},
     {"location.one-per-member", "there is one text a member drive, and none for an external volume", Needs::anyHost,
      onePerMember},
     {"location.count-bounds", "no slot beyond the count is written, and no more than there are drives", Needs::anyHost,
-     countBounds},
+     countBoundsLocations},
     {"location.buffers-are-malloc", "every text has a buffer of 50 bytes that the host can free", Needs::anyHost,
      buffersAreMalloc},
     {"location.failed-member", "a member that the controller's list misses is \"(Failed)\"", Needs::simulatedHost,
@@ -151,7 +148,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> locationRules() {
-  return kRules;
+  return kLocationRules;
 }
 
 }  // namespace host::check

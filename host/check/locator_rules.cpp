@@ -8,7 +8,6 @@ namespace {
 
 constexpr uint32_t kOn = 1;
 constexpr uint32_t kOff = 0;
-constexpr uint16_t kSeconds = 60;
 
 void switchLed(Trial& trial, const Subject& subject, uint32_t state, uint16_t seconds, const std::string& what) {
   const Handle handle = trial.open(subject.disk);
@@ -84,7 +83,7 @@ uint32_t tenthsLeft(Trial& trial, const Subject& subject) {
   return 0;
 }
 
-void seconds(Trial& trial) {
+void blinksAsLongAsAsked(Trial& trial) {
   constexpr uint64_t kStandingClock = 17'000'000'000;
   trial.simulatedHost().setClock([] { return kStandingClock; });
   for (const Subject& subject : switchable(trial)) {
@@ -97,7 +96,7 @@ void seconds(Trial& trial) {
   }
 }
 
-void externalVolume(Trial& trial) {
+void switchesNoExternalVolume(Trial& trial) {
   for (const Subject& subject : trial.subjects(Kind::externalVolume)) {
     const Handle handle = trial.open(subject.disk);
     std::string error = kErrorBefore;
@@ -108,20 +107,20 @@ void externalVolume(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kLocatorRules[] = {
     {"led.switches-the-right-drives", "the disk's drive or all of the volume's members blink, and stop",
      Needs::switching, switchesTheRightDrives},
     {"led.leaves-others", "drives that blink and were not named go on", Needs::switching, leavesOthers},
     {"led.low-bits-of-state", "the low 8 bits of the state count", Needs::switching, lowBitsOfState},
-    {"led.seconds", "the drives blink as long as was asked", Needs::switching, seconds},
+    {"led.seconds", "the drives blink as long as was asked", Needs::switching, blinksAsLongAsAsked},
     {"led.external-volume", "nothing is switched for an external volume, and the result is 0", Needs::switching,
-     externalVolume},
+     switchesNoExternalVolume},
 };
 
 }  // namespace
 
 std::span<const Rule> locatorRules() {
-  return kRules;
+  return kLocatorRules;
 }
 
 }  // namespace host::check

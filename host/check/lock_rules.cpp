@@ -14,13 +14,12 @@ namespace host::check {
 namespace {
 
 using std::chrono::milliseconds;
-using std::chrono::seconds;
 using std::chrono::steady_clock;
 
-constexpr milliseconds kLong{20000};  // longer than the lock's deadline
-constexpr seconds kAtOnce{5};         // what does not wait for the lock returns before
-constexpr seconds kLeastWait{9};      // around the deadline of 10 seconds
-constexpr seconds kMostWait{16};
+constexpr milliseconds kLong{20000};           // longer than the lock's deadline
+constexpr std::chrono::seconds kAtOnce{5};     // what does not wait for the lock returns before
+constexpr std::chrono::seconds kLeastWait{9};  // around the deadline of 10 seconds
+constexpr std::chrono::seconds kMostWait{16};
 
 /// An operation under way in a thread of its own, whose first command takes its time in the driver. It is not waited
 /// for: the process ends with the rule.
@@ -214,7 +213,7 @@ void threadsAtOnce(Trial& trial) {
     expect(complaint.empty(), "four threads at the same time: " + complaint);
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kLockRules[] = {
     {"lock.serialises", "an operation waits until the one under way is done", Needs::simulatedHost, serialises},
     {"lock.times-out", "it gives up after 10 seconds, with the lock's text", Needs::simulatedHost, timesOut, true},
     {"lock.null-handle-does-not-wait", "a null handle is refused while another operation is under way",
@@ -230,7 +229,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> lockRules() {
-  return kRules;
+  return kLockRules;
 }
 
 }  // namespace host::check

@@ -173,7 +173,7 @@ void independentHandles(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kOpenRules[] = {
     {"open.serves", "both functions open every disk of the plugin's driver", Needs::anyHost, serves},
     {"open.foreign-driver", "disks of every other driver are refused and nothing is written", Needs::anyHost,
      foreignDriver},
@@ -192,7 +192,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> openRules() {
-  return kRules;
+  return kOpenRules;
 }
 
 }  // namespace host::check

@@ -57,7 +57,7 @@ void unknownDevice(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kOperationRules[] = {
     {"operations.null-handle", "each refuses a null handle with its text and asks no controller", Needs::anyHost,
      nullHandle},
     {"operations.null-output", "a null record or array is refused without a text", Needs::anyHost, nullOutput},
@@ -70,7 +70,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> operationRules() {
-  return kRules;
+  return kOperationRules;
 }
 
 }  // namespace host::check

@@ -105,7 +105,7 @@ void memoryGivenBack(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kResourceRules[] = {
     {"channel.closed-after-each-call", "no operation leaves a channel to the driver open", Needs::simulatedHost,
      channelClosed},
     {"channel.does-not-pile-up", "controllers that cannot be opened leave one channel open at most",
@@ -119,7 +119,7 @@ constexpr Rule kRules[] = {
 }  // namespace
 
 std::span<const Rule> resourceRules() {
-  return kRules;
+  return kResourceRules;
 }
 
 }  // namespace host::check

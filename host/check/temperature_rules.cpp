@@ -8,9 +8,7 @@
 namespace host::check {
 namespace {
 
-constexpr int32_t kCount = 256;
-
-std::string wordsOf(const Subject& subject, int32_t count) {
+std::string temperatureCallOf(const Subject& subject, int32_t count) {
   return "temperature of " + subject.disk.device + " with a count of " + std::to_string(count);
 }
 
@@ -28,21 +26,21 @@ void values(Trial& trial) {
     const Handle handle = trial.open(subject.disk);
     const TemperatureCall call(trial.plugin(), handle.get(), kCount);
     const auto expected = expectedTemperatures(subject);
-    expectResult(wordsOf(subject, kCount), static_cast<int32_t>(expected.size()), call.result);
-    expectList(wordsOf(subject, kCount), textsOf(expected), textsOf(call.written()));
+    expectResult(temperatureCallOf(subject, kCount), static_cast<int32_t>(expected.size()), call.result);
+    expectList(temperatureCallOf(subject, kCount), textsOf(expected), textsOf(call.written()));
   }
 }
 
-void countBounds(Trial& trial) {
+void countBoundsTemperatures(Trial& trial) {
   for (const Subject& subject : trial.subjects()) {
     const Handle handle = trial.open(subject.disk);
     const TemperatureCall all(trial.plugin(), handle.get(), kCount);
-    expectWritten(wordsOf(subject, kCount), all.result, all.written().size());
+    expectWritten(temperatureCallOf(subject, kCount), all.result, all.written().size());
     const std::vector<std::string> records = textsOf(all.written());
     const auto size = static_cast<int32_t>(records.size());
     for (const int32_t count : {INT_MIN, -1, 0, 1, size - 1, size, size + 1, INT_MAX}) {
       const TemperatureCall call(trial.plugin(), handle.get(), count);
-      const std::string what = wordsOf(subject, count);
+      const std::string what = temperatureCallOf(subject, count);
       // A disk's one record is written whatever the count is.
       const int32_t expected = subject.kind == Kind::disk ? 1 : std::clamp(count, 0, size);
       expectResult(what, expected, call.result);
@@ -52,17 +50,17 @@ void countBounds(Trial& trial) {
   }
 }
 
-constexpr Rule kRules[] = {
+constexpr Rule kTemperatureRules[] = {
     {"temperature.values", "the drives have their temperatures, in the order of their locations", Needs::simulatedHost,
      values},
     {"temperature.count-bounds", "no record beyond the count is written, and no more than there are drives",
-     Needs::anyHost, countBounds},
+     Needs::anyHost, countBoundsTemperatures},
 };
 
 }  // namespace
 
 std::span<const Rule> temperatureRules() {
-  return kRules;
+  return kTemperatureRules;
 }
 
 }  // namespace host::check

@@ -5,6 +5,7 @@
 #include <exception>
 #include <map>
 
+#include "host/check/calls.h"
 #include "host/isolated_call.h"
 #include "host/open_record.h"
 #include "host/refusal.h"
@@ -13,7 +14,6 @@ namespace host::check {
 namespace {
 
 constexpr const char* kServedDriver = "veltrane";
-constexpr uint32_t kVolumeType = 1;
 constexpr uint32_t kExternalRaidLevel = 255;
 constexpr size_t kMostOfAKind = 4;  // on each controller: large hosts need no more
 

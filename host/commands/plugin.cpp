@@ -94,7 +94,7 @@ std::string joined(const std::vector<std::string>& words) {
   return text.empty() ? kUnknown : text;
 }
 
-std::string orUnknown(const Json& text) {
+std::string textOrUnknown(const Json& text) {
   return text.is_string() ? printable(text.get<std::string>()) : kUnknown;
 }
 
@@ -112,8 +112,8 @@ std::string paragraphOf(const std::string& file, const FileFacts& facts, const L
   const auto add = [&](const std::string& name, const std::string& value) {
     text += "  " + name + std::string(16 - name.size(), ' ') + value + "\n";
   };
-  add("name", orUnknown(loaded.name));
-  add("version", orUnknown(loaded.version));
+  add("name", textOrUnknown(loaded.name));
+  add("version", textOrUnknown(loaded.version));
   add("operations", joined(loaded.operations));
   add("format", formatText(facts.identity));
   add("string layout", layoutText(facts.layout));
