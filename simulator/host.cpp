@@ -22,6 +22,12 @@ constexpr const char* kTopologyVariable = "DMU_TOPOLOGY";
 constexpr const char* kBuiltInName = "built-in topology";
 constexpr const char* kDriver = "veltrane";
 
+/// Null when none is named; an empty name is none.
+const char* topologyOfEnvironment() {
+  const char* file = std::getenv(kTopologyVariable);
+  return file != nullptr && *file != '\0' ? file : nullptr;
+}
+
 std::string because(const std::string& file, const char* what) {
   return file + ": " + what + ": " + std::strerror(errno);
 }
@@ -76,7 +82,7 @@ Host& Host::instance() {
 Host::Host() {
   Topology topology;
   std::optional<std::string> mistake;
-  if (const char* file = std::getenv(kTopologyVariable)) {
+  if (const char* file = topologyOfEnvironment()) {
     mistake = parseFile(file, topology);
   } else {
     mistake = parse(kBuiltInTopology, kBuiltInName, topology);
@@ -246,7 +252,7 @@ namespace {
 /// A module loader command that is run before anything else was asked has to know of the topology in the environment.
 [[gnu::constructor]] void libraryLoaded() {
   ModuleLoader::instance();
-  if (std::getenv(kTopologyVariable) != nullptr) Host::instance();
+  if (topologyOfEnvironment() != nullptr) Host::instance();
 }
 
 }  // namespace
