@@ -6,11 +6,8 @@
 #include <vector>
 
 #include "host/json.h"
+#include "host/option.h"
 #include "host/session.h"
-
-namespace CLI {
-class App;
-}
 
 namespace host {
 
@@ -31,8 +28,8 @@ class Command {
   Command(const Command&) = delete;
   Command& operator=(const Command&) = delete;
 
-  /// Declares the command's own options and arguments, which are stored in this object.
-  virtual void addOptions(CLI::App& app) = 0;
+  /// The command's own options and arguments, which are stored in this object.
+  [[nodiscard]] virtual std::vector<Option> options() { return {}; }
 
   /// Carries the command out.
   /// @throws Refusal  before any device was touched

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 #include <vector>
 
 #include "host/command.h"
@@ -15,11 +14,13 @@ struct CommandLine {
   GlobalOptions options;
   /// One of the commands given, with its own options stored in it; null: there is nothing to run.
   Command* command = nullptr;
-  /// When there is nothing to run: done (help was asked for) or wrong usage.
+  /// What was asked for instead of a run: help, the version, the manual page.
+  std::string text;
+  /// When there is nothing to run: done or wrong usage.
   ExitStatus status = ExitStatus::done;
 };
 
-/// Reads the arguments. Help is written to standard output, wrong usage to standard error.
+/// Reads the arguments. Wrong usage is said on standard error.
 [[nodiscard]] CommandLine readCommandLine(int argc, char** argv, const std::vector<std::unique_ptr<Command>>& commands);
 
 }  // namespace host

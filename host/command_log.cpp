@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 
+#include "host/output.h"
 #include "host/text.h"
 
 namespace host {
@@ -104,8 +105,8 @@ bool CommandLog::holdsBack(const InterceptedCommand& command) {
 
 void CommandLog::passed(InterceptedCommand command) {
   if (show_ == Show::onStandardOutput) {
-    std::printf("%s\n", lineOf(command).c_str());
-    std::fflush(stdout);
+    print(lineOf(command) + "\n");
+    flushOutput();
   }
   commands_.push_back(std::move(command));
 }

@@ -1,10 +1,7 @@
 // dmu-host, the reference host: reads the command line, carries out one command and writes its result as text or as a
 // JSON document.
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-
 #include "host/command_line.h"
+#include "host/output.h"
 
 namespace host {
 namespace {
@@ -36,14 +33,19 @@ void writeDocument(const Command& command, Session& session, const Outcome& outc
   session.addTo(document);
   document.update(outcome.json);
   // Texts come from devices and need not be UTF-8.
-  std::printf("%s\n", document.dump(2, ' ', false, Json::error_handler_t::replace).c_str());
+  print(document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 /// A result that did not reach its reader is a failure too.
 bool reachedOutput() {
-  if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0) return true;
-  complain(std::string("standard output: ") + std::strerror(errno));
-  return false;
+  const std::string why = whyOutputIsMissing();
+  if (!why.empty()) complain("standard output: " + why);
+  return why.empty();
+}
+
+ExitStatus answer(const CommandLine& line) {
+  print(line.text);
+  return reachedOutput() ? line.status : ExitStatus::failed;
 }
 
 ExitStatus run(Command& command, const GlobalOptions& options) {
@@ -52,7 +54,7 @@ ExitStatus run(Command& command, const GlobalOptions& options) {
   if (options.json) {
     writeDocument(command, session, outcome);
   } else {
-    std::printf("%s", outcome.text.c_str());
+    print(outcome.text);
   }
   const bool written = reachedOutput();
   for (const std::string& place : session.unfiredFaults()) complain("fault rule at " + place + " never fired");
@@ -68,8 +70,9 @@ ExitStatus run(Command& command, const GlobalOptions& options) {
 }  // namespace host
 
 int main(int argc, char** argv) {
+  host::prepareStandardStreams();
   const auto commands = host::allCommands();
   const host::CommandLine line = host::readCommandLine(argc, argv, commands);
-  const host::ExitStatus status = line.command == nullptr ? line.status : host::run(*line.command, line.options);
+  const host::ExitStatus status = line.command == nullptr ? host::answer(line) : host::run(*line.command, line.options);
   return static_cast<int>(status);
 }

@@ -1,7 +1,7 @@
 // Words the command line as a manual page.
 #include "host/manual_page.h"
 
-#include <CLI/CLI.hpp>
+#include "host/help.h"
 
 namespace host {
 namespace {
@@ -30,17 +30,15 @@ std::string italic(const std::string& text) {
   return text.empty() ? "" : " \\fI" + plain(text) + "\\fR";
 }
 
-/// The options and arguments of a command, or of all commands; that each has help is said once.
-std::string optionsOf(const CLI::App& app) {
-  const auto isShown = [&app](const CLI::Option* option) {
-    const bool isHelpOfCommand = app.get_parent() != nullptr && option == app.get_help_ptr();
-    return !option->get_group().empty() && !isHelpOfCommand;
-  };
+std::string paragraphOf(const Option& option) {
+  const std::string words = wordsOf(option);
+  const size_t nameLength = words.size() - (option.valueName.empty() ? 0 : option.valueName.size() + 1);
+  return ".TP\n" + bold(words.substr(0, nameLength)) + italic(option.valueName) + "\n" + plain(helpOf(option)) + "\n";
+}
+
+std::string paragraphsOf(const std::vector<Option>& options) {
   std::string text;
-  for (const CLI::Option* option : app.get_options(isShown)) {
-    const std::string name = option->get_positional() ? option->get_name() : option->get_name(false, true);
-    text += ".TP\n" + bold(name) + italic(option->get_type_name()) + "\n" + plain(option->get_description()) + "\n";
-  }
+  for (const Option& option : options) text += paragraphOf(option);
   return text;
 }
 
@@ -52,16 +50,15 @@ std::string examplesOf(const Command& command) {
 
 }  // namespace
 
-std::string manualPage(const CLI::App& app, const std::vector<std::unique_ptr<Command>>& commands) {
+std::string manualPage(const std::vector<Option>& options, const std::vector<std::unique_ptr<Command>>& commands) {
   std::string text = ".TH DMU\\-HOST 1\n.SH NAME\ndmu\\-host \\- load a storage plugin and show what it answers\n";
   text += ".SH SYNOPSIS\n" + bold("dmu-host") + " [" + "\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n";
-  text += ".SH DESCRIPTION\n" + plain(app.get_description()) + "\n";
-  text += ".SH OPTIONS\nThese may stand before or after the command.\n" + optionsOf(app);
+  text += ".SH DESCRIPTION\n" + plain(kPurpose) + "\n";
+  text += ".SH OPTIONS\nThese may stand before or after the command.\n" + paragraphsOf(options);
   text += ".SH COMMANDS\n";
   for (const auto& command : commands) {
-    const CLI::App& sub = *app.get_subcommand(command->name());
     text += ".SS " + plain(command->name()) + "\n" + plain(command->summary()) + ".\n" + examplesOf(*command) +
-            optionsOf(sub);
+            paragraphsOf(command->options());
   }
   return text +
          ".SH EXIT STATUS\n"

@@ -1,4 +1,4 @@
-// The manual page of the program, made from the command line that it reads.
+// The manual page of the program, made from the tables of options.
 #pragma once
 
 #include <memory>
@@ -9,8 +9,9 @@
 
 namespace host {
 
-/// @param app  the command line, with a subcommand for each of the commands
+/// @param options  of every command
 /// @return the page dmu-host(1) as source for man
-[[nodiscard]] std::string manualPage(const CLI::App& app, const std::vector<std::unique_ptr<Command>>& commands);
+[[nodiscard]] std::string manualPage(const std::vector<Option>& options,
+                                     const std::vector<std::unique_ptr<Command>>& commands);
 
 }  // namespace host

@@ -3,12 +3,13 @@
 
 #include <cstdio>
 
+#include "host/output.h"
 #include "host/text.h"
 
 namespace host {
 
 void complain(const std::string& text) {
-  std::fflush(stdout);
+  flushOutput();
   std::fprintf(stderr, "dmu-host: %s\n", text.c_str());
 }
 
@@ -27,9 +28,12 @@ void Report::refused(const Refusal& refusal) {
 
 void Report::note(const std::string& text) {
   notes_.push_back(text);
-  FILE* stream = forPrograms_ ? stderr : stdout;
-  std::fprintf(stream, "%s\n", text.c_str());
-  std::fflush(stream);
+  if (forPrograms_) {
+    std::fprintf(stderr, "%s\n", text.c_str());
+  } else {
+    print(text + "\n");
+    flushOutput();
+  }
 }
 
 void Report::addTo(Json& document) const {

@@ -14,6 +14,9 @@ namespace host {
 /// result counts drives; the write cache's result is 0 for a volume without drives.
 enum class MustCount { no, yes };
 
+/// What the help says of --dry-run.
+inline constexpr const char* kDryRunHelp = "Read from the controller, but only show what would be written to it";
+
 /// What a switching operation did.
 struct Switched {
   bool done = false;                       ///< the settings were sent and taken; never in a dry run

@@ -42,9 +42,9 @@ Call describe(const ControllerModel& controller, const DecodedCommand& command) 
 }
 
 void fillErrorInfo(wire::PassthruRecord& record, DriverStatus status) {
-  constexpr uint8_t kCheckCondition = 2;
+  constexpr uint8_t kCheckConditionStatus = 2;
   std::fill(std::begin(record.errorInfo), std::end(record.errorInfo), uint8_t{0});
-  if (status != DriverStatus::success) record.errorInfo[0] = kCheckCondition;
+  if (status != DriverStatus::success) record.errorInfo[0] = kCheckConditionStatus;
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // dmu-host cache: switches the write cache of volumes, or of a whole controller.
-#include <CLI/CLI.hpp>
 #include <cstdio>
 #include <set>
 
@@ -41,10 +40,11 @@ class CacheCommand final : public Command {
                 {"dmu-host cache vmhba2:1:1:0 off", "dmu-host cache serial:S7P3X0Q8 on --yes",
                  "dmu-host cache --all off --dry-run"}) {}
 
-  void addOptions(CLI::App& app) override {
-    devices_.addWithSwitchTo(app);
-    app.add_flag("--yes", yes_, "Change the setting of a whole controller without asking");
-    app.add_flag("--dry-run", dryRun_, "Read from the controller, but only show what would be written to it");
+  std::vector<Option> options() override {
+    std::vector<Option> options = devices_.optionsWithSwitch();
+    options.push_back({"--yes", "", "Change the setting of a whole controller without asking", Flag{&yes_}});
+    options.push_back({"--dry-run", "", kDryRunHelp, Flag{&dryRun_}});
+    return options;
   }
 
   [[nodiscard]] Json emptyResult() const override { return {{"dryRun", dryRun_}, {"devices", Json::array()}}; }

@@ -1,7 +1,6 @@
 // dmu-host check: whether a plugin keeps the boundary's contract, rule by rule.
 #include "host/check/check.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 
 #include "host/commands/commands.h"
@@ -61,12 +60,11 @@ class CheckCommand final : public Command {
                 {"dmu-host check", "dmu-host check --plugin ./another-plugin.so lock led.seconds",
                  "dmu-host check --read-only --inventory disks.json"}) {}
 
-  void addOptions(CLI::App& app) override {
-    app.add_option("RULE", names_, "Rules, or groups of rules by the word before the point (default: all)")
-        ->type_name("")
-        ->option_text("...");
-    app.add_flag("--read-only", readOnly_,
-                 "Switch nothing; needed on a real host, where rules that need the simulated one are skipped");
+  std::vector<Option> options() override {
+    return {{"RULE", "", "Rules, or groups of rules by the word before the point (default: all)", Texts{&names_}},
+            {"--read-only", "",
+             "Switch nothing; needed on a real host, where rules that need the simulated one are skipped",
+             Flag{&readOnly_}}};
   }
 
   [[nodiscard]] Json emptyResult() const override { return {{"readOnly", readOnly_}, {"rules", Json::array()}}; }

@@ -148,8 +148,6 @@ class DrivesCommand final : public Command {
       : Command("drives", "Show what the simulated hardware does, box by box",
                 {"dmu-host drives --state state.json", "dmu-host drives --json"}) {}
 
-  void addOptions(CLI::App&) override {}
-
   [[nodiscard]] Json emptyResult() const override { return {{"controllers", Json::array()}}; }
 
   Outcome run(Session& session) override {

@@ -39,7 +39,7 @@ class InfoCommand final : public Command {
                 {"dmu-host info naa.6a1b2c0000000201", "dmu-host info vmhba2:1:1:0 serial:S7P3X0Q8",
                  "dmu-host info --all --json"}) {}
 
-  void addOptions(CLI::App& app) override { devices_.addTo(app); }
+  std::vector<Option> options() override { return devices_.options(); }
 
   Outcome run(Session& session) override {
     Outcome outcome;

@@ -25,8 +25,6 @@ class ListCommand final : public Command {
  public:
   ListCommand() : Command("list", "Show all disks of the host", {"dmu-host list"}) {}
 
-  void addOptions(CLI::App&) override {}
-
   Outcome run(Session& session) override {
     std::vector<DiskRecord> records;
     Json devices = Json::array();

@@ -1,5 +1,4 @@
 // dmu-host locate: switches the locator LEDs of some disks.
-#include <CLI/CLI.hpp>
 #include <ctime>
 #include <map>
 #include <set>
@@ -38,12 +37,12 @@ class LocateCommand final : public Command {
                 {"dmu-host locate vmhba2:1:1:0 on", "dmu-host locate vmhba2:1:1:0 serial:S7P3X0Q8 on --seconds 300",
                  "dmu-host locate --all off", "dmu-host locate bay:2E:2:1 on --dry-run"}) {}
 
-  void addOptions(CLI::App& app) override {
-    devices_.addWithSwitchTo(app);
-    app.add_option("--seconds", seconds_, "Blink time, 1 to 65535; one for the whole controller (default: 60)")
-        ->type_name("N")
-        ->check([](const std::string& text) { return isBlinkTime(text) ? "" : "must be a number from 1 to 65535"; });
-    app.add_flag("--dry-run", dryRun_, "Read from the controller, but only show what would be written to it");
+  std::vector<Option> options() override {
+    std::vector<Option> options = devices_.optionsWithSwitch();
+    options.push_back({"--seconds", "N", "Blink time, 1 to 65535; one for the whole controller (default: 60)",
+                       Number{&seconds_, 1, kLongestBlink}});
+    options.push_back({"--dry-run", "", kDryRunHelp, Flag{&dryRun_}});
+    return options;
   }
 
   [[nodiscard]] Json emptyResult() const override {
@@ -72,13 +71,7 @@ class LocateCommand final : public Command {
   }
 
  private:
-  static bool isBlinkTime(const std::string& text) {
-    const bool isNumber =
-        !text.empty() && text.size() <= 5 && text.find_first_not_of("0123456789") == std::string::npos;
-    return isNumber && std::stoi(text) >= 1 && std::stoi(text) <= kLongestBlink;
-  }
-
-  [[nodiscard]] uint16_t seconds() const { return static_cast<uint16_t>(std::stoi(seconds_)); }
+  [[nodiscard]] uint16_t seconds() const { return static_cast<uint16_t>(seconds_); }
 
   Located locate(Session& session, OpenedDisk& opened, ControllerBlink& controller) const {
     const size_t before = session.commands().size();
@@ -152,7 +145,7 @@ class LocateCommand final : public Command {
   }
 
   DeviceArguments devices_;
-  std::string seconds_ = "60";
+  int seconds_ = 60;
   bool dryRun_ = false;
 };
 

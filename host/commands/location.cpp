@@ -13,7 +13,7 @@ class LocationCommand final : public Command {
       : Command("location", "Show where the drives of some disks sit",
                 {"dmu-host location vmhba2:1:1:0", "dmu-host location --all --json"}) {}
 
-  void addOptions(CLI::App& app) override { devices_.addTo(app); }
+  std::vector<Option> options() override { return devices_.options(); }
 
   Outcome run(Session& session) override {
     TextTable table({"DEVICE", "PORT:BOX:BAY"});

@@ -1,5 +1,4 @@
 // dmu-host plugin: what a plugin is, by its file and by what it says once loaded, and why it does not load here.
-#include <CLI/CLI.hpp>
 
 #include "host/commands/commands.h"
 #include "host/elf_file.h"
@@ -145,8 +144,8 @@ class PluginCommand final : public Command {
       : Command("plugin", "Show what a plugin is, and whether it loads here",
                 {"dmu-host plugin", "dmu-host plugin ./another-plugin.so"}) {}
 
-  void addOptions(CLI::App& app) override {
-    app.add_option("FILE", file_, "The plugin (default: that of --plugin)")->type_name("");
+  std::vector<Option> options() override {
+    return {{"FILE", "", "The plugin (default: that of --plugin)", Text{&file_}}};
   }
 
   [[nodiscard]] Json emptyResult() const override { return {{"pluginFile", nullptr}}; }

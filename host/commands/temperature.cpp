@@ -62,7 +62,7 @@ class TemperatureCommand final : public Command {
       : Command("temperature", "Show how warm the drives of some disks are, in degrees Celsius",
                 {"dmu-host temperature vmhba2:1:1:0", "dmu-host temperature --all --json"}) {}
 
-  void addOptions(CLI::App& app) override { devices_.addTo(app); }
+  std::vector<Option> options() override { return devices_.options(); }
 
   Outcome run(Session& session) override {
     TextTable table({"DEVICE", "PORT:BOX:BAY", "CURRENT C", "MAXIMUM C"});

@@ -1,5 +1,4 @@
 // dmu-host trace: switches the plugin's trace on and off by its flag file, and shows what was traced.
-#include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -57,11 +56,9 @@ class TraceCommand final : public Command {
       : Command("trace", "Switch the plugin's trace on or off, or show what was traced",
                 {"dmu-host trace on", "dmu-host trace show", "dmu-host trace off"}) {}
 
-  void addOptions(CLI::App& app) override {
-    app.add_option("WHAT", what_, "on: begin to trace; off: stop and delete the trace; show: print it")
-        ->type_name("")
-        ->required()
-        ->check(CLI::IsMember({"on", "off", "show"}));
+  std::vector<Option> options() override {
+    return {{"WHAT", "", "on: begin to trace; off: stop and delete the trace; show: print it",
+             Word{&what_, {"on", "off", "show"}}}};
   }
 
   [[nodiscard]] Json emptyResult() const override { return resultOf({}, {}); }

@@ -1,0 +1,74 @@
+// What can stand on the command line, as tables: one for every command and one for all of them. The program reads its
+// arguments by these, and its help and its manual page are made from them.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace host {
+
+/// Given or not.
+struct Flag {
+  bool* target;
+};
+
+/// A flag that is answered with a text instead of a run.
+struct Question {};
+
+/// A text that is not empty.
+struct Text {
+  std::string* target;
+};
+
+/// A whole number in decimal.
+struct Number {
+  int* target;
+  int least;
+  int most;
+};
+
+/// One of a few words. As an argument it has to be given.
+struct Word {
+  std::string* target;
+  std::vector<std::string> words;
+};
+
+/// Any number of texts. Of a command's arguments one at most is such a list.
+struct Texts {
+  std::vector<std::string>* target;
+};
+
+/// An option, or an argument.
+struct Option {
+  std::string name;       ///< "--seconds"; an argument's has no dashes: "DEVICE"
+  std::string valueName;  ///< what stands for an option's value: "FILE"
+  std::string help;       ///< in a line
+  std::variant<Flag, Question, Text, Number, Word, Texts> value;
+  std::string letter = {};                 ///< the short form: "-h"
+  std::string insteadOf = {};              ///< the argument whose place it takes: one of the two has to be given
+  std::vector<std::string> excludes = {};  ///< options that cannot be given beside it
+
+  [[nodiscard]] bool isArgument() const { return !name.starts_with('-'); }
+  [[nodiscard]] bool isFlag() const {
+    return std::holds_alternative<Flag>(value) || std::holds_alternative<Question>(value);
+  }
+  [[nodiscard]] bool isList() const { return std::holds_alternative<Texts>(value); }
+};
+
+/// Something on the command line that the tables do not allow.
+struct WrongUsage : std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+/// The option with its value, "-h,--help" or "--seconds N", or what stands for the argument: "DEVICE...", "on|off".
+[[nodiscard]] std::string wordsOf(const Option& option);
+
+/// The help, and the options that exclude it.
+[[nodiscard]] std::string helpOf(const Option& option);
+
+/// "on, off or show".
+[[nodiscard]] std::string alternatives(const std::vector<std::string>& words);
+
+}  // namespace host
