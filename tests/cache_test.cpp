@@ -16,9 +16,6 @@ class Cache : public PluginTest {
  protected:
   Cache() { hostCalls.now = 5000; }
 
-  OrvaInfo* openCtrl(std::string name) { return PUBLISHED(OrvaInfo_OpenCtrl)(name.data()); }
-  OrvaInfo** slots() { return published<OrvaInfo* [10]>("_ZN11ResourceMgr11ControllersE"); }
-
   /// Opens a controller and checks whether its snapshot was built now.
   OrvaInfo* expectOpened(const std::string& name, bool anew) {
     (void)host.takeCommands();
@@ -116,6 +113,8 @@ class Lookup : public PluginTest {
     add(0x00, "ABCD", 0, 64, 0);
     add(0x00, "ABCE", 0, 65, 0);
     add(0x40, "", 3, 9, 8);
+    add(0x40, "", 7, 7, 7);
+    --info->deviceCount;  // and what an earlier list left behind this one
   }
   void add(uint8_t kind, const char* serial, uint32_t channel, uint32_t target, uint32_t lun) {
     OrvaInfo_Devices& device = info->devices[info->deviceCount++];
@@ -141,7 +140,8 @@ TEST_F(Lookup, FindsVolumesByAddressAndDrivesBySerial) {
   const Sought kSought[] = {
       {"", 1, 0, 0, 0},       {"ABCE", 1, 0, 0, 0},    {"ABCE", 0, 0, 0, 4},     {"ABC", 0, 65, 0, 3},
       {"ABCDE", 0, 0, 0, -1}, {"MASKED", 0, 0, 0, -1}, {"STRANGE", 0, 0, 0, -1}, {"x", 3, 9, 8, 5},
-      {"x", 4, 9, 8, -1},     {"x", 3, 8, 8, -1},      {"x", 3, 9, 9, -1},       {"", 3, 9, 8, -1},
+      {"x", 4, 9, 8, -1},     {"x", 3, 8, 8, -1},      {"x", 3, 9, 9, -1},       {"x", 7, 7, 7, -1},
+      {"", 3, 9, 8, -1},
   };
   hostCalls.traceOn = true;
   for (const auto& [serial, channel, target, lun, found] : kSought) {

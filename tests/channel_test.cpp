@@ -43,15 +43,17 @@ TEST_F(Channel, LaysOutCommandsWithNumbersOfEverySize) {
       {"a length of 32 bits", 0xC3, 0x302, 0x12345678, {0xC3, 2, 0, 0, 0, 0, 0x12, 0x34, 0x56, 0x78}},
       {"another opcode", 0x12, 0xFF, 512, {0x12}},
   };
+  const vlexCmdLunAddress address = {{1, 2, 3, 4, 5, 6, 7, 8}};
   char buffer[1];
   for (const CdbCase& expected : kCases) {
     pqi_ioctl_passthruCmd_struct record = {};
-    EXPECT_EQ(PUBLISHED(OrvaInfo_FillCmd)(expected.opcode, 0, expected.cmdParam, buffer, expected.length,
-                                          &PUBLISHED(controllerAddress), &record),
-              0);
+    EXPECT_EQ(
+        PUBLISHED(OrvaInfo_FillCmd)(expected.opcode, 0, expected.cmdParam, buffer, expected.length, &address, &record),
+        0);
     std::vector<uint8_t> cdb = expected.cdb;
     cdb.resize(sizeof(record.cdb));
     EXPECT_THAT(record.cdb, testing::ElementsAreArray(cdb)) << expected.name;
+    EXPECT_EQ(std::memcmp(&record.lunAddress, &address, sizeof(address)), 0);
     EXPECT_EQ(record.bufferSize, expected.length & 0xFFFF) << expected.name;
   }
 }

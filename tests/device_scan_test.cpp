@@ -1,13 +1,28 @@
 // The list of devices that a scan makes of the controller's reports.
+#include "controller/device_scan.h"
+
 #include <cstring>
 
-#include "tests/discovery_fixture.h"
+#include "channel/management_channel.h"
+#include "tests/host_process.h"
+#include "tests/model.h"
 
 namespace {
 
 using testing::ElementsAre;
 
-class Scan : public Discovery {};
+class Scan : public PluginTest {
+ protected:
+  ~Scan() override { PUBLISHED(OrvaInfo_Cleanup)(); }
+
+  /// Loads a controller and scans it; the channel stays open.
+  void scan(const simulator::Topology& topology) {
+    host.load(topology);
+    info = openCtrl("vmhba1");
+  }
+
+  OrvaInfo* info = nullptr;
+};
 
 TEST_F(Scan, ListsVolumesThenDrivesWithTheirHostAddresses) {
   simulator::Controller controller = model::controller();
@@ -24,7 +39,7 @@ TEST_F(Scan, ListsVolumesThenDrivesWithTheirHostAddresses) {
                     std::to_string(device->target) + ":" + std::to_string(device->lun) + " " + serial);
   }
   EXPECT_THAT(found, ElementsAre("0 1:5:0 ", "1 3:16383:255 ", "0 0:66:0 S2", "0 0:0:0 S6"));
-  EXPECT_EQ(sentOpcodes(), (std::vector{0xC2, 0xC2, 0x10, 0x50, 0x10, 0x50, 0xC3, 0xC3, 0x15, 0x15}));
+  EXPECT_EQ(sentOpcodes(), (std::vector{0x11, 0xC2, 0xC2, 0x10, 0x50, 0x10, 0x50, 0xC3, 0xC3, 0x15, 0x15}));
   EXPECT_THAT(info->devices[3].wwid, testing::Each(0)) << "nothing is left of the drive that is not listed";
 }
 
@@ -54,9 +69,9 @@ TEST_F(Scan, AFullListKeepsTheVolumesAndTheFirstDrives) {
   EXPECT_EQ(info->devices[19].lunAddress.bytes[3], 0x40);
   EXPECT_THAT(info->devices[20].serialNo, testing::StartsWith("S0 "));
   EXPECT_THAT(info->devices[1087].serialNo, testing::StartsWith("S1067 "));
-  EXPECT_TRUE(PUBLISHED(OrvaInfo_DevListIsFull)(info.get()));
+  EXPECT_TRUE(PUBLISHED(OrvaInfo_DevListIsFull)(info));
   EXPECT_TRUE(PUBLISHED(OrvaInfo_DevListIsFull)(nullptr));
-  EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(info.get()), 0) << "a scan of a full list adds nothing";
+  EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(info), 0) << "a scan of a full list adds nothing";
   EXPECT_EQ(info->deviceCount, 1088);
 }
 
@@ -67,9 +82,10 @@ TEST_F(Scan, APhysicalListEndsWithTheResultOfItsLastEntry) {
   } list = {};
   list.report.header.listLength[3] = sizeof(list.entries);
   list.report.header.format = 2;
+  scan(model::topology(model::controller()));
   for (const uint8_t lastType : {uint8_t{4}, uint8_t{5}}) {
     list.entries[1].peripheralDeviceType = lastType;
-    EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListPhysical)(&list.report, info.get(), sizeof(list.entries)),
+    EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListPhysical)(&list.report, info, sizeof(list.entries)),
               lastType == 4 ? 0 : -1);
   }
   EXPECT_EQ(info->deviceCount, 3);
@@ -77,9 +93,10 @@ TEST_F(Scan, APhysicalListEndsWithTheResultOfItsLastEntry) {
 
 TEST_F(Scan, OfAVolumesAddressFourBytesAreKept) {
   vlexCmdLunAddress address = {{1, 2, 3, 0x40, 5, 6, 7, 8}};
+  scan(model::topology(model::controller()));
   OrvaInfo_Devices entry = {};
   std::fill(std::begin(entry.lunAddress.bytes), std::end(entry.lunAddress.bytes), uint8_t{0xFF});
-  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(&address, 1, 0, &entry, info.get()), 0);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(&address, 1, 0, &entry, info), 0);
   EXPECT_THAT(entry.lunAddress.bytes, ElementsAre(1, 2, 3, 0x40, 0, 0, 0, 0xFF));
 }
 

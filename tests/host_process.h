@@ -9,9 +9,13 @@
 #include <string>
 #include <vector>
 
+#include "controller/snapshot_cache.h"
 #include "simulator/simulated_host.h"
 #include "tests/plugin_calls.h"
 #include <dmu/plugin.h>
+
+/// Calls a published function, or names a published global, by its declaration.
+#define PUBLISHED(name) published<std::remove_reference_t<decltype(name)>>(#name)
 
 /// What the daemon tells of a disk when it opens it; the names are the disk's.
 [[nodiscard]] DmuDeviceOpenInfo openInfoOf(const simulator::HostDisk& disk);
@@ -37,6 +41,10 @@ class PluginTest : public testing::Test {
   CtrlDevInfo* open(const std::string& device);
   CtrlDevInfo* open(const simulator::HostDisk& disk);
 
+  /// A controller's snapshot as the plugin keeps it, read anew when it is too old; the channel stays open.
+  OrvaInfo* openCtrl(std::string hba) { return PUBLISHED(OrvaInfo_OpenCtrl)(hba.data()); }
+  OrvaInfo** slots() { return published<OrvaInfo* [10]>("_ZN11ResourceMgr11ControllersE"); }
+
   /// The commands sent since the last call, by BMIC number or opcode.
   std::vector<int> sentOpcodes();
 
@@ -51,9 +59,6 @@ class PluginTest : public testing::Test {
   void* library_ = nullptr;
   std::vector<CtrlDevInfo*> handles_;
 };
-
-/// Calls a published function, or names a published global, by its declaration.
-#define PUBLISHED(name) published<std::remove_reference_t<decltype(name)>>(#name)
 
 /// Whether the plugin's operator new is the test's: the thread sanitizer lets nobody replace its own.
 #ifdef __clang__

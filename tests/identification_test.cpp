@@ -1,9 +1,12 @@
 // What is read of a controller, of a volume and of a drive.
 #include <cstring>
 
+#include "channel/management_channel.h"
+#include "controller/controller_identification.h"
 #include "controller/logical_drive.h"
 #include "controller/physical_drive.h"
-#include "tests/discovery_fixture.h"
+#include "tests/host_process.h"
+#include "tests/model.h"
 
 namespace {
 
@@ -11,14 +14,19 @@ using simulator::FaultAction;
 using testing::ElementsAre;
 using testing::EndsWith;
 
-class Identification : public Discovery {};
+class Identification : public PluginTest {
+ protected:
+  ~Identification() override { PUBLISHED(OrvaInfo_Cleanup)(); }
+};
 
 TEST_F(Identification, OfTheFlagsTheExtendedBlinkArraysAloneChanges) {
   for (const bool takes : {true, false}) {
     simulator::Controller controller = model::controller();
     controller.extendedBlinkArray = takes;
+    host.load(model::topology(controller));
+    OrvaInfo* info = openCtrl("vmhba1");
     info->ctrlFlags = takes ? 0x80 : 0x82;
-    load(model::topology(controller));
+    EXPECT_EQ(PUBLISHED(OrvaInfo_GetInfoFromCtrl)(info), 0);
     EXPECT_EQ(info->ctrlFlags, takes ? 0x82 : 0x80);
   }
 }
@@ -26,16 +34,18 @@ TEST_F(Identification, OfTheFlagsTheExtendedBlinkArraysAloneChanges) {
 TEST_F(Identification, AMemberMapIsReplacedByAGoodReplyAlone) {
   simulator::Controller controller = model::controller();
   controller.volumes = {model::volume(0x102, {0, 9, 255})};
-  load(model::topology(controller));
+  host.load(model::topology(controller));
+  OrvaInfo* info = openCtrl("vmhba1");
+  const size_t blocks = heldByPlugin().blocks;
   OrvaInfo_Devices entry = {};
   entry.lunAddress = {{2, 1, 0, 0x40, 0, 0, 0, 0}};
-  const auto sense = [&] { return PUBLISHED(OrvaInfo_SenseConfiguration)(info.get(), &entry); };
+  const auto sense = [&] { return PUBLISHED(OrvaInfo_SenseConfiguration)(info, &entry); };
   EXPECT_EQ(sense(), 0);
   ASSERT_NE(entry.raidMap, nullptr);
   EXPECT_THAT(std::vector<uint8_t>(entry.raidMap, entry.raidMap + 2), ElementsAre(1, 2));
   EXPECT_EQ(entry.raidMap[31], 0x80);
   EXPECT_EQ(sense(), 0);
-  EXPECT_EQ(heldByPlugin().blocks, 1u) << "the old map was released";
+  EXPECT_EQ(heldByPlugin().blocks, blocks + 1) << "the old map was released";
   for (const uint32_t offset : {260u, 262u}) {
     host.addFault(
         {.call = "senseConfiguration", .count = 1, .action = FaultAction::set, .offset = offset, .bytes = {1}});

@@ -1,6 +1,7 @@
 // What the definitions of the libraries' functions in the tests' executable share.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdio>
 #include <dlfcn.h>
@@ -28,12 +29,8 @@ void forgetBlocks();
 [[nodiscard]] FILE* openTrace(const char* mode);
 
 /// What the plugin has open.
-struct Open {
-  int files;
-  int channels;
-};
-[[nodiscard]] Open openOfPlugin();
-void forgetOpen();
+inline std::atomic<int> openFiles = 0;
+inline std::atomic<int> openChannels = 0;
 
 /// The definition of a function that comes after this executable's own.
 template <typename Function>

@@ -1,7 +1,6 @@
 // The locator LED: which drives are marked, and for how long.
 #include "services/locator_led.h"
 
-#include "channel/management_channel.h"
 #include "tests/services_fixture.h"
 
 namespace {
@@ -27,9 +26,7 @@ TEST_F(Led, MarksBothArraysBelow256AndTheExtendedOneAbove) {
 }
 
 TEST_F(Led, BlinksForADayAtMostAndNotOnAControllerThatTheFixedArrayIsTooShortFor) {
-  warm();
   OrvaInfo& info = snapshot();
-  ASSERT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
   const auto blink = [&](int seconds) {
     return PUBLISHED(OrvaInfo_BlinkDriveTrayLED)(seconds, &info.devices[0], &info, 1);
   };

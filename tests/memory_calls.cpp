@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 #include "tests/interception.h"
@@ -16,14 +17,14 @@ constexpr size_t kLargestBlock = size_t{1} << 30;  // whatever the machine has: 
 class Blocks {
  public:
   void add(const void* block) {
-    const Guard guard(*this);
+    const std::lock_guard guard(busy_);
     if (count_ == std::size(blocks_)) std::abort();
     blocks_[count_++] = block;
   }
   /// @return whether it was there
   bool remove(const void* block) {
     if (count_ == 0) return false;
-    const Guard guard(*this);
+    const std::lock_guard guard(busy_);
     const void** end = blocks_ + count_;
     const void** found = std::find(blocks_, end, block);
     if (found == end) return false;
@@ -35,17 +36,7 @@ class Blocks {
   [[nodiscard]] size_t count() const { return count_; }
 
  private:
-  struct Guard {
-    explicit Guard(Blocks& all) : blocks(all) {
-      while (blocks.busy_.test_and_set(std::memory_order_acquire)) {
-      }
-    }
-    ~Guard() { blocks.busy_.clear(std::memory_order_release); }
-    Guard(const Guard&) = delete;
-    Guard& operator=(const Guard&) = delete;
-    Blocks& blocks;
-  };
-  std::atomic_flag busy_ = ATOMIC_FLAG_INIT;
+  std::mutex busy_;
   std::atomic<size_t> count_ = 0;
   const void* blocks_[4096];
 };

@@ -1,5 +1,4 @@
 // The calls of the platform and of the management library.
-#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -21,21 +20,12 @@ namespace {
 using interception::fails;
 using interception::fromPlugin;
 using interception::next;
+using interception::openChannels;
+using interception::openFiles;
 
 constexpr char kTraceFile[] = "/tmp/veltrane_plugin_debug";
 
-std::atomic<int> openFiles = 0;
-std::atomic<int> openChannels = 0;
-
 }  // namespace
-
-interception::Open interception::openOfPlugin() {
-  return {openFiles, openChannels};
-}
-
-void interception::forgetOpen() {
-  openFiles = openChannels = 0;
-}
 
 extern "C" {
 

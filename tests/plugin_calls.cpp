@@ -96,14 +96,13 @@ bool PluginCall::isOfDriver() const {
 }
 
 Held heldByPlugin() {
-  const interception::Open open = interception::openOfPlugin();
-  return {interception::blocksOfPlugin(), open.files, open.channels};
+  return {interception::blocksOfPlugin(), interception::openFiles, interception::openChannels};
 }
 
 void watchPlugin() {
   dl_iterate_phdr(notePluginRange, nullptr);
   interception::forgetBlocks();
-  interception::forgetOpen();
+  interception::openFiles = interception::openChannels = 0;
 }
 
 void forgetPlugin() {

@@ -33,11 +33,7 @@ struct Sender {
 
 class PublishedFunctions : public Services {
  protected:
-  PublishedFunctions() {
-    warm();
-    drive_ = snapshot().devices[2];
-    EXPECT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
-  }
+  PublishedFunctions() { drive_ = snapshot().devices[2]; }
   ~PublishedFunctions() override { PUBLISHED(OrvaInfo_Cleanup)(); }
 
   std::vector<Sender> senders() {

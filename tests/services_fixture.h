@@ -1,7 +1,6 @@
 // A controller for the tests of the services, with its devices opened.
 #pragma once
 
-#include "controller/snapshot_cache.h"
 #include "tests/host_process.h"
 #include "tests/model.h"
 
@@ -27,14 +26,13 @@ class Services : public PluginTest {
     (void)host.takeCommands();
   }
 
-  /// Opens and reads the snapshot, so that the commands that follow are an operation's own.
-  void warm() {
-    DmuDeviceInfo info{};
-    ASSERT_EQ(plugin->getDeviceInfo(volume, &info, error), 0);
+  /// The snapshot, with the channel open. The commands that follow are an operation's own.
+  OrvaInfo& snapshot() {
+    OrvaInfo* info = openCtrl("vmhba1");
     (void)host.takeCommands();
+    return *info;
   }
-
-  OrvaInfo& snapshot() { return *published<OrvaInfo* [10]>("_ZN11ResourceMgr11ControllersE")[0]; }
+  void warm() { (void)snapshot(); }
 
   simulator::Controller controller = model::controller();
   CtrlDevInfo* volume = nullptr;

@@ -2,10 +2,6 @@
 // lets the blink time run out and applies fault rules as they say.
 #include <array>
 #include <cstring>
-#include <filesystem>
-#include <fstream>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "channel/command.h"
 #include "channel/management_channel.h"
@@ -112,23 +108,6 @@ TEST_F(SimulatedHost, BlinkTimeRunsOutForTheWholeController) {
   EXPECT_THAT(blinking(), ElementsAre(false, false, false));
 }
 
-TEST_F(SimulatedHost, RefusesADamagedStateFileAndKeepsItsState) {
-  const std::string file = testing::TempDir() + "dmu-state." + std::to_string(getpid());
-  ASSERT_EQ(host.useStateFile(file), std::nullopt);
-  EXPECT_EQ(plugin->setDriveLEDState(open("disk5"), 1, 600, error), 1);
-  std::ifstream stream(file);
-  const std::string text{std::istreambuf_iterator<char>(stream), {}};
-  for (const std::string& damaged : {text.substr(0, text.size() / 2), std::string("{}"), std::string("[]")}) {
-    std::ofstream(file) << damaged;
-    const std::optional<std::string> refused = host.useStateFile(file);
-    ASSERT_TRUE(refused.has_value()) << damaged;
-    EXPECT_THAT(*refused, testing::StartsWith(file + ": "));
-    EXPECT_THAT(blinking(), ElementsAre(false, false, true));
-  }
-  std::filesystem::remove(file);
-  (void)host.useStateFile("");
-}
-
 TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
   CtrlDevInfo* volume = open("volume0");
   DmuDeviceInfo info{};
@@ -159,17 +138,6 @@ TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
   std::vector<uint32_t> hits;
   for (const simulator::FaultReport& fault : host.faults()) hits.push_back(fault.hits);
   EXPECT_THAT(hits, ElementsAre(1, 0, 3));
-
-  struct stat unused = {};
-  host.clearFaults();
-  host.addFault({.call = "open", .device = "volume0", .action = FaultAction::error, .value = EACCES});
-  EXPECT_EQ(open("volume0")->serialNumber, "");
-  host.clearFaults();
-  host.addFault({.call = "ioctl", .device = "disk5", .action = FaultAction::length, .value = 5});
-  EXPECT_EQ(open("disk5")->serialNumber, "") << "a cut serial number";
-  EXPECT_EQ(open("volume0")->serialNumber, "V0");
-  EXPECT_EQ(host.counts().openNodes, 0u);
-  EXPECT_NE(stat("/dev/disks/volume0", &unused), 0) << "nodes are simulated at open alone";
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <future>
 #include <thread>
 #include <unistd.h>
 #ifdef __clang__
@@ -83,45 +82,6 @@ TEST_F(Threads, EverythingAtOnceOnThreeControllersWhileTheTraceComesAndGoes) {
   EXPECT_EQ(failures, 0u);
   EXPECT_EQ(heldByPlugin().channels, 0);
   EXPECT_TRUE(lockIsFree());
-}
-
-TEST_F(Threads, AWaiterGivesUpTenSecondsAfterItsCallAndAnotherGetsTheLock) {
-  constexpr int64_t kLongAgo = 1000;  // the deadline is over before the waiting begins
-  hostCalls.now = kLongAgo;
-  CtrlDevInfo* handle = open(host.disks().front());
-  std::promise<void> entered;
-  std::promise<void> leave;
-  hostCalls.before = [&](const char* command) {
-    if (std::strcmp(command, "identifyController") != 0) return;
-    entered.set_value();
-    leave.get_future().wait();
-  };
-  auto holder = std::async(std::launch::async, [&] { return callAll(*plugin, handle).front(); });
-  entered.get_future().wait();
-  const uint32_t channels = host.counts().init;
-  for (const Outcome& outcome : callAll(*plugin, handle)) {
-    EXPECT_EQ(outcome.result, -1);
-    EXPECT_EQ(outcome.text, std::string("Mutex lock error: ") + std::strerror(ETIMEDOUT));
-  }
-  for (const Outcome& outcome : callAll(*plugin, nullptr)) {
-    EXPECT_EQ(outcome.result, -1);
-    EXPECT_EQ(outcome.text, "Invalid handle!") << "without the lock";
-  }
-  EXPECT_EQ(host.counts().init, channels) << "a service was entered";
-  leave.set_value();
-  EXPECT_EQ(holder.get().result, 0);
-  EXPECT_TRUE(lockIsFree());
-}
-
-TEST_F(Threads, AnOperationWaitsForTheLock) {
-  CtrlDevInfo* handle = open(host.disks().front());
-  pthread_mutex_t& lock = PUBLISHED(pluginMutex);
-  pthread_mutex_lock(&lock);
-  auto waiter = std::async(std::launch::async, [&] { return resultsOf(callAll(*plugin, handle)); });
-  EXPECT_EQ(waiter.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-  EXPECT_EQ(host.counts().init, 0u);
-  pthread_mutex_unlock(&lock);
-  EXPECT_THAT(waiter.get(), Each(testing::Ge(0)));
 }
 
 /// The first cancellation in a process makes the loader take a library, with memory that it keeps for good. It does so
