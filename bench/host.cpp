@@ -26,14 +26,14 @@ DmuDeviceOpenInfo LastDevice::openInfo() const {
   DmuDeviceOpenInfo info{};
   info.devName = node_.c_str();
   info.hba = hba_.c_str();
-  info.driver = "veltrane";
+  info.driver = kDmuDriver;
   info.channel = isVolume() ? kVolumeChannel : 0;
   info.target = isVolume() ? shape_.volumes - 1 : 0;
   return info;
 }
 
 Host::Host(const std::vector<Shape>& shapes)
-    : driver_(shapes), library_(loadPlugin()), plugin_(published<DmuPluginDescriptor*()>("DmuPluginInit")()) {
+    : driver_(shapes), library_(loadPlugin()), plugin_(published<DmuPluginDescriptor*()>(kDmuEntryPoint)()) {
   useDriver(driver_);
 }
 

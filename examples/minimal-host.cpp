@@ -24,7 +24,7 @@ static int showDisk(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle) {
   std::string error;
   int32_t result = plugin.getDeviceInfo(handle, &info, error);
   if (result != 0) return complain("device information", result, error);
-  if (info.deviceType == 1) {
+  if (info.deviceType == kDmuLogicalVolume) {
     std::printf("volume of %u drives, RAID level code %u\n", unsigned{info.physicalDisks}, info.raidLevel);
   } else {
     std::printf("physical disk\n");
@@ -47,7 +47,7 @@ int main(int argc, char** argv) {
     return 2;
   }
   void* library = dlopen(argv[1], RTLD_NOW);
-  void* entry = library == nullptr ? nullptr : dlsym(library, "DmuPluginInit");
+  void* entry = library == nullptr ? nullptr : dlsym(library, kDmuEntryPoint);
   if (entry == nullptr) {
     std::fprintf(stderr, "%s\n", dlerror());
     return 1;
@@ -66,7 +66,7 @@ int main(int argc, char** argv) {
   disk.channel = number(4);
   disk.target = number(5);
   disk.lun = number(6);
-  disk.driver = "veltrane";
+  disk.driver = kDmuDriver;
   CtrlDevInfo* handle = nullptr;
   int status = 1;
   if (const int32_t result = plugin->openDeviceV2(&disk, &handle); result != 0) {

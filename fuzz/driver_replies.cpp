@@ -32,7 +32,7 @@ CtrlDevInfo* openHandle(DmuPluginDescriptor& plugin, Input& input) {
   CtrlDevInfo* handle = nullptr;
   if (input.below(4) == 3) {
     require(
-        plugin.openDevice(hba.c_str(), channel, target, 0, "veltrane", 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &handle) == 0,
+        plugin.openDevice(hba.c_str(), channel, target, 0, kDmuDriver, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &handle) == 0,
         "a handle opens by its address");
     return handle;
   }
@@ -41,7 +41,7 @@ CtrlDevInfo* openHandle(DmuPluginDescriptor& plugin, Input& input) {
   info.hba = hba.c_str();
   info.channel = channel;
   info.target = target;
-  info.driver = "veltrane";
+  info.driver = kDmuDriver;
   require(plugin.openDeviceV2(&info, &handle) == 0, "a handle opens whatever its disk answers");
   return handle;
 }

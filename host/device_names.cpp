@@ -67,7 +67,7 @@ PlacedDisks askAllPlaces(Session& session) {
       ++placed.notAsked;
       continue;
     }
-    auto& list = information.value->deviceType == kVolumeType ? placed.volumes : placed.disks;
+    auto& list = information.value->deviceType == kDmuLogicalVolume ? placed.volumes : placed.disks;
     list.emplace_back(disk, *std::move(found.value));
   }
   return placed;

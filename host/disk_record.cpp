@@ -1,18 +1,20 @@
 // How a disk's record is worded.
 #include "host/disk_record.h"
 
+#include <dmu/plugin.h>
+
 namespace host {
 
 std::optional<uint32_t> raidLevelOf(uint32_t code, uint32_t members) {
   if (members == 0) return std::nullopt;
   switch (code) {
-    case 0:
-    case 1:
-    case 4:
-    case 5:
-    case 6:
+    case kDmuRaid0:
+    case kDmuRaid1:
+    case kDmuRaid4:
+    case kDmuRaid5:
+    case kDmuRaid6:
       return code;
-    case 64:
+    case kDmuRaid10:
       return 10;
     default:
       return std::nullopt;

@@ -23,7 +23,7 @@ PluginLibrary::PluginLibrary(const std::string& file) : file_(file) {
   refuseByContent(path);
   library_.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (library_ == nullptr) throw Refusal("plugin " + path + " cannot be loaded: " + dlerror());
-  entry_ = reinterpret_cast<DmuPluginInitFunction>(dlsym(library_.get(), "DmuPluginInit"));
+  entry_ = reinterpret_cast<DmuPluginInitFunction>(dlsym(library_.get(), kDmuEntryPoint));
   if (entry_ == nullptr) throw Refusal("plugin " + file + ": it does not export DmuPluginInit");
 }
 

@@ -6,11 +6,8 @@
 namespace host {
 namespace {
 
-/// The one driver whose disks the plugin opens.
-constexpr const char* kServedDriver = "veltrane";
-
 void reportNotOpened(Report& report, DiskRecord& record, Named named) {
-  if (record.disk.driver == kServedDriver) {
+  if (record.disk.driver == kDmuDriver) {
     report.failed(record, "open", "the plugin opened no handle");
     return;
   }
@@ -19,7 +16,7 @@ void reportNotOpened(Report& report, DiskRecord& record, Named named) {
     return;
   }
   report.failed(record, "open",
-                "another driver's disk: " + record.disk.driver + " presents it, the plugin serves " + kServedDriver);
+                "another driver's disk: " + record.disk.driver + " presents it, the plugin serves " + kDmuDriver);
 }
 
 void readSerial(Report& report, OpenedDisk& opened) {
@@ -36,11 +33,11 @@ void readInformation(Report& report, OpenedDisk& opened) {
     return;
   }
   const DmuDeviceInfo& information = *answer.value;
-  if (information.deviceType == kVolumeType) {
+  if (information.deviceType == kDmuLogicalVolume) {
     opened.record.kind = DiskKind::volume;
     opened.record.members = information.physicalDisks;
     opened.record.raidLevel = raidLevelOf(information.raidLevel, information.physicalDisks);
-  } else if (information.deviceType == kDiskType) {
+  } else if (information.deviceType == kDmuPhysicalDisk) {
     opened.record.kind = DiskKind::disk;
   } else {
     report.failed(opened.record, "device information",

@@ -12,10 +12,6 @@
 
 namespace host {
 
-/// The device types of operation 0.
-inline constexpr uint32_t kVolumeType = 1;
-inline constexpr uint32_t kDiskType = 2;
-
 /// A value, or the text of the failure.
 template <typename Value>
 struct Answer {

@@ -6,8 +6,6 @@
 
 namespace {
 
-constexpr size_t kLocationBuffer = 50;
-
 /// What a failure leaves in the trace: of the allocation of a command's buffer, and of the command itself.
 struct Traces {
   const char* call;
@@ -60,7 +58,7 @@ void FailedCalls::failFrom(size_t i, int32_t result) {
 std::string FailedCalls::trace(size_t i) const {
   const PluginCall& call = calls_[i];
   if (call.is("malloc") && call.step == kVolume) return "OrvaInfo_SenseConfiguration: Failed to allocate memory.\n";
-  if (call.is("malloc") && call.size != kLocationBuffer) {
+  if (call.is("malloc") && call.size != kDmuLocationSize) {
     return "OrvaInfo_GetPhyLocationForVolume: Failed to allocate memory.\n";
   }
   const bool isBuffer = call.is("memalign");
@@ -115,7 +113,7 @@ void FailedCalls::failAllocation(size_t i) {
   if (call.step == kVolume) return loseMap();
   if ((call.step - kVolume) % kOperations == kLed) return;  // the dump has fewer lines
   const auto isSlot = [&](const PluginCall& other) {
-    return other.is("malloc") && other.size == kLocationBuffer && other.step == call.step;
+    return other.is("malloc") && other.size == kDmuLocationSize && other.step == call.step;
   };
   const bool isText = call.is("new") && (call.step - kVolume) % kOperations == kLocation;
   if (!isSlot(call) && !isText) return failOperation(call.step, -1);

@@ -8,7 +8,7 @@ PluginTest::PluginTest() {
   library_ = dlopen(DMU_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
   if (library_ == nullptr) throw std::runtime_error(dlerror());
   watchPlugin();
-  plugin = published<DmuPluginDescriptor*()>("DmuPluginInit")();
+  plugin = published<DmuPluginDescriptor*()>(kDmuEntryPoint)();
   const std::optional<std::string> refused = host.loadText(host.builtInTopology(), "built in");
   if (refused) throw std::runtime_error(*refused);
   host.clearFaults();

@@ -156,11 +156,11 @@ Outcomes ScenarioTest::run() {
   hostCalls.step = kOpen;
   CtrlDevInfo* volume = nullptr;
   CtrlDevInfo* disk = nullptr;
-  Outcomes outcomes = {{plugin->openDevice("vmhba1", 1, topology_.controllers[0].volumes[0].number, 0, "veltrane", 1, 2,
+  Outcomes outcomes = {{plugin->openDevice("vmhba1", 1, topology_.controllers[0].volumes[0].number, 0, kDmuDriver, 1, 2,
                                            3, 4, 5, 6, 7, 8, 9, 10, 11, &volume),
                         "", ""}};
   hostCalls.step = kOpenV2;
-  DmuDeviceOpenInfo info = {.devName = "disk5", .hba = "vmhba1", .target = 69, .driver = "veltrane"};
+  DmuDeviceOpenInfo info = {.devName = "disk5", .hba = "vmhba1", .target = 69, .driver = kDmuDriver};
   outcomes.push_back({plugin->openDeviceV2(&info, &disk), "", ""});
   if (disk != nullptr) outcomes.back().output.assign(disk->serialNumber.data(), disk->serialNumber.size());
   for (const bool isVolume : {true, false}) {

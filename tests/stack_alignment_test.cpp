@@ -95,7 +95,7 @@ class StackAlignment : public ScenarioTest {
     struct {
       CtrlDevInfo* handle = nullptr;
     } opened;
-    plugin->openDevice(hba, 1, 0, 0, "veltrane", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &opened.handle);
+    plugin->openDevice(hba, 1, 0, 0, kDmuDriver, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &opened.handle);
     const uint32_t device = word(opened.handle);
     const uint32_t text = word(&error);
     pqi_ioctl_passthruCmd_struct record = {};

@@ -106,8 +106,8 @@ std::vector<std::string> LocationCall::texts() const {
   for (const char* slot : written()) {
     const std::string what = "slot " + std::to_string(texts.size());
     expect(slot != nullptr && slot != &slotMark, what + ": expected a buffer, it was left out");
-    const size_t length = strnlen(slot, kLocationSize);
-    expect(length < kLocationSize, what + ": expected a text that ends inside 50 bytes, it does not");
+    const size_t length = strnlen(slot, kDmuLocationSize);
+    expect(length < kDmuLocationSize, what + ": expected a text that ends inside 50 bytes, it does not");
     texts.emplace_back(slot, length);
   }
   return texts;

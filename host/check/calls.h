@@ -19,9 +19,6 @@ inline constexpr const char* kErrorBefore = "text from before";
 inline constexpr int32_t kCount = 256;
 inline constexpr uint16_t kSeconds = 60;
 
-inline constexpr uint32_t kVolumeType = 1;   ///< device type in the information record
-inline constexpr size_t kLocationSize = 50;  ///< bytes of a location's buffer
-
 /// An operation's result and what became of the error text.
 struct Answer {
   int32_t result = 0;

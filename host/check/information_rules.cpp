@@ -7,9 +7,8 @@
 namespace host::check {
 namespace {
 
-constexpr uint32_t kDiskType = 2;
-constexpr uint32_t kUnknownRaidLevel = 255;
-constexpr uint32_t kRaidLevels[] = {0, 1, 4, 5, 6, 64, kUnknownRaidLevel};
+constexpr uint32_t kRaidLevels[] = {kDmuRaid0, kDmuRaid1,  kDmuRaid4,           kDmuRaid5,
+                                    kDmuRaid6, kDmuRaid10, kDmuRaidLevelUnknown};
 
 void expectNumber(const std::string& what, uint32_t expected, uint32_t seen) {
   expect(expected == seen, what + ": expected " + std::to_string(expected) + ", got " + std::to_string(seen));
@@ -17,7 +16,7 @@ void expectNumber(const std::string& what, uint32_t expected, uint32_t seen) {
 
 /// Only the fields may be written; of a disk only the type.
 void expectPaddingUntouched(const std::string& what, const InformationCall& call) {
-  const bool isDisk = call.information().deviceType == kDiskType;
+  const bool isDisk = call.information().deviceType == kDmuPhysicalDisk;
   const bool fields = isDisk ? call.isUntouched(4, 12) : call.isUntouched(5, 8);
   expect(fields, what + ": it wrote to bytes of the record that it must leave alone");
   expect(call.isUntouched(sizeof(DmuDeviceInfo)), what + ": it wrote beyond the record");
@@ -38,10 +37,10 @@ void answers(Trial& trial) {
     const std::string what = "device information of " + disk.device;
     expectResult(what, 0, call.result);
     const uint32_t type = call.information().deviceType;
-    expect(type == kVolumeType || type == kDiskType,
+    expect(type == kDmuLogicalVolume || type == kDmuPhysicalDisk,
            what + ": expected device type 1 or 2, got " + std::to_string(type));
     expectPaddingUntouched(what, call);
-    if (type == kDiskType) continue;
+    if (type == kDmuPhysicalDisk) continue;
     const uint32_t level = call.information().raidLevel;
     expect(std::find(std::begin(kRaidLevels), std::end(kRaidLevels), level) != std::end(kRaidLevels),
            what + ": expected RAID level 0, 1, 4, 5, 6, 64 or 255, got " + std::to_string(level));
@@ -54,7 +53,7 @@ void describesVolumes(Trial& trial) {
     const InformationCall call(trial.plugin(), handle.get());
     const std::string what = "device information of " + subject.disk.device;
     expectResult(what, 0, call.result);
-    expectNumber(what + ": device type", kVolumeType, call.information().deviceType);
+    expectNumber(what + ": device type", kDmuLogicalVolume, call.information().deviceType);
     expectNumber(what + ": member drives", static_cast<uint32_t>(subject.volume->members.size()),
                  call.information().physicalDisks);
     expectNumber(what + ": RAID level", expectedRaidLevel(*subject.volume), call.information().raidLevel);
@@ -102,9 +101,9 @@ void describesExternalVolumes(Trial& trial) {
     const InformationCall call(trial.plugin(), handle.get());
     const std::string what = "device information of " + subject.disk.device;
     expectResult(what, 0, call.result);
-    expectNumber(what + ": device type", kVolumeType, call.information().deviceType);
+    expectNumber(what + ": device type", kDmuLogicalVolume, call.information().deviceType);
     expectNumber(what + ": member drives", 1, call.information().physicalDisks);
-    expectNumber(what + ": RAID level", kUnknownRaidLevel, call.information().raidLevel);
+    expectNumber(what + ": RAID level", kDmuRaidLevelUnknown, call.information().raidLevel);
   }
 }
 
@@ -114,7 +113,7 @@ void describesDisks(Trial& trial) {
     const InformationCall call(trial.plugin(), handle.get());
     const std::string what = "device information of " + subject.disk.device;
     expectResult(what, 0, call.result);
-    expectNumber(what + ": device type", kDiskType, call.information().deviceType);
+    expectNumber(what + ": device type", kDmuPhysicalDisk, call.information().deviceType);
     expectPaddingUntouched(what, call);
   }
 }

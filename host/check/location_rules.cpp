@@ -100,8 +100,8 @@ void buffersAreMalloc(Trial& trial) {
         Dl_info library{};
         expect(dladdr(buffer, &library) == 0, what + ": expected a buffer of malloc, got one inside a library");
         const size_t room = malloc_usable_size(buffer);
-        expect(room >= kLocationSize, what + ": expected a buffer of 50 bytes, got " + std::to_string(room));
-        std::memset(buffer, 'x', kLocationSize);
+        expect(room >= kDmuLocationSize, what + ": expected a buffer of 50 bytes, got " + std::to_string(room));
+        std::memset(buffer, 'x', kDmuLocationSize);
         toFree.push_back(buffer);
       }
     }

@@ -13,8 +13,6 @@
 namespace host::check {
 namespace {
 
-constexpr const char* kServedDriver = "veltrane";
-constexpr uint32_t kExternalRaidLevel = 255;
 constexpr size_t kMostOfAKind = 4;  // on each controller: large hosts need no more
 
 std::string nameOf(Kind kind) {
@@ -113,8 +111,8 @@ void Trial::unload() {
 std::vector<HostDisk> Trial::servedDisks() const {
   std::vector<HostDisk> served;
   std::copy_if(setup_.disks.begin(), setup_.disks.end(), std::back_inserter(served),
-               [](const HostDisk& disk) { return disk.driver == kServedDriver; });
-  if (served.empty()) throw Skipped{std::string("the host has no disk of the driver ") + kServedDriver};
+               [](const HostDisk& disk) { return disk.driver == kDmuDriver; });
+  if (served.empty()) throw Skipped{std::string("the host has no disk of the driver ") + kDmuDriver};
   return served;
 }
 
@@ -138,8 +136,8 @@ std::optional<Subject> Trial::askedSubject(const HostDisk& disk) {
   std::string error;
   if (plugin().getDeviceInfo(handle.get(), &information, error) != 0) return std::nullopt;
   Subject subject{disk, Kind::disk, nullptr, nullptr, nullptr};
-  if (information.deviceType == kVolumeType) {
-    subject.kind = information.raidLevel == kExternalRaidLevel ? Kind::externalVolume : Kind::volume;
+  if (information.deviceType == kDmuLogicalVolume) {
+    subject.kind = information.raidLevel == kDmuRaidLevelUnknown ? Kind::externalVolume : Kind::volume;
   }
   return subject;
 }

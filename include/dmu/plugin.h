@@ -21,6 +21,10 @@
 #include <cstdint>
 #include <string>
 
+/// The one function that a host looks up, and the driver whose disks the plugin serves.
+constexpr char kDmuEntryPoint[] = "DmuPluginInit";
+constexpr char kDmuDriver[] = "veltrane";
+
 /// A device handle: one disk behind one controller. Its contents belong to the plugin.
 struct CtrlDevInfo;
 
@@ -64,14 +68,27 @@ struct DmuDeviceOpenInfo {
   uint32_t physicalSlot;
 };
 
+/// What a device is.
+enum DmuDeviceType : uint32_t { kDmuLogicalVolume = 1, kDmuPhysicalDisk = 2 };
+
+/// The RAID level of a volume, as a code.
+enum DmuRaidLevel : uint32_t {
+  kDmuRaid0 = 0,
+  kDmuRaid1 = 1,
+  kDmuRaid4 = 4,
+  kDmuRaid5 = 5,
+  kDmuRaid6 = 6,
+  kDmuRaid10 = 64,             ///< mirrored stripes
+  kDmuRaidLevelUnknown = 255,  ///< also that of every external volume
+};
+
 /// What operation 0 tells about a device. Nothing is written when the operation fails.
 ///
 ///   offset  width    field
-///        0  u32      deviceType     1 logical volume, 2 physical disk
+///        0  u32      deviceType     a DmuDeviceType
 ///        4  u8       physicalDisks  member drives of the volume; 1 for an external one; not written for a disk
 ///        5  u8[3]                   not written
-///        8  u32      raidLevel      0, 1, 4, 5, 6, 64 (mirrored stripes), 255 (unknown; every external volume);
-///                                   not written for a disk
+///        8  u32      raidLevel      a DmuRaidLevel; not written for a disk
 struct DmuDeviceInfo {
   uint32_t deviceType;
   uint8_t physicalDisks;
@@ -89,7 +106,7 @@ extern "C" {
 /// Opens a handle by the device's address alone. Such a handle finds volumes, not physical disks.
 ///
 /// @param hba     name of the controller; cut to 49 characters; null counts as empty
-/// @param driver  must be "veltrane"
+/// @param driver  must be kDmuDriver
 /// @param out     receives the handle, which the host owes to closeDevice; untouched on failure
 /// @return 0, or -1: another driver, a null `driver` or `out`, or no memory
 using DmuOpenDevice = int32_t (*)(const char* hba, uint32_t channel, uint32_t target, uint32_t lun, const char* driver,
@@ -137,8 +154,12 @@ using DmuSetCache = int32_t (*)(CtrlDevInfo* handle, std::string& error);
 using DmuGetDeviceTemperature = int32_t (*)(CtrlDevInfo* handle, DriveTemperature* temperatures, int32_t count,
                                             std::string& error);
 
+/// Size of the buffer in which the host receives a location, in bytes; the longest text has 37 characters.
+constexpr size_t kDmuLocationSize = 50;
+
 /// Operation 5: where the disk, or each member drive of the volume, sits: "port:box:bay PORT:BOX:BAY", sorted as text.
-/// @param locations  the host's array; each slot written receives a 50-byte buffer that the host releases with free;
+/// @param locations  the host's array; each slot written receives a buffer of kDmuLocationSize bytes that the host
+/// releases with free;
 ///                   a disk writes slot 0 whatever `count` says
 /// @param count      slots in the array; a volume with a count below 1 writes nothing
 /// @return slots written; -1 with a text (also "No memory for location!"), or with none when `locations` is null
@@ -183,46 +204,53 @@ using DmuPluginInitFunction = DmuPluginDescriptor* (*)();
 
 }  // extern "C"
 
-static_assert(offsetof(DriveTemperature, currentTemperature) == 0);
-static_assert(offsetof(DriveTemperature, maximumTemperature) == 1);
-static_assert(sizeof(DriveTemperature) == 2);
-static_assert(offsetof(DmuDeviceInfo, deviceType) == 0);
-static_assert(offsetof(DmuDeviceInfo, physicalDisks) == 4);
-static_assert(offsetof(DmuDeviceInfo, raidLevel) == 8);
-static_assert(sizeof(DmuDeviceInfo) == 12);
+#define DMU_OFFSET(record, field, offset) \
+  static_assert(offsetof(record, field) == (offset), "offset of " #field " in " #record)
+#define DMU_SIZE(record, size) static_assert(sizeof(record) == (size), "size of " #record)
+
+DMU_OFFSET(DriveTemperature, currentTemperature, 0);
+DMU_OFFSET(DriveTemperature, maximumTemperature, 1);
+DMU_SIZE(DriveTemperature, 2);
+DMU_OFFSET(DmuDeviceInfo, deviceType, 0);
+DMU_OFFSET(DmuDeviceInfo, physicalDisks, 4);
+DMU_OFFSET(DmuDeviceInfo, raidLevel, 8);
+DMU_SIZE(DmuDeviceInfo, 12);
 
 #ifdef __i386__
-static_assert(offsetof(DmuDeviceOpenInfo, devName) == 0);
-static_assert(offsetof(DmuDeviceOpenInfo, hba) == 4);
-static_assert(offsetof(DmuDeviceOpenInfo, channel) == 8);
-static_assert(offsetof(DmuDeviceOpenInfo, target) == 12);
-static_assert(offsetof(DmuDeviceOpenInfo, lun) == 16);
-static_assert(offsetof(DmuDeviceOpenInfo, driver) == 20);
-static_assert(offsetof(DmuDeviceOpenInfo, isPciDevice) == 24);
-static_assert(offsetof(DmuDeviceOpenInfo, segment) == 26);
-static_assert(offsetof(DmuDeviceOpenInfo, busId) == 28);
-static_assert(offsetof(DmuDeviceOpenInfo, slotId) == 29);
-static_assert(offsetof(DmuDeviceOpenInfo, functionId) == 30);
-static_assert(offsetof(DmuDeviceOpenInfo, vendorId) == 32);
-static_assert(offsetof(DmuDeviceOpenInfo, subVendorId) == 34);
-static_assert(offsetof(DmuDeviceOpenInfo, deviceId) == 36);
-static_assert(offsetof(DmuDeviceOpenInfo, subDeviceId) == 38);
-static_assert(offsetof(DmuDeviceOpenInfo, reserved) == 40);
-static_assert(offsetof(DmuDeviceOpenInfo, physicalSlot) == 44);
-static_assert(sizeof(DmuDeviceOpenInfo) == 48);
+DMU_OFFSET(DmuDeviceOpenInfo, devName, 0);
+DMU_OFFSET(DmuDeviceOpenInfo, hba, 4);
+DMU_OFFSET(DmuDeviceOpenInfo, channel, 8);
+DMU_OFFSET(DmuDeviceOpenInfo, target, 12);
+DMU_OFFSET(DmuDeviceOpenInfo, lun, 16);
+DMU_OFFSET(DmuDeviceOpenInfo, driver, 20);
+DMU_OFFSET(DmuDeviceOpenInfo, isPciDevice, 24);
+DMU_OFFSET(DmuDeviceOpenInfo, segment, 26);
+DMU_OFFSET(DmuDeviceOpenInfo, busId, 28);
+DMU_OFFSET(DmuDeviceOpenInfo, slotId, 29);
+DMU_OFFSET(DmuDeviceOpenInfo, functionId, 30);
+DMU_OFFSET(DmuDeviceOpenInfo, vendorId, 32);
+DMU_OFFSET(DmuDeviceOpenInfo, subVendorId, 34);
+DMU_OFFSET(DmuDeviceOpenInfo, deviceId, 36);
+DMU_OFFSET(DmuDeviceOpenInfo, subDeviceId, 38);
+DMU_OFFSET(DmuDeviceOpenInfo, reserved, 40);
+DMU_OFFSET(DmuDeviceOpenInfo, physicalSlot, 44);
+DMU_SIZE(DmuDeviceOpenInfo, 48);
 
-static_assert(offsetof(DmuPluginDescriptor, version) == 0);
-static_assert(offsetof(DmuPluginDescriptor, name) == 4);
-static_assert(offsetof(DmuPluginDescriptor, openDevice) == 8);
-static_assert(offsetof(DmuPluginDescriptor, closeDevice) == 12);
-static_assert(offsetof(DmuPluginDescriptor, operationCount) == 16);
-static_assert(offsetof(DmuPluginDescriptor, getDeviceInfo) == 20);
-static_assert(offsetof(DmuPluginDescriptor, setDriveLEDState) == 24);
-static_assert(offsetof(DmuPluginDescriptor, cacheOn) == 28);
-static_assert(offsetof(DmuPluginDescriptor, cacheOff) == 32);
-static_assert(offsetof(DmuPluginDescriptor, getDeviceTemperature) == 36);
-static_assert(offsetof(DmuPluginDescriptor, getDeviceLocation) == 40);
-static_assert(offsetof(DmuPluginDescriptor, unused) == 44);
-static_assert(offsetof(DmuPluginDescriptor, openDeviceV2) == 48);
-static_assert(offsetof(DmuPluginDescriptor, reserved) == 52);
+DMU_OFFSET(DmuPluginDescriptor, version, 0);
+DMU_OFFSET(DmuPluginDescriptor, name, 4);
+DMU_OFFSET(DmuPluginDescriptor, openDevice, 8);
+DMU_OFFSET(DmuPluginDescriptor, closeDevice, 12);
+DMU_OFFSET(DmuPluginDescriptor, operationCount, 16);
+DMU_OFFSET(DmuPluginDescriptor, getDeviceInfo, 20);
+DMU_OFFSET(DmuPluginDescriptor, setDriveLEDState, 24);
+DMU_OFFSET(DmuPluginDescriptor, cacheOn, 28);
+DMU_OFFSET(DmuPluginDescriptor, cacheOff, 32);
+DMU_OFFSET(DmuPluginDescriptor, getDeviceTemperature, 36);
+DMU_OFFSET(DmuPluginDescriptor, getDeviceLocation, 40);
+DMU_OFFSET(DmuPluginDescriptor, unused, 44);
+DMU_OFFSET(DmuPluginDescriptor, openDeviceV2, 48);
+DMU_OFFSET(DmuPluginDescriptor, reserved, 52);
 #endif
+
+#undef DMU_OFFSET
+#undef DMU_SIZE

@@ -20,7 +20,7 @@ DmuPluginDescriptor* DmuPluginInit() {
   static std::once_flag once;
   std::call_once(once, [] {
     void* plugin = dlopen(DMU_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
-    good = reinterpret_cast<DmuPluginInitFunction>(dlsym(plugin, "DmuPluginInit"))();
+    good = reinterpret_cast<DmuPluginInitFunction>(dlsym(plugin, kDmuEntryPoint))();
     broken = *good;
     chosenFault();
   });

@@ -87,11 +87,12 @@ FAULT(confusesLevels, "info.raid-levels", "RAID level of a volume of 4 drives: e
 }
 FAULT(knowsExternalLevels, "info.external-volume", "RAID level: expected 255, got 6") {
   afterwards<&Plugin::getDeviceInfo>([](int32_t, auto*, auto* information, auto&) {
-    if (information->raidLevel == 255) information->raidLevel = 6;
+    if (information->raidLevel == kDmuRaidLevelUnknown) information->raidLevel = 6;
   });
 }
 FAULT(takesDisksForVolumes, "info.disk", "device type: expected 2, got 1") {
-  afterwards<&Plugin::getDeviceInfo>([](int32_t, auto*, auto* information, auto&) { information->deviceType = 1; });
+  afterwards<&Plugin::getDeviceInfo>(
+      [](int32_t, auto*, auto* information, auto&) { information->deviceType = kDmuLogicalVolume; });
 }
 
 FAULT(sortsByNumber, "location.texts", "got port:box:bay 1I:1:9, port:box:bay 1I:1:10") {
@@ -164,7 +165,7 @@ FAULT(switchesNothing, "led.switches-the-right-drives", "drives that blink: expe
 FAULT(switchesAnotherOff, "led.leaves-others", "all locator LEDs on: drives that blink: expected") {
   broken.setDriveLEDState = [](auto* handle, auto state, auto seconds, auto& error) {
     CtrlDevInfo* other = nullptr;
-    good->openDevice("vmhba2", 1, 0, 0, "veltrane", 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &other);
+    good->openDevice("vmhba2", 1, 0, 0, kDmuDriver, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &other);
     good->setDriveLEDState(other, 0, seconds, error);
     good->closeDevice(other);
     return good->setDriveLEDState(handle, state, seconds, error);
