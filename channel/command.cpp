@@ -1,8 +1,6 @@
 // The layouts of the twelve commands, and their execution through the driver's pass-through callback.
 #include "channel/command.h"
 
-#include <malloc.h>
-
 #include "plugin/trace.h"
 
 namespace {
@@ -113,10 +111,6 @@ void fillLength(Length kind, uint32_t length, uint8_t (&cdb)[16]) {
 
 const vlexCmdLunAddress controllerAddress = {};
 
-void* orvamalloc(unsigned int size) {
-  return memalign(16, size);
-}
-
 int32_t OrvaInfo_FillCmd(uint8_t opcode, uint16_t /*reserved*/, uint64_t cmdParam, void* buffer, int32_t length,
                          const vlexCmdLunAddress* address, pqi_ioctl_passthruCmd_struct* record) {
   record->lunAddress = *address;
@@ -135,10 +129,7 @@ int32_t OrvaInfo_FillCmd(uint8_t opcode, uint16_t /*reserved*/, uint64_t cmdPara
 int32_t OrvaInfo_ExeCmd(uint8_t opcode, uint16_t reserved, uint64_t cmdParam, void* buffer, int32_t length,
                         const vlexCmdLunAddress* address, OrvaInfo* ctrl) {
   if (address == nullptr || ctrl == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   pqi_ioctl_passthruCmd_struct record = {};
   OrvaInfo_FillCmd(opcode, reserved, cmdParam, buffer, length, address, &record);
   uint32_t instance = ctrl->slot;

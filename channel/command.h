@@ -2,9 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 
 #include "channel/passthrough_record.h"
 #include "controller/snapshot.h"
@@ -33,10 +30,6 @@ extern "C" {
 /// The address of the controller itself: eight zero bytes.
 extern const vlexCmdLunAddress controllerAddress;
 
-/// @param size  bytes
-/// @return a block aligned to 16 bytes, which the caller releases with free; null when memory ran out
-[[nodiscard]] void* orvamalloc(unsigned int size);
-
 /// Lays out a command.
 ///
 /// @param opcode    one of Opcode; any other gets the common part alone
@@ -59,40 +52,10 @@ int32_t OrvaInfo_ExeCmd(uint8_t opcode, uint16_t reserved, uint64_t cmdParam, vo
 
 namespace dmu {
 
-/// Releases what orvamalloc and malloc gave.
-struct Free {
-  void operator()(void* block) const { std::free(block); }
-};
-
-/// A command's data buffer, read and written through the layout of its reply.
-template <typename Layout>
-using CommandBuffer = std::unique_ptr<Layout, Free>;
-
-/// @param length  bytes, which may exceed the layout's size when variable parts follow it
-/// @param zeros   bytes from the start that are zeros; the rest is not read before it is received
-/// @return null when memory ran out
-template <typename Layout>
-[[nodiscard]] CommandBuffer<Layout> makeCommandBuffer(uint32_t length, uint32_t zeros) {
-  void* block = orvamalloc(length);
-  if (block != nullptr) std::memset(block, 0, zeros);
-  return CommandBuffer<Layout>(static_cast<Layout*>(block));
-}
-
-/// The same, all zeros.
-template <typename Layout>
-[[nodiscard]] CommandBuffer<Layout> makeCommandBuffer(uint32_t length = sizeof(Layout)) {
-  return makeCommandBuffer<Layout>(length, length);
-}
-
 /// Sends a command to the controller itself, as every caller does.
 [[nodiscard]] inline int32_t sendToController(Opcode opcode, uint64_t cmdParam, void* buffer, uint32_t length,
                                               OrvaInfo* info) {
   return OrvaInfo_ExeCmd(opcode, 0, cmdParam, buffer, static_cast<int32_t>(length), &controllerAddress, info);
-}
-
-/// Rounds a buffer length up to whole blocks of 512 bytes.
-[[nodiscard]] constexpr uint32_t roundUpTo512(uint32_t length) {
-  return (length + 511) / 512 * 512;
 }
 
 }  // namespace dmu

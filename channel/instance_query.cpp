@@ -44,10 +44,7 @@ bool carriesName(const InstanceEntry& entry, std::string_view name) {
 
 int32_t OrvaInfo_QueryHBA(const char* hbaName) {
   if (hbaName == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   InstanceList list = {};
   uint32_t status = 0;
   const int32_t code = vmk_MgmtUserCallbackInvokeInt(mgmtHandle, 0, kQueryInstances, 2, &list, &status);

@@ -44,3 +44,9 @@ int32_t OrvaInfo_Cleanup() {
   mgmtHandle = nullptr;
   return result;
 }
+
+bool dmu::channelIsOpen(const char* function) {
+  if (mgmtHandle != nullptr) return true;
+  DMU_TRACE(function, "Uninitialized.\n");
+  return false;
+}

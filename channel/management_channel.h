@@ -87,3 +87,10 @@ uint32_t OrvaInfo_Init();
 /// @return what the platform returned; 0 when none was open
 int32_t OrvaInfo_Cleanup();
 }
+
+namespace dmu {
+
+/// Whether the channel is open; where it is not, the trace says so on behalf of the published function `function`.
+[[nodiscard]] bool channelIsOpen(const char* function);
+
+}  // namespace dmu

@@ -4,6 +4,8 @@
 #include <cstddef>
 
 #include "channel/command.h"
+#include "channel/command_buffer.h"
+#include "channel/management_channel.h"
 #include "plugin/trace.h"
 
 namespace {
@@ -42,10 +44,7 @@ constexpr uint8_t kCountIsIn16Bits = 0xFF;
 
 int OrvaInfo_GetInfoFromCtrl(OrvaInfo* info) {
   if (info == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   const auto reply = dmu::makeCommandBuffer<vlexIdentifyController>();
   if (reply == nullptr) {
     DMU_TRACE(__func__, "Failed to allocated memory.\n");

@@ -7,6 +7,8 @@
 #include <optional>
 
 #include "channel/command.h"
+#include "channel/command_buffer.h"
+#include "channel/management_channel.h"
 #include "controller/host_address.h"
 #include "controller/logical_drive.h"
 #include "controller/physical_drive.h"
@@ -65,10 +67,7 @@ OrvaInfo_Devices& nextFreeEntry(OrvaInfo* info) {
 
 int OrvaInfo_DeviceScan(OrvaInfo* info) {
   if (info == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   DMU_TRACE(__func__, "To scan logical device.\n");
   dmu::CommandBuffer<vlexLogicalLUNReport> logical;
   if (const std::optional<uint32_t> length = inquireListLength(kReportLogicalLuns, 0, info)) {

@@ -4,7 +4,10 @@
 #include <cstring>
 
 #include "channel/command.h"
+#include "channel/command_buffer.h"
+#include "channel/management_channel.h"
 #include "plugin/trace.h"
+#include <dmu/plugin.h>
 
 namespace {
 
@@ -77,10 +80,7 @@ void storeMemberMap(const char* function, const vlexSenseConfiguration& reply, c
 
 int OrvaInfo_IdentifyLogicalDevice(OrvaInfo* info, OrvaInfo_Devices* entry) {
   if (info == nullptr || entry == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   const auto reply = dmu::makeCommandBuffer<vlexIdentifyLogicalDevice>();
   if (reply == nullptr) {
     DMU_TRACE(__func__, "Failed to allocate memoyr.\n");
@@ -100,10 +100,7 @@ int OrvaInfo_IdentifyLogicalDevice(OrvaInfo* info, OrvaInfo_Devices* entry) {
 
 int OrvaInfo_SenseConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry) {
   if (info == nullptr || entry == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   const uint32_t number = dmu::logicalDriveNumber(entry->lunAddress);
   // A reply that does not fit is asked for once more. A bitmap so far off that no command can ask for it is
   // inconsistent.
@@ -137,17 +134,17 @@ int OrvaInfo_SenseConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry) {
 int OrvaInfo_RAIDLevel(vlexSenseConfiguration* reply) {
   switch (reply->faultTolerance) {
     case 0:
-      return 0;
+      return kDmuRaid0;
     case 1:
-      return 4;
+      return kDmuRaid4;
     case 2:
-      return reply->LogicalUnitPhysicalDriveCount < 3 ? 1 : 64;
+      return reply->LogicalUnitPhysicalDriveCount < 3 ? kDmuRaid1 : kDmuRaid10;
     case 3:
     case 4:
-      return 5;
+      return kDmuRaid5;
     case 5:
-      return 6;
+      return kDmuRaid6;
     default:
-      return 255;
+      return kDmuRaidLevelUnknown;
   }
 }

@@ -59,6 +59,6 @@ int OrvaInfo_IdentifyLogicalDevice(OrvaInfo* info, OrvaInfo_Devices* entry);
 ///         memory for the command or an entry that is no volume
 int OrvaInfo_SenseConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry);
 
-/// @return the RAID level code: 0, 1, 4, 5, 6, 64 for mirrored stripes, 255 for a fault tolerance that is not known
+/// @return a DmuRaidLevel; kDmuRaidLevelUnknown for a fault tolerance that is not known
 int OrvaInfo_RAIDLevel(vlexSenseConfiguration* reply);
 }

@@ -6,6 +6,8 @@
 #include <cstring>
 
 #include "channel/command.h"
+#include "channel/command_buffer.h"
+#include "channel/management_channel.h"
 #include "plugin/trace.h"
 
 namespace {
@@ -74,10 +76,7 @@ int OrvaInfo_IdentifyPhysicalDevice(OrvaInfo* info, OrvaInfo_Devices* entry) {
 
 int OrvaInfo_IdentifyPhysicalDevieWithBMICInex(OrvaInfo* info, OrvaInfo_Devices* entry, int index) {
   if (info == nullptr || entry == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   const auto reply = dmu::makeCommandBuffer<vlexIdentifyPhysicalDevice>();
   if (reply == nullptr) {
     DMU_TRACE(__func__, "Failed to allocate memory.\n");

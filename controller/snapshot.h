@@ -28,7 +28,7 @@ struct OrvaInfo_Devices {
   uint32_t lun;
   uint8_t* raidMap;            ///< volume: owned member map (see isMember), allocated with malloc; null when unknown
   char raidMode[16];           ///< always empty
-  uint32_t raidLevel;          ///< volume: 0, 1, 4, 5, 6, 64 or 255
+  uint32_t raidLevel;          ///< volume: a DmuRaidLevel
   uint8_t currentTemperature;  ///< drive: as the controller reports it
   uint8_t maximumTemperature;  ///< drive
 };

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "channel/command.h"
+#include "channel/command_buffer.h"
 #include "channel/instance_query.h"
 #include "channel/management_channel.h"
 #include "controller/controller_identification.h"

@@ -1,8 +1,8 @@
 // The entry point and the descriptor that it fills.
 #include <atomic>
 
-#include "plugin/device_handle.h"
 #include "plugin/host_thread.h"
+#include "plugin/open_device.h"
 #include "plugin/operations.h"
 #include "plugin/trace.h"
 #include <dmu/plugin.h>

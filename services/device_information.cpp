@@ -2,22 +2,19 @@
 #include "services/device_information.h"
 
 #include "plugin/trace.h"
-#include "services/member_drives.h"
+#include "services/location_text.h"
 #include "services/service_frame.h"
 
 namespace {
 
-constexpr uint32_t kVolume = 1;
-constexpr uint32_t kPhysicalDisk = 2;
 constexpr uint8_t kExternalVolumeDisks = 1;
-constexpr uint32_t kUnknownRaidLevel = 255;
 
 void describeVolume(const char* function, const OrvaInfo_Devices& volume, DmuDeviceInfo& deviceInfo) {
-  deviceInfo.deviceType = kVolume;
+  deviceInfo.deviceType = kDmuLogicalVolume;
   if (volume.external != 0) {
     DMU_TRACE(function, "Physical location: external\n");
     deviceInfo.physicalDisks = kExternalVolumeDisks;
-    deviceInfo.raidLevel = kUnknownRaidLevel;
+    deviceInfo.raidLevel = kDmuRaidLevelUnknown;
   } else {
     deviceInfo.physicalDisks = volume.physicalDisks;
     deviceInfo.raidLevel = volume.raidLevel;
@@ -32,7 +29,7 @@ int describeDevice(const char* function, const OrvaInfo_Devices& device, DmuDevi
       return 0;
     case dmu::DeviceKind::exposedDrive:
       DMU_TRACE(function, "Physical Location: %s\n", dmu::LocationText(device).text);
-      deviceInfo.deviceType = kPhysicalDisk;
+      deviceInfo.deviceType = kDmuPhysicalDisk;
       return 0;
     case dmu::DeviceKind::maskedDrive:
     case dmu::DeviceKind::unexpected:

@@ -4,6 +4,7 @@
 #include <map>
 
 #include "plugin/trace.h"
+#include "services/location_text.h"
 #include "services/member_drives.h"
 #include "services/service_frame.h"
 

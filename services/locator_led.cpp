@@ -4,6 +4,8 @@
 #include <iterator>
 
 #include "channel/command.h"
+#include "channel/command_buffer.h"
+#include "channel/management_channel.h"
 #include "controller/physical_drive.h"
 #include "diagnostics/snapshot_dump.h"
 #include "plugin/trace.h"
@@ -70,10 +72,7 @@ int OrvaInfo_SetDriveLEDState(CtrlDevInfo* handle, unsigned int state, unsigned 
 }
 
 int OrvaInfo_BlinkDriveTrayLED(int seconds, OrvaInfo_Devices* device, OrvaInfo* info, char turnOn) {
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   if (device == nullptr || info == nullptr || seconds > kMaxSeconds) return -1;
   if (dmu::isVolume(device->lunAddress) && !dmu::hasKnownMembers(*device)) return -1;
   const uint32_t length = blinkBufferLength(*info, takesExtendedArray(*info));
@@ -98,10 +97,7 @@ int OrvaInfo_BlinkDriveTrayLED(int seconds, OrvaInfo_Devices* device, OrvaInfo* 
 }
 
 int OrvaInfo_SenseBlinkDriveLED(OrvaInfo* info, vlexBlinkDriveLED* buffer, int length) {
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   if (info == nullptr) return -1;
   dmu::CommandBuffer<vlexBlinkDriveLED> own;
   if (buffer == nullptr) {

@@ -7,14 +7,22 @@
 #include <memory>
 #include <vector>
 
-#include "channel/command.h"
+#include "channel/command_buffer.h"
 #include "plugin/trace.h"
+#include "services/location_text.h"
 #include "services/member_drives.h"
 #include "services/service_frame.h"
 
 namespace {
 
 constexpr char kNoMemory[] = "No memory for location!";
+
+/// Where the host takes its locations: an array of slots, and the text that says what failed.
+struct HostSlots {
+  char** locations;
+  int32_t count;
+  std::string& error;
+};
 
 /// @return the buffer that the host frees; null when memory ran out
 [[nodiscard]] char* makeHostBuffer(const dmu::LocationText& location) {
@@ -66,8 +74,7 @@ void releaseHostBuffers(char** locations, int32_t count) {
   return true;
 }
 
-int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Devices& volume, char** locations,
-                        int32_t count, std::string& error) {
+int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Devices& volume, const HostSlots& slots) {
   const uint32_t mapSize = dmu::memberMapSize(info);
   std::unique_ptr<uint8_t, dmu::Free> found(static_cast<uint8_t*>(std::malloc(mapSize)));
   if (found == nullptr) {
@@ -86,7 +93,7 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
   if (countDiffers) forEachMissingMember(info, volume, found.get(), [&](uint32_t /*index*/) { ++textCount; });
   std::vector<dmu::LocationText> texts;
   if (!reserve(texts, textCount)) {
-    error = kNoMemory;
+    slots.error = kNoMemory;
     return -1;
   }
 
@@ -101,45 +108,44 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
   found.reset();
 
   std::sort(texts.begin(), texts.end());
-  if (count == 0) {
+  if (slots.count == 0) {
     for (const dmu::LocationText& location : texts) DMU_TRACE(function, "\t%s\n", location.text);
     return 0;
   }
-  const int32_t stored = std::min(static_cast<int32_t>(texts.size()), std::max(count, 0));
-  if (!storeLocations(texts, stored, locations)) {
-    error = kNoMemory;
+  const int32_t stored = std::min(static_cast<int32_t>(texts.size()), std::max(slots.count, 0));
+  if (!storeLocations(texts, stored, slots.locations)) {
+    slots.error = kNoMemory;
     return -1;
   }
   return stored;
 }
 
-int32_t diskLocation(const char* function, const OrvaInfo_Devices& disk, char** locations, std::string& error) {
+int32_t diskLocation(const char* function, const OrvaInfo_Devices& disk, const HostSlots& slots) {
   const dmu::LocationText location(disk);
   DMU_TRACE(function, "Physical Location: %s\n", location.text);
-  locations[0] = makeHostBuffer(location);
-  if (locations[0] == nullptr) {
-    error = kNoMemory;
+  slots.locations[0] = makeHostBuffer(location);
+  if (slots.locations[0] == nullptr) {
+    slots.error = kNoMemory;
     return -1;
   }
   return 1;
 }
 
-int32_t deviceLocation(const char* function, OrvaInfo& info, OrvaInfo_Devices& device, char** locations, int32_t count,
-                       std::string& error) {
+int32_t deviceLocation(const char* function, OrvaInfo& info, OrvaInfo_Devices& device, const HostSlots& slots) {
   switch (dmu::kindOf(device.lunAddress)) {
     case dmu::DeviceKind::logicalVolume:
       if (device.external != 0) {
         DMU_TRACE(function, "Physical Location: external");
         return 0;
       }
-      return OrvaInfo_GetPhyLocationForVolume(&info, &device, locations, count, error);
+      return OrvaInfo_GetPhyLocationForVolume(&info, &device, slots.locations, slots.count, slots.error);
     case dmu::DeviceKind::exposedDrive:
-      return diskLocation(function, device, locations, error);
+      return diskLocation(function, device, slots);
     case dmu::DeviceKind::maskedDrive:
     case dmu::DeviceKind::unexpected:
       break;
   }
-  error = dmu::kMaskedDevice;
+  slots.error = dmu::kMaskedDevice;
   return -1;
 }
 
@@ -148,7 +154,7 @@ int32_t deviceLocation(const char* function, OrvaInfo& info, OrvaInfo_Devices& d
 int32_t OrvaInfo_GetDeviceLocation(CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
   if (handle == nullptr || locations == nullptr) return -1;
   return dmu::withDevice(*handle, error, [&, function = __func__](OrvaInfo& info, OrvaInfo_Devices& device) {
-    return deviceLocation(function, info, device, locations, count, error);
+    return deviceLocation(function, info, device, {locations, count, error});
   });
 }
 
@@ -157,6 +163,7 @@ int32_t OrvaInfo_GetPhyLocationForVolume(OrvaInfo* info, OrvaInfo_Devices* volum
   if (info == nullptr || volume == nullptr) return 0;
   if (locations == nullptr && count != 0) return 0;
   if (!dmu::hasKnownMembers(*volume)) return 0;
-  return dmu::unlessMemoryRunsOut(
-      -1, [&, function = __func__] { return volumeLocations(function, *info, *volume, locations, count, error); });
+  return dmu::unlessMemoryRunsOut(-1, [&, function = __func__] {
+    return volumeLocations(function, *info, *volume, {locations, count, error});
+  });
 }

@@ -4,6 +4,8 @@
 #include <cstddef>
 
 #include "channel/command.h"
+#include "channel/command_buffer.h"
+#include "channel/management_channel.h"
 #include "plugin/trace.h"
 #include "services/member_drives.h"
 #include "services/service_frame.h"
@@ -102,10 +104,7 @@ int OrvaInfo_CacheControl(CtrlDevInfo* handle, int mode, std::string& error) {
 
 int OrvaInfo_CtrlParameter(OrvaInfo* info, int mode) {
   if (info == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   const auto parameters = dmu::makeCommandBuffer<vlexControllerParameters>();
   if (parameters == nullptr) {
     DMU_TRACE(__func__, "Failed to allocate memory.\n");
@@ -124,10 +123,7 @@ int OrvaInfo_CtrlParameter(OrvaInfo* info, int mode) {
 
 int OrvaInfo_CacheConfiguration(OrvaInfo* info, OrvaInfo_Devices* entry, int set) {
   if (info == nullptr || entry == nullptr) return -1;
-  if (mgmtHandle == nullptr) {
-    DMU_TRACE(__func__, "Uninitialized.\n");
-    return -1;
-  }
+  if (!dmu::channelIsOpen(__func__)) return -1;
   if (!dmu::isVolume(entry->lunAddress)) return -1;
   // A reply that does not fit is asked for once more, when a command can ask for it at all.
   uint32_t length = dmu::roundUpTo512(sizeof(vlexCacheConfiguration) + info->maxLogicalDrivesSupported / 2);

@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "channel/command.h"
+#include "channel/command_buffer.h"
 #include "channel/instance_query.h"
 #include "channel/management_channel.h"
 #include "tests/host_process.h"

@@ -1,5 +1,5 @@
-// Location texts, and what is known of a volume's members.
-#include "services/member_drives.h"
+// The formatting of location texts.
+#include "services/location_text.h"
 
 #include <algorithm>
 #include <charconv>
@@ -26,14 +26,6 @@ LocationText::LocationText(const OrvaInfo_Devices& drive, std::string_view suffi
   *end++ = ':';
   end = append(end, drive.bay);
   append(end, suffix);
-}
-
-bool hasKnownMembers(const OrvaInfo_Devices& device) {
-  return isVolume(device.lunAddress) && device.raidMap != nullptr && device.physicalDisks != 0 && device.external == 0;
-}
-
-int driveCount(const OrvaInfo_Devices& device) {
-  return isVolume(device.lunAddress) ? device.physicalDisks : 1;
 }
 
 }  // namespace dmu

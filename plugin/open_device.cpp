@@ -1,17 +1,16 @@
 // Opening and closing of device handles.
-#include "plugin/device_handle.h"
+#include "plugin/open_device.h"
 
 #include <cstring>
 #include <memory>
 #include <new>
 
+#include "plugin/device_handle.h"
 #include "plugin/host_thread.h"
 #include "plugin/serial_number.h"
 #include "plugin/trace.h"
 
 namespace {
-
-constexpr char kDriver[] = "veltrane";
 
 /// Null counts as an empty name.
 const char* nameOrEmpty(const char* name) {
@@ -34,7 +33,7 @@ int32_t VELTRANEPlugin_OpenDevice(const char* hba, uint32_t channel, uint32_t ta
                                   uint16_t subDeviceId, uint8_t /*reserved*/, uint32_t physicalSlot,
                                   CtrlDevInfo** out) {
   const dmu::HostThread thread;
-  if (driver == nullptr || std::strcmp(driver, kDriver) != 0) return -1;
+  if (driver == nullptr || std::strcmp(driver, kDmuDriver) != 0) return -1;
   if (out == nullptr) return -1;
   std::unique_ptr<CtrlDevInfo> handle(new (std::nothrow) CtrlDevInfo{});
   if (handle == nullptr) return -1;
