@@ -1,12 +1,15 @@
 #!/usr/bin/env python3
-"""Prints a large topology: 20 volumes of 50 masked drives each and 100 exposed drives on one controller.
+"""Prints a large topology: 20 volumes of 50 masked drives each and exposed drives on one controller.
 
-    examples/large-topology.py > examples/large-topology.json
+    examples/large-topology.py > examples/large-topology.json            # 68 exposed drives: 1,088 devices
+    examples/large-topology.py 100 > tests/console/overfull.json         # more than the plugin lists
 """
 
 import json
+import sys
 
-VOLUMES, MEMBERS, EXPOSED = 20, 50, 100
+VOLUMES, MEMBERS = 20, 50
+EXPOSED = int(sys.argv[1]) if len(sys.argv) > 1 else 68
 BAYS = 50  # in a box
 
 
