@@ -59,22 +59,6 @@ TEST_F(Scan, OemBuildsNumberLocalVolumesByLun) {
   EXPECT_EQ(host.counts().load, 1u) << "once for each local volume";
 }
 
-TEST_F(Scan, AFullListKeepsTheVolumesAndTheFirstDrives) {
-  simulator::Controller controller = model::controller();
-  controller.maxPhysDevicesSupported = 2048;
-  for (uint32_t i = 0; i < 1100; ++i) controller.drives.push_back(model::drive(i));
-  for (uint32_t i = 0; i < 20; ++i) controller.volumes.push_back(model::volume(i, {i}));
-  scan(model::topology(controller));
-  ASSERT_EQ(info->deviceCount, 1088);
-  EXPECT_EQ(info->devices[19].lunAddress.bytes[3], 0x40);
-  EXPECT_THAT(info->devices[20].serialNo, testing::StartsWith("S0 "));
-  EXPECT_THAT(info->devices[1087].serialNo, testing::StartsWith("S1067 "));
-  EXPECT_TRUE(PUBLISHED(OrvaInfo_DevListIsFull)(info));
-  EXPECT_TRUE(PUBLISHED(OrvaInfo_DevListIsFull)(nullptr));
-  EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(info), 0) << "a scan of a full list adds nothing";
-  EXPECT_EQ(info->deviceCount, 1088);
-}
-
 TEST_F(Scan, APhysicalListEndsWithTheResultOfItsLastEntry) {
   struct {
     vlexPhysicalLUNReportExt report;

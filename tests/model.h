@@ -10,41 +10,35 @@ namespace model {
 
 /// A controller with room for 256 drives and 64 volumes, and nothing in it.
 inline simulator::Controller controller(const std::string& hba = "vmhba1") {
-  simulator::Controller c;
-  c.hba = hba;
-  c.maxPhysDevicesSupported = 256;
-  c.maxPhysDrivesPerLogicalUnit = 128;
-  c.maxLogicalDrivesSupported = 64;
-  return c;
+  return {
+      .hba = hba, .maxPhysDevicesSupported = 256, .maxPhysDrivesPerLogicalUnit = 128, .maxLogicalDrivesSupported = 64};
 }
 
 /// A drive by its BMIC drive index: bay `index` of box 1 on port "1I", serial "S" and the index, temperatures 30
 /// and 60.
 inline simulator::Drive drive(uint32_t index, bool exposed = false) {
-  simulator::Drive d;
-  d.bus = static_cast<uint8_t>(index / 256 + 1);
-  d.target = static_cast<uint8_t>(index % 256);
-  d.exposed = exposed;
-  d.device = exposed ? std::string("disk").append(std::to_string(index)) : "";
-  d.serial = std::string("S").append(std::to_string(index));
-  d.port = "1I";
-  d.box = 1;
-  d.bay = static_cast<uint8_t>(index);
-  d.currentTemperature = 30;
-  d.maximumTemperature = 60;
-  return d;
+  const std::string number = std::to_string(index);
+  return {.bus = static_cast<uint8_t>(index / 256 + 1),
+          .target = static_cast<uint8_t>(index % 256),
+          .exposed = exposed,
+          .device = exposed ? std::string("disk").append(number) : "",
+          .serial = std::string("S").append(number),
+          .port = "1I",
+          .box = 1,
+          .bay = static_cast<uint8_t>(index),
+          .currentTemperature = 30,
+          .maximumTemperature = 60};
 }
 
 /// A local volume on the drives with these indexes.
 inline simulator::Volume volume(uint32_t number, const std::vector<uint32_t>& members,
                                 simulator::RaidLevel level = simulator::RaidLevel::raid5) {
-  simulator::Volume v;
-  v.number = number;
-  v.device = std::string("volume").append(std::to_string(number));
-  v.serial = std::string("V").append(std::to_string(number));
-  v.raidLevel = level;
-  v.members = members;
-  return v;
+  const std::string text = std::to_string(number);
+  return {.number = number,
+          .device = std::string("volume").append(text),
+          .serial = std::string("V").append(text),
+          .raidLevel = level,
+          .members = members};
 }
 
 inline simulator::Topology topology(const simulator::Controller& c) {
