@@ -105,7 +105,7 @@ class StackAlignment : public ScenarioTest {
     DmuDeviceInfo deviceInfo = {};
     std::array<DriveTemperature, 4> temperatures;
     std::array<char*, 4> locations;
-    std::array<uint8_t, 512> buffer;
+    alignas(16) std::array<uint8_t, 512> buffer;
     alignas(std::string) std::byte serial[sizeof(std::string)];
     const uint32_t i = word(info);
     const uint32_t v = word(volume);
