@@ -31,6 +31,9 @@ class Command {
   /// The command's own options and arguments, which are stored in this object.
   [[nodiscard]] virtual std::vector<Option> options() { return {}; }
 
+  /// Whether it is to change settings of the hardware.
+  [[nodiscard]] virtual bool switches() const { return false; }
+
   /// Carries the command out.
   /// @throws Refusal  before any device was touched
   [[nodiscard]] virtual Outcome run(Session& session) = 0;

@@ -18,7 +18,7 @@ Outcome runCommand(Command& command, Session& session) {
     isResult = false;
   };
   try {
-    session.begin();
+    session.begin(command.switches());
     outcome = command.run(session);
   } catch (const Refusal& refusal) {
     refuse(refusal);

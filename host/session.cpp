@@ -19,7 +19,8 @@ static CommandLog::Show whereToShow(const GlobalOptions& options) {
 Session::Session(const GlobalOptions& options)
     : options_(options), terminal_(Terminal::ofThisProcess()), report_(options.json), commands_(whereToShow(options)) {}
 
-void Session::begin() {
+void Session::begin(bool switches) {
+  switches_ = switches;
   if (!options_.recordFile.empty()) recorder_ = std::make_unique<recording::Recorder>(options_.recordFile);
   if (!options_.replayFile.empty()) replay_ = std::make_unique<recording::Replay>(options_.replayFile);
 }
@@ -36,7 +37,7 @@ std::optional<std::string> Session::end() {
 /// What of the options and the environment only the simulated host can do; empty when nothing is asked of it.
 std::string Session::whatIsSimulated() const {
   if (!options_.topologyFile.empty()) return "--topology";
-  if (!options_.stateFile.empty()) return "--state";
+  if (hasStateFile()) return "--state";
   const char* topology = std::getenv("DMU_TOPOLOGY");
   return topology != nullptr && *topology != '\0' ? "DMU_TOPOLOGY" : "";
 }
@@ -53,7 +54,10 @@ void Session::prepareHost() {
   simulatedHost_ = found;
   if (const std::string purpose = whatIsSimulated(); !purpose.empty()) (void)simulatedHost(purpose);
   if (!options_.topologyFile.empty()) refuseIf(simulatedHost_->loadFile(options_.topologyFile));
-  if (!options_.stateFile.empty()) refuseIf(simulatedHost_->useStateFile(options_.stateFile));
+  if (hasStateFile()) {
+    const auto use = switches_ ? simulator::StateUse::change : simulator::StateUse::look;
+    refuseIf(simulatedHost_->useStateFile(options_.stateFile, use));
+  }
 }
 
 simulator::SimulatedHost& Session::simulatedHost(const std::string& purpose) {

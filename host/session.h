@@ -36,11 +36,15 @@ class Session {
   explicit Session(const GlobalOptions& options);
 
   /// Records or replays from now on, if an option says so.
+  /// @param switches  whether settings of the hardware are to be changed
   /// @throws Refusal  the recording cannot be written, or is refused
-  void begin();
+  void begin(bool switches);
 
   /// What the replayed recording had no answer to, if anything: the run is not to be believed then.
   [[nodiscard]] std::optional<std::string> unanswered() const;
+
+  /// Whether a state file was named.
+  [[nodiscard]] bool hasStateFile() const { return !options_.stateFile.empty(); }
 
   /// Whether the answers come from a recording.
   [[nodiscard]] bool isReplay() const { return replay_ != nullptr; }
@@ -97,6 +101,7 @@ class Session {
   std::unique_ptr<recording::Recorder> recorder_;
   std::unique_ptr<recording::Replay> replay_;
   std::optional<ManagementLibrary> library_;
+  bool switches_ = false;
   bool prepared_ = false;
   simulator::SimulatedHost* simulatedHost_ = nullptr;  // null on a real host and in a replay
   std::optional<std::vector<HostDisk>> disks_;

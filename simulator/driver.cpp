@@ -4,10 +4,8 @@
 #include <cstdio>
 #include <thread>
 
-#include "simulator/files.h"
 #include "simulator/host.h"
 #include "simulator/interface_checks.h"
-#include "simulator/state_file.h"
 
 namespace simulator {
 namespace {
@@ -158,25 +156,11 @@ int32_t Host::carryOutRecord(std::unique_lock<std::mutex>& lock, uint32_t instan
   if (instance >= instanceCount()) return code(ManagementError::instance);  // another model was loaded meanwhile
 
   CommandResult result;
-  if (!effect.driverStatus) result = carryOutAndKeep(controllers_[instance], command, dataToController);
+  if (!effect.driverStatus) result = carryOutAndKeep(instance, command, dataToController);
   status = effect.driverStatus.value_or(static_cast<uint32_t>(result.status));
   fillErrorInfo(record, static_cast<DriverStatus>(status));
   if (status == 0 && !command.layout->toController) deliver(result.reply, effect, buffer);
   return code(ManagementError::none);
-}
-
-CommandResult Host::carryOutAndKeep(ControllerModel& controller, const DecodedCommand& command, BytesView data) {
-  if (stateFile_.empty() || !command.layout->toController) return carryOut(controller, command, data, now());
-
-  const Blink blinkBefore = controller.blink;
-  const StoredSettings settingsBefore = controller.settings;
-  CommandResult result = carryOut(controller, command, data, now());
-  if (result.status == DriverStatus::success && !replaceFile(stateFile_, stateText(controllers_))) {
-    controller.blink = blinkBefore;
-    controller.settings = settingsBefore;
-    result.status = DriverStatus::stateNotKept;
-  }
-  return result;
 }
 
 }  // namespace simulator

@@ -11,7 +11,6 @@
 #include "simulator/exported.h"
 #include "simulator/files.h"
 #include "simulator/module_loader.h"
-#include "simulator/state_file.h"
 #include "simulator/topology_checks.h"
 #include "simulator/topology_reader.h"
 
@@ -95,6 +94,7 @@ void Host::replaceModel(const Topology& topology) {
   unusable_.clear();
   unusableSaid_ = false;
   stateFile_.clear();
+  stateLock_.release();
   topology_ = topology;
   controllers_ = std::vector<ControllerModel>(topology.controllers.begin(), topology.controllers.end());
   ModuleLoader::instance().setOemDriver(topology.oemDriver);
@@ -129,17 +129,6 @@ Topology Host::topology() const {
 
 std::string Host::builtInTopology() const {
   return kBuiltInTopology;
-}
-
-std::optional<std::string> Host::useStateFile(const std::string& file) {
-  const auto text = readFile(file);
-  if (!text && errno != ENOENT) return because(file, "cannot be read");
-  const std::lock_guard lock(mutex_);
-  if (text) {
-    if (const auto mistake = restoreState(*text, controllers_)) return file + ": " + *mistake;
-  }
-  stateFile_ = file;
-  return std::nullopt;
 }
 
 std::vector<HostDisk> Host::disks() const {

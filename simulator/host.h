@@ -16,6 +16,7 @@
 #include "simulator/driver_errors.h"
 #include "simulator/faults.h"
 #include "simulator/simulated_host.h"
+#include "simulator/state_lock.h"
 #include "simulator/wire.h"
 
 namespace simulator {
@@ -43,7 +44,7 @@ class Host final : public SimulatedHost {
   void load(const Topology& topology) override;
   Topology topology() const override;
   std::string builtInTopology() const override;
-  std::optional<std::string> useStateFile(const std::string& file) override;
+  std::optional<std::string> useStateFile(const std::string& file, StateUse use) override;
   std::vector<HostDisk> disks() const override;
   std::vector<ControllerState> state() const override;
   void addFault(const FaultRule& rule) override;
@@ -74,8 +75,11 @@ class Host final : public SimulatedHost {
   [[nodiscard]] uint64_t now() const;
   [[nodiscard]] uint32_t instanceCount() const;
   [[nodiscard]] std::optional<Node> findNode(std::string_view name) const;
-  [[nodiscard]] CommandResult carryOutAndKeep(ControllerModel& controller, const DecodedCommand& command,
-                                              BytesView data);
+  [[nodiscard]] CommandResult carryOutAndKeep(uint32_t instance, const DecodedCommand& command, BytesView data);
+
+  // The state file (host_state.cpp). What they return is wrong with it.
+  [[nodiscard]] std::optional<std::string> readState();
+  [[nodiscard]] std::optional<std::string> beginChanges();
 
   /// Says once on standard error why there is no topology to work with, if so.
   bool usable() const;
@@ -92,7 +96,8 @@ class Host final : public SimulatedHost {
   Topology topology_;
   std::vector<ControllerModel> controllers_;
   Faults faults_;
-  std::string stateFile_;
+  std::string stateFile_;  ///< empty: none is used
+  StateLock stateLock_;
   std::function<uint64_t()> clock_;
   std::set<const void*> channels_;
   uintptr_t nextChannel_ = 0x1000;

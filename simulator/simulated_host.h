@@ -197,6 +197,9 @@ struct CallCounts {
   uint32_t openNodes = 0;     ///< disk nodes open now
 };
 
+/// What a program is about to do with a state file.
+enum class StateUse { look, change };
+
 class SimulatedHost {
  public:
   /// Replaces the model by the one in a topology file. On failure the model stays as it was.
@@ -214,9 +217,14 @@ class SimulatedHost {
   [[nodiscard]] virtual std::string builtInTopology() const = 0;
 
   /// Keeps the state of the hardware (blinking, caches, parameters) in a file from now on: reads it when it exists,
-  /// replaces it as a whole at every change.
+  /// replaces it as a whole at every change. An empty name ends that.
+  ///
+  /// Who is about to change it holds FILE.lock from before it is read until another file is used or the process ends,
+  /// waits for others who do, and writes it once at the beginning, so that what cannot be written is said before
+  /// anything is switched. Who only looks waits for nobody; a change all the same takes the lock and reads again first.
+  ///
   /// @return nothing, or what is wrong with the file
-  virtual std::optional<std::string> useStateFile(const std::string& file) = 0;
+  virtual std::optional<std::string> useStateFile(const std::string& file, StateUse use) = 0;
 
   [[nodiscard]] virtual std::vector<HostDisk> disks() const = 0;
   [[nodiscard]] virtual std::vector<ControllerState> state() const = 0;

@@ -60,7 +60,7 @@ class StateFile : public ScenarioTest {
  protected:
   StateFile() { std::filesystem::create_directory(folder_); }
   ~StateFile() override {
-    (void)host.useStateFile("");
+    (void)host.useStateFile("", simulator::StateUse::look);
     std::filesystem::remove_all(folder_);
   }
 
@@ -93,7 +93,7 @@ class StateFile : public ScenarioTest {
 
 TEST_F(StateFile, HoldsTheOldStateOrTheNewOneWheneverItsWriterIsKilled) {
   load(small());
-  ASSERT_EQ(host.useStateFile(file), std::nullopt);
+  ASSERT_EQ(host.useStateFile(file, simulator::StateUse::change), std::nullopt);
   CtrlDevInfo* volume = open("volume0");
   ASSERT_EQ(plugin->cacheOn(volume, error), 2);
   const std::string old = content();
@@ -106,10 +106,19 @@ TEST_F(StateFile, HoldsTheOldStateOrTheNewOneWheneverItsWriterIsKilled) {
   while (!switchCacheElsewhere(volume, true, ++points)) {
     replaced = content() == old;
     EXPECT_TRUE(replaced || content() == changed) << "killed at call " << points;
-    EXPECT_EQ(host.useStateFile(file), std::nullopt);
+    EXPECT_EQ(host.useStateFile(file, simulator::StateUse::change), std::nullopt);
   }
   EXPECT_TRUE(replaced) << "killed after the last call that matters";
   EXPECT_GE(points - 1, 5) << "the temporary file, its bytes, their way to the disk, and the renaming";
+}
+
+TEST_F(StateFile, KeepsTheChangesOfOthersWhoeverMeantToLookAlone) {
+  load(small());
+  ASSERT_EQ(host.useStateFile(file, simulator::StateUse::look), std::nullopt);
+  CtrlDevInfo* volume = open("volume0");
+  ASSERT_TRUE(switchCacheElsewhere(volume, true, 0));
+  ASSERT_EQ(plugin->setDriveLEDState(volume, 1, 10, error), 2);
+  EXPECT_TRUE(host.state().front().volumes.front().volume.cacheOn);
 }
 
 }  // namespace

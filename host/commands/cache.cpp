@@ -49,6 +49,8 @@ class CacheCommand final : public Command {
 
   [[nodiscard]] Json emptyResult() const override { return {{"dryRun", dryRun_}, {"devices", Json::array()}}; }
 
+  [[nodiscard]] bool switches() const override { return !dryRun_; }
+
   Outcome run(Session& session) override {
     Outcome outcome{"", emptyResult()};
     auto opened = devices_.open(session);

@@ -76,6 +76,8 @@ class CheckCommand final : public Command {
     if (session.commands().shows()) {
       throw Refusal("check tries each rule in a process of its own, and --show-commands does not see what those send");
     }
+    if (session.hasStateFile())
+      throw Refusal("check tries rules on copies of the model, and no --state is kept of those");
     const std::vector<check::Rule> rules = check::rulesNamed(names_);
     check::Setup setup;
     setup.pluginFile = session.pluginFile();

@@ -49,6 +49,8 @@ class LocateCommand final : public Command {
     return {{"dryRun", dryRun_}, {"devices", Json::array()}, {"controllers", Json::array()}};
   }
 
+  [[nodiscard]] bool switches() const override { return !dryRun_; }
+
   Outcome run(Session& session) override {
     Outcome outcome{"", emptyResult()};
     auto opened = devices_.open(session);

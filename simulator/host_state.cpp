@@ -1,0 +1,92 @@
+// The simulated host and its state file: reading it, the right to change it, and writing it at every change.
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "simulator/files.h"
+#include "simulator/host.h"
+#include "simulator/state_file.h"
+
+namespace simulator {
+namespace {
+
+/// The file behind a link, so that all who mean it take the same lock, and the link stays.
+std::string withoutLinks(const std::string& file) {
+  struct stat status {};
+  if (lstat(file.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return file;
+  const std::unique_ptr<char, decltype(&std::free)> path(realpath(file.c_str(), nullptr), std::free);
+  return path != nullptr ? path.get() : file;
+}
+
+std::string unwritable(const std::string& file, const std::string& reason) {
+  return file + ": cannot be written: " + reason;
+}
+
+/// What can be seen without touching the file.
+std::optional<std::string> whyUnwritable(const std::string& file) {
+  struct stat status {};
+  if (stat(file.c_str(), &status) != 0) return std::nullopt;  // it is made, or its folder says why not
+  if (!S_ISREG(status.st_mode)) return unwritable(file, "it is no regular file");
+  if (access(file.c_str(), W_OK) != 0) return unwritable(file, std::strerror(errno));
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> Host::useStateFile(const std::string& file, StateUse use) {
+  const std::lock_guard lock(mutex_);
+  stateLock_.release();
+  stateFile_ = withoutLinks(file);
+  if (stateFile_.empty()) return std::nullopt;
+  auto mistake = use == StateUse::change ? beginChanges() : readState();
+  if (mistake) stateFile_.clear();
+  return mistake;
+}
+
+std::optional<std::string> Host::readState() {
+  const auto text = readFile(stateFile_);
+  if (!text)
+    return errno == ENOENT ? std::nullopt : std::optional(stateFile_ + ": cannot be read: " + std::strerror(errno));
+  if (const auto mistake = restoreState(*text, controllers_)) return stateFile_ + ": " + *mistake;
+  return std::nullopt;
+}
+
+std::optional<std::string> Host::beginChanges() {
+  if (auto reason = whyUnwritable(stateFile_)) return reason;
+  if (!stateLock_.take(stateFile_)) {
+    return unwritable(stateFile_, StateLock::fileOf(stateFile_) + ": " + std::strerror(errno));
+  }
+  auto mistake = readState();
+  if (!mistake && !replaceFile(stateFile_, stateText(controllers_)))
+    mistake = unwritable(stateFile_, std::strerror(errno));
+  if (mistake) stateLock_.release();
+  return mistake;
+}
+
+CommandResult Host::carryOutAndKeep(uint32_t instance, const DecodedCommand& command, BytesView data) {
+  if (stateFile_.empty() || !command.layout->toController) {
+    return carryOut(controllers_[instance], command, data, now());
+  }
+  if (!stateLock_.isHeld()) {
+    if (const auto mistake = beginChanges()) {
+      std::fprintf(stderr, "%s\n", mistake->c_str());
+      return {DriverStatus::stateNotKept, {}};
+    }
+  }
+  ControllerModel& controller = controllers_[instance];
+  const Blink blinkBefore = controller.blink;
+  const StoredSettings settingsBefore = controller.settings;
+  CommandResult result = carryOut(controller, command, data, now());
+  if (result.status != DriverStatus::success || replaceFile(stateFile_, stateText(controllers_))) return result;
+
+  std::fprintf(stderr, "%s\n", unwritable(stateFile_, std::strerror(errno)).c_str());
+  controller.blink = blinkBefore;
+  controller.settings = settingsBefore;
+  return {DriverStatus::stateNotKept, {}};
+}
+
+}  // namespace simulator
