@@ -21,7 +21,7 @@ Session::Session(const GlobalOptions& options)
 
 void Session::begin(bool switches) {
   switches_ = switches;
-  if (!options_.recordFile.empty()) recorder_ = std::make_unique<recording::Recorder>(options_.recordFile);
+  if (!options_.recordFile.empty()) recorder_ = std::make_unique<recording::Recorder>(options_.recordFile, ownFiles());
   if (!options_.replayFile.empty()) replay_ = std::make_unique<recording::Replay>(options_.replayFile);
 }
 
@@ -34,12 +34,27 @@ std::optional<std::string> Session::end() {
   return recorder_ == nullptr ? std::nullopt : recorder_->finish();
 }
 
+/// The value of the environment variable with the simulated host's topology; empty when it is not set.
+static std::string topologyVariable() {
+  const char* file = std::getenv("DMU_TOPOLOGY");
+  return file == nullptr ? "" : file;
+}
+
+std::vector<recording::RunFile> Session::ownFiles() const {
+  return {{"--plugin", pluginFile()},
+          {"--library", options_.libraryFile},
+          {"--topology", options_.topologyFile},
+          {"DMU_TOPOLOGY", topologyVariable()},
+          {"--inventory", options_.inventoryFile},
+          {"--state", options_.stateFile},
+          {"--state", hasStateFile() ? options_.stateFile + ".lock" : ""}};
+}
+
 /// What of the options and the environment only the simulated host can do; empty when nothing is asked of it.
 std::string Session::whatIsSimulated() const {
   if (!options_.topologyFile.empty()) return "--topology";
   if (hasStateFile()) return "--state";
-  const char* topology = std::getenv("DMU_TOPOLOGY");
-  return topology != nullptr && *topology != '\0' ? "DMU_TOPOLOGY" : "";
+  return topologyVariable().empty() ? "" : "DMU_TOPOLOGY";
 }
 
 const ManagementLibrary& Session::library() {

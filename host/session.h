@@ -90,6 +90,8 @@ class Session {
   [[nodiscard]] CommandLog& commands() { return commands_; }
 
  private:
+  /// The files that the run reads or keeps, as far as they are named.
+  [[nodiscard]] std::vector<recording::RunFile> ownFiles() const;
   void prepareHost();
   [[nodiscard]] std::string whatIsSimulated() const;
   [[nodiscard]] std::vector<HostDisk> findDisks();

@@ -6,8 +6,6 @@
 
 #include "host/disk_record.h"
 #include "host/interception.h"
-#include "host/recording/format.h"
-#include "host/refusal.h"
 #include "simulator/hex.h"
 
 namespace host::recording {
@@ -77,10 +75,7 @@ Json errorAnswer(bool failed, int error) {
 
 }  // namespace
 
-Recorder::Recorder(const std::string& file) : name_(file), file_(std::fopen(file.c_str(), "we")) {
-  if (file_ == nullptr) throw Refusal(file + ": cannot be written: " + std::strerror(errno));
-  writeLine({{"format", kFormat}, {"version", kVersion}});
-  if (error_ != 0) throw Refusal(file + ": cannot be written: " + std::strerror(error_));
+Recorder::Recorder(const std::string& file, const std::vector<RunFile>& others) : file_(file, others) {
   takeCallsFrom(this);
 }
 
@@ -96,15 +91,7 @@ void Recorder::disks(const std::vector<HostDisk>& disks) {
 
 std::optional<std::string> Recorder::finish() {
   takeCallsFrom(nullptr);
-  writeLine({{"end", true}});
-  if (error_ == 0) return std::nullopt;
-  return name_ + ": the recording is not whole: " + std::strerror(error_);
-}
-
-void Recorder::writeLine(const Json& line) {
-  const std::string text = line.dump(-1, ' ', true) + "\n";
-  const bool written = std::fputs(text.c_str(), file_.get()) >= 0 && std::fflush(file_.get()) == 0;
-  if (!written && error_ == 0) error_ = errno;
+  return file_.finish();
 }
 
 void Recorder::write(const Request& request, Json answer, uint32_t channel) {
@@ -113,7 +100,7 @@ void Recorder::write(const Request& request, Json answer, uint32_t channel) {
   line["request"] = request.parameters;
   line["answer"] = std::move(answer);
   const std::lock_guard lock(mutex_);
-  writeLine(line);
+  file_.writeCall(line);
 }
 
 uint32_t Recorder::numberOf(vmk_MgmtUserHandle* channel) {

@@ -2,13 +2,13 @@
 #pragma once
 
 #include <map>
-#include <memory>
 #include <mutex>
 #include <optional>
 
 #include "host/host_calls.h"
 #include "host/host_disk.h"
 #include "host/recording/command_outputs.h"
+#include "host/recording/recording_file.h"
 #include "host/recording/requests.h"
 
 namespace host::recording {
@@ -16,9 +16,9 @@ namespace host::recording {
 /// Takes the process's calls as long as it lives. May be called by several threads.
 class Recorder final : public HostCalls {
  public:
-  /// @param file  replaced when it exists
-  /// @throws Refusal  it cannot be written
-  explicit Recorder(const std::string& file);
+  /// @param file, others  as for RecordingFile
+  /// @throws Refusal      it is refused, or cannot be written
+  Recorder(const std::string& file, const std::vector<RunFile>& others);
   ~Recorder() override;
 
   /// Writes down what the host's list of disks is.
@@ -39,23 +39,16 @@ class Recorder final : public HostCalls {
   time_t now() override;
 
  private:
-  struct CloseFile {
-    void operator()(FILE* file) const { std::fclose(file); }
-  };
-
   /// The number of a channel in the recording; 0 for one that is not open.
   uint32_t numberOf(vmk_MgmtUserHandle* channel);
   /// The channel is about to be closed: its address may be another's then.
   void forget(vmk_MgmtUserHandle* channel);
 
   void write(const Request& request, Json answer, uint32_t channel = 0);
-  void writeLine(const Json& line);
 
   HostCalls& machine_ = nextCalls();
   std::mutex mutex_;
-  std::string name_;
-  std::unique_ptr<FILE, CloseFile> file_;
-  int error_ = 0;  // errno of the first write that failed
+  RecordingFile file_;
   std::map<vmk_MgmtUserHandle*, uint32_t> channels_;
   uint32_t lastChannel_ = 0;
   CommandOutputs outputs_;
