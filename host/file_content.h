@@ -1,4 +1,4 @@
-// Reads a file whole.
+// Reads a file whole, within the limits of json/input.h.
 #pragma once
 
 #include <optional>
@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// @param error  receives the system's text when the file cannot be read
+/// @param error  receives why the file cannot be read
 /// @return the file's bytes, or nothing
 [[nodiscard]] std::optional<std::string> readFile(const std::string& file, std::string& error);
 

@@ -7,6 +7,7 @@
 
 #include "host/file_content.h"
 #include "host/refusal.h"
+#include "json/input.h"
 
 namespace host {
 namespace {
@@ -14,7 +15,11 @@ namespace {
 /// The objects and arrays around the value that is read.
 class OpenLevels {
  public:
-  void open(bool isArray) { levels_.push_back({isArray, 0, {}, {}}); }
+  /// @return false when the levels get too many
+  [[nodiscard]] bool open(bool isArray) {
+    levels_.push_back({isArray, 0, {}, {}});
+    return levels_.size() <= input::kLimits.depth;
+  }
   void close() { levels_.pop_back(); }
 
   /// A value of the innermost level is complete.
@@ -61,7 +66,7 @@ Json parse(const std::string& text, const std::string& place, std::string_view b
     switch (event) {
       case Json::parse_event_t::object_start:
       case Json::parse_event_t::array_start:
-        levels.open(event == Json::parse_event_t::array_start);
+        if (!levels.open(event == Json::parse_event_t::array_start)) throw Refusal(place + ": " + input::tooDeep());
         break;
       case Json::parse_event_t::key:
         if (!levels.addKey(parsed.get<std::string>())) throw Refusal(place + ": " + levels.path() + ": is there twice");

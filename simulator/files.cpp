@@ -4,9 +4,11 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "json/input.h"
 #include "simulator/c_library.h"
 
 namespace simulator {
@@ -40,17 +42,11 @@ bool writeAll(int descriptor, const std::string& text) {
 
 }  // namespace
 
-std::optional<std::string> readFile(const std::string& file) {
-  const Descriptor descriptor(cLibrary().open(file.c_str(), O_RDONLY | O_CLOEXEC));
-  if (descriptor.number() < 0) return std::nullopt;
-  std::string text;
-  char part[4096];
-  while (true) {
-    const ssize_t got = read(descriptor.number(), part, sizeof part);
-    if (got == 0) return text;
-    if (got > 0) text.append(part, static_cast<size_t>(got));
-    if (got < 0 && errno != EINTR) return std::nullopt;
-  }
+std::optional<std::string> readFile(const std::string& file, std::string& mistake) {
+  const Descriptor descriptor(cLibrary().open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  if (descriptor.number() >= 0) return input::readWhole(descriptor.number(), mistake);
+  mistake = std::strerror(errno);
+  return std::nullopt;
 }
 
 bool replaceFile(const std::string& file, const std::string& text) {

@@ -1,10 +1,8 @@
 // The simulated host's public interface: loading a model, what it holds now, its faults, records and counters.
 #include "simulator/host.h"
 
-#include <cerrno>
 #include <chrono>
 #include <cstdlib>
-#include <cstring>
 
 #include "simulator/built_in_topology.h"
 #include "simulator/drive_address.h"
@@ -27,10 +25,6 @@ const char* topologyOfEnvironment() {
   return file != nullptr && *file != '\0' ? file : nullptr;
 }
 
-std::string because(const std::string& file, const char* what) {
-  return file + ": " + what + ": " + std::strerror(errno);
-}
-
 /// @return what is wrong; nothing when `topology` was filled
 std::optional<std::string> parse(const std::string& json, const std::string& name, Topology& topology) {
   Mistakes mistakes(name);
@@ -42,8 +36,9 @@ std::optional<std::string> parse(const std::string& json, const std::string& nam
 }
 
 std::optional<std::string> parseFile(const std::string& file, Topology& topology) {
-  const auto text = readFile(file);
-  if (!text) return because(file, "cannot be read");
+  std::string mistake;
+  const auto text = readFile(file, mistake);
+  if (!text) return file + ": cannot be read: " + mistake;
   return parse(*text, file, topology);
 }
 

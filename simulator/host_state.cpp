@@ -48,11 +48,11 @@ std::optional<std::string> Host::useStateFile(const std::string& file, StateUse 
 }
 
 std::optional<std::string> Host::readState() {
-  const auto text = readFile(stateFile_);
-  if (!text)
-    return errno == ENOENT ? std::nullopt : std::optional(stateFile_ + ": cannot be read: " + std::strerror(errno));
-  if (const auto mistake = restoreState(*text, controllers_)) return stateFile_ + ": " + *mistake;
-  return std::nullopt;
+  if (access(stateFile_.c_str(), F_OK) != 0 && errno == ENOENT) return std::nullopt;
+  std::string mistake;
+  const auto text = readFile(stateFile_, mistake);
+  if (!text) return stateFile_ + ": cannot be read: " + mistake;
+  return restoreState(*text, stateFile_, controllers_);
 }
 
 std::optional<std::string> Host::beginChanges() {

@@ -1,14 +1,19 @@
 // JSON text, with what its parser lets pass: a key that is twice in an object.
 #include "simulator/json_text.h"
 
+#include <exception>
 #include <set>
 #include <string_view>
 #include <vector>
+
+#include "json/input.h"
 
 namespace simulator {
 namespace {
 
 using nlohmann::json;
+
+struct TooDeep : std::exception {};
 
 /// Follows the parser from value to value, and complains of a key that is twice in an object.
 class ParserPlace {
@@ -22,13 +27,14 @@ class ParserPlace {
     return path.empty() ? "/" : path;
   }
 
+  /// @throws TooDeep
   void see(json::parse_event_t event, const json& parsed) {
     switch (event) {
       case json::parse_event_t::object_start:
-        levels_.emplace_back();
+        open({});
         break;
       case json::parse_event_t::array_start:
-        levels_.push_back({true, 0, {}, {}});
+        open({true, 0, {}, {}});
         break;
       case json::parse_event_t::key:
         seeKey(parsed.get<std::string>());
@@ -50,6 +56,11 @@ class ParserPlace {
     std::string key;
     std::set<std::string> keys;
   };
+
+  void open(Level level) {
+    if (levels_.size() == input::kLimits.depth) throw TooDeep();
+    levels_.push_back(std::move(level));
+  }
 
   void seeKey(const std::string& key) {
     levels_.back().key = key;
@@ -96,6 +107,8 @@ json parseJson(const std::string& text, Mistakes& mistakes) {
     });
   } catch (const json::parse_error& error) {
     addSyntaxError(error, mistakes);
+  } catch (const TooDeep&) {
+    mistakes.add("nesting", input::tooDeep());
   } catch (const json::out_of_range&) {
     mistakes.add(place.path(), "must be a number that fits 64 bits");
   }

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "simulator/hex.h"
+#include "simulator/json_text.h"
 
 namespace simulator {
 namespace {
@@ -66,12 +67,17 @@ std::string stateText(const std::vector<ControllerModel>& controllers) {
          "\n";
 }
 
-std::optional<std::string> restoreState(const std::string& text, std::vector<ControllerModel>& controllers) {
+std::optional<std::string> restoreState(const std::string& text, const std::string& name,
+                                        std::vector<ControllerModel>& controllers) {
+  Mistakes mistakes(name);
+  const json document = parseJson(text, mistakes);
+  if (!mistakes.none()) return mistakes.text();
   try {
-    return restoreAll(json::parse(text), controllers);
+    if (const auto mistake = restoreAll(document, controllers)) return name + ": " + *mistake;
+    return std::nullopt;
   } catch (const json::exception& mistake) {
     const std::string message = mistake.what();  // "[json.exception.KIND.NUMBER] TEXT"
-    return "damaged: " + message.substr(message.find("] ") + 2);
+    return name + ": damaged: " + message.substr(message.find("] ") + 2);
   }
 }
 

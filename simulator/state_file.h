@@ -16,8 +16,9 @@ namespace simulator {
 [[nodiscard]] std::string stateText(const std::vector<ControllerModel>& controllers);
 
 /// Gives the controllers the state in `text`; a controller that it does not name keeps its own.
-/// @return nothing, or why the text is no state of these controllers, which are unchanged then
-[[nodiscard]] std::optional<std::string> restoreState(const std::string& text,
+/// @param name  of the file, for messages
+/// @return nothing, or why the text is no state of these controllers, which are unchanged then: "NAME: REASON"
+[[nodiscard]] std::optional<std::string> restoreState(const std::string& text, const std::string& name,
                                                       std::vector<ControllerModel>& controllers);
 
 }  // namespace simulator

@@ -2,12 +2,11 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <sstream>
+#include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "host/commands/commands.h"
-#include "host/file_content.h"
 #include "host/text.h"
 
 namespace host {
@@ -37,11 +36,12 @@ bool isOn() {
 }
 
 std::vector<std::string> tracedLines() {
-  std::string error;
-  const auto content = readFile(kTraceFile, error);
-  if (!content) throw Refusal(std::string(kTraceFile) + ": " + error);
+  struct stat status {};
+  if (stat(kTraceFile, &status) != 0) refuse(errno);
+  if (!S_ISREG(status.st_mode)) throw Refusal(std::string(kTraceFile) + ": it is no regular file");
   std::vector<std::string> lines;
-  std::istringstream stream(*content);
+  std::ifstream stream(kTraceFile);
+  if (!stream) refuse(errno);
   for (std::string line; std::getline(stream, line);) lines.push_back(std::move(line));
   return lines;
 }

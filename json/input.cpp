@@ -1,0 +1,56 @@
+// Reads within the limits.
+#include "json/input.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <poll.h>
+#include <unistd.h>
+#include <vector>
+
+namespace input {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+/// Waits for more bytes or the end; a file on a disk has them at once.
+bool awaitMore(int descriptor, Clock::time_point end) {
+  while (true) {
+    const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()).count();
+    pollfd waiting{descriptor, POLLIN, 0};
+    const int ready = poll(&waiting, 1, static_cast<int>(std::max<int64_t>(left, 0)));
+    if (ready > 0) return true;
+    if (ready == 0 || errno != EINTR) return false;
+  }
+}
+
+}  // namespace
+
+std::optional<std::string> readWhole(int descriptor, std::string& mistake) {
+  constexpr size_t kPart = 65536;
+  const auto end = Clock::now() + kLimits.wait;
+  std::string text;
+  std::vector<char> part(kPart);
+  while (awaitMore(descriptor, end)) {
+    const ssize_t got = read(descriptor, part.data(), part.size());
+    if (got == 0) return text;
+    if (got < 0) {
+      if (errno == EINTR || errno == EAGAIN) continue;
+      mistake = std::strerror(errno);
+      return std::nullopt;
+    }
+    text.append(part.data(), static_cast<size_t>(got));
+    if (text.size() > kLimits.mebibytes << 20) {
+      mistake = "it is larger than " + std::to_string(kLimits.mebibytes) + " MiB";
+      return std::nullopt;
+    }
+  }
+  mistake = "its end did not come within " + std::to_string(kLimits.wait.count()) + " seconds";
+  return std::nullopt;
+}
+
+std::string tooDeep() {
+  return "values are nested deeper than " + std::to_string(kLimits.depth) + " levels";
+}
+
+}  // namespace input
