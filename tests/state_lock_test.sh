@@ -2,7 +2,7 @@
 # state_lock_test.sh BUILD_DIR: twenty processes switch on one state file at once, on ten controllers and on one, and some
 # are killed at random: nobody else's change is lost, and what comes next is not held up.
 set -euo pipefail
-export PATH=$1:$PATH
+PATH=$(readlink -f "$1"):$PATH
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
