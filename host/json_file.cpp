@@ -27,6 +27,9 @@ class OpenLevels {
     if (!levels_.empty()) ++levels_.back().index;
   }
 
+  /// How many keys the innermost object has so far.
+  [[nodiscard]] size_t keys() const { return levels_.back().keys.size(); }
+
   /// @return false when the innermost object has the key already
   [[nodiscard]] bool addKey(const std::string& key) {
     levels_.back().key = key;
@@ -69,6 +72,8 @@ Json parse(const std::string& text, const std::string& place, std::string_view b
         if (!levels.open(event == Json::parse_event_t::array_start)) throw Refusal(place + ": " + input::tooDeep());
         break;
       case Json::parse_event_t::key:
+        // The parser looks for each key among all before it.
+        if (levels.keys() == input::kLimits.keys) throw Refusal(place + ": " + input::tooManyKeys());
         if (!levels.addKey(parsed.get<std::string>())) throw Refusal(place + ": " + levels.path() + ": is there twice");
         break;
       case Json::parse_event_t::object_end:

@@ -53,4 +53,8 @@ std::string tooDeep() {
   return "values are nested deeper than " + std::to_string(kLimits.depth) + " levels";
 }
 
+std::string tooManyKeys() {
+  return "an object has more than " + std::to_string(kLimits.keys) + " keys";
+}
+
 }  // namespace input

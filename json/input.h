@@ -14,8 +14,9 @@ struct Limits {
   size_t mebibytes;           ///< of a file
   std::chrono::seconds wait;  ///< for the end of a pipe or a device
   size_t depth;               ///< of values within values of JSON
+  size_t keys;                ///< of one JSON object
 };
-inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100};
+inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100, 1000};
 
 /// Reads what an open file has to give, up to its end.
 ///
@@ -23,7 +24,8 @@ inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100};
 /// @param mistake     receives why there is no text
 [[nodiscard]] std::optional<std::string> readWhole(int descriptor, std::string& mistake);
 
-/// What is said of JSON that is nested deeper than that.
+/// What is said of JSON that is nested deeper than that, or has an object with more keys.
 [[nodiscard]] std::string tooDeep();
+[[nodiscard]] std::string tooManyKeys();
 
 }  // namespace input
