@@ -136,6 +136,7 @@ void registerOperations(Shape shape) {
     if (operation.needsVolume && shape.volumes == 0) continue;
     const std::string name = std::string(operation.name) + "/entries:" + std::to_string(shape.entries) +
                              "/volumes:" + std::to_string(shape.volumes);
+    // NOLINTNEXTLINE(readability-redundant-string-cstr): not every release of the library takes a string
     benchmark::RegisterBenchmark(name.c_str(), [&operation, shape](auto& state) { measure(state, operation, shape); })
         ->Iterations(pairsOf(operation, shape))
         ->UseManualTime()

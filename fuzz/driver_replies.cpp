@@ -98,8 +98,7 @@ int32_t callOperation(DmuPluginDescriptor& plugin, CtrlDevInfo* handle, Input& i
 
 /// Whether an operation ended before it had a controller: the channel is then as it was before, or open.
 bool hadNoController(const std::string& error) {
-  return error == "Failed to open controller." || error == "Invalid handle!" ||
-         error.rfind("Mutex lock error: ", 0) == 0;
+  return error == "Failed to open controller." || error == "Invalid handle!" || error.starts_with("Mutex lock error: ");
 }
 
 }  // namespace

@@ -15,8 +15,8 @@
 
 /// One call of the plugin.
 struct PluginCall {
-  const char*
-      name;  ///< the C library's name, "new", a command's name as FaultRule::call has it, or init, destroy, query
+  /// The C library's name, "new", a command's name as FaultRule::call has it, or init, destroy, query.
+  const char* name = nullptr;
   size_t size = 0;  ///< bytes of an allocation
   size_t step = 0;  ///< HostCalls::step at that time
 
