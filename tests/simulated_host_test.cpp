@@ -106,6 +106,8 @@ TEST_F(SimulatedHost, BlinkTimeRunsOutForTheWholeController) {
   EXPECT_THAT(blinking(), ElementsAre(true, true, true)) << "the new time holds for all";
   now += 1;
   EXPECT_THAT(blinking(), ElementsAre(false, false, false));
+  ASSERT_EQ(plugin->setDriveLEDState(open("disk5"), 1, 10, error), 1);
+  EXPECT_THAT(blinking(), ElementsAre(false, false, true)) << "what has run out does not begin anew";
 }
 
 TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
@@ -118,6 +120,7 @@ TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
                  .count = 1,
                  .action = FaultAction::vanish});
   host.addFault({.call = "any", .controller = "another", .action = FaultAction::driverStatus, .value = 1});
+  host.addFault({.call = "any", .volume = 9, .action = FaultAction::driverStatus, .value = 1});
   host.addFault({.call = "any", .volume = 0, .from = 2, .count = 3, .action = FaultAction::set, .bytes = {0}});
   const auto rebuild = [&] {
     hostCalls.now = hostCalls.now.value_or(0) + 31;
@@ -137,7 +140,7 @@ TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
   rebuild();
   std::vector<uint32_t> hits;
   for (const simulator::FaultReport& fault : host.faults()) hits.push_back(fault.hits);
-  EXPECT_THAT(hits, ElementsAre(1, 0, 3));
+  EXPECT_THAT(hits, ElementsAre(1, 0, 0, 3));
 }
 
 }  // namespace
