@@ -4,12 +4,15 @@
 #include <filesystem>
 #include <fstream>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "channel/oem_driver.h"
 #include "tests/host_process.h"
 
 namespace {
+
+volatile std::sig_atomic_t signals = 0;  // that told of a child's end
 
 /// A module loader of the test's own, first on PATH.
 class ModuleLoader : public PluginTest {
@@ -62,6 +65,22 @@ TEST_F(ModuleLoader, ASignalThatTheHostHandlesEndsNothing) {
   const itimerval never = {};
   setitimer(ITIMER_REAL, &never, nullptr);
   sigaction(SIGALRM, &before, nullptr);
+}
+
+TEST_F(ModuleLoader, ItsComplaintsAndItsEndReachTheHost) {
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(answerTo("echo no such module >&2"), 0);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "no such module\n");
+  struct sigaction handler = {};
+  struct sigaction before = {};
+  handler.sa_handler = [](int) {
+    signals = signals + 1;
+    waitpid(-1, nullptr, WNOHANG);
+  };
+  sigaction(SIGCHLD, &handler, &before);
+  EXPECT_EQ(answerTo("echo OEM; exec >&-; sleep 0.05"), 1);
+  sigaction(SIGCHLD, &before, nullptr);
+  EXPECT_EQ(signals, 1);
 }
 
 }  // namespace
