@@ -35,7 +35,7 @@ class Command {
   [[nodiscard]] virtual bool switches() const { return false; }
 
   /// Carries the command out.
-  /// @throws Refusal  before any device was touched
+  /// @throws Refusal  it cannot be carried out
   [[nodiscard]] virtual Outcome run(Session& session) = 0;
 
   /// The command's own keys of the document when it was refused.

@@ -74,7 +74,7 @@ Json parse(const std::string& text, const std::string& place, std::string_view b
       case Json::parse_event_t::key:
         // The parser looks for each key among all before it.
         if (levels.keys() == input::kLimits.keys) throw Refusal(place + ": " + input::tooManyKeys());
-        if (!levels.addKey(parsed.get<std::string>())) throw Refusal(place + ": " + levels.path() + ": is there twice");
+        if (!levels.addKey(parsed.get<std::string>())) throw Refusal(place + ": " + levels.path() + ": duplicate key");
         break;
       case Json::parse_event_t::object_end:
       case Json::parse_event_t::array_end:

@@ -1,4 +1,4 @@
-// The reason why the program does not carry out a command at all.
+// The reason why the program does not carry out a command.
 #pragma once
 
 #include <stdexcept>
@@ -7,7 +7,7 @@
 
 namespace host {
 
-/// Thrown before any device was touched; ends the program with exit status 1.
+/// Thrown when a command cannot be carried out, or no further; ends the program with exit status 1.
 struct Refusal : std::runtime_error {
   explicit Refusal(const std::string& text, std::vector<std::string> candidateNames = {})
       : std::runtime_error(text), candidates(std::move(candidateNames)) {}

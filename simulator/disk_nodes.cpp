@@ -77,7 +77,7 @@ std::optional<Host::Node> Host::findNode(std::string_view name) const {
 int Host::openNode(std::string_view name) {
   std::unique_lock lock(mutex_);
   auto node = findNode(name);
-  if (!usable() || !node) return ENOENT;
+  if (!isUsableElseSaysWhy() || !node) return ENOENT;
   node->call.name = "open";
   const FaultEffect effect = meetFaults(lock, node->call);
   if (effect.error) return static_cast<int>(*effect.error);

@@ -47,7 +47,7 @@ void fillErrorInfo(wire::PassthruRecord& record, DriverStatus status) {
 
 }  // namespace
 
-bool Host::usable() const {
+bool Host::isUsableElseSaysWhy() const {
   if (unusable_.empty()) return true;
   if (!unusableSaid_) std::fprintf(stderr, "%s\n", unusable_.c_str());
   unusableSaid_ = true;
@@ -78,7 +78,7 @@ FaultEffect Host::meetFaults(std::unique_lock<std::mutex>& lock, const Call& cal
 int32_t Host::openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** handle) {
   std::unique_lock lock(mutex_);
   ++counts_.init;
-  if (!usable()) return code(ManagementError::topologyUnusable);
+  if (!isUsableElseSaysWhy()) return code(ManagementError::topologyUnusable);
   if (reserved != 0) return code(ManagementError::reservedNotZero);
   if (signature == nullptr) return code(ManagementError::nullSignature);
   if (handle == nullptr) return code(ManagementError::nullHandleAddress);
@@ -111,7 +111,7 @@ bool Host::isOpen(vmk_MgmtUserHandle* handle) const {
 int32_t Host::queryInstances(wire::InstanceList& list, uint32_t& status) {
   std::unique_lock lock(mutex_);
   ++counts_.query;
-  if (!usable()) return code(ManagementError::topologyUnusable);
+  if (!isUsableElseSaysWhy()) return code(ManagementError::topologyUnusable);
 
   Call call{};
   call.name = "query";
@@ -141,7 +141,7 @@ int32_t Host::passthru(uint32_t instance, wire::PassthruRecord& record, uint32_t
 
 int32_t Host::carryOutRecord(std::unique_lock<std::mutex>& lock, uint32_t instance, wire::PassthruRecord& record,
                              uint32_t& status, Bytes& dataToController) {
-  if (!usable()) return code(ManagementError::topologyUnusable);
+  if (!isUsableElseSaysWhy()) return code(ManagementError::topologyUnusable);
   if (instance >= instanceCount()) return code(ManagementError::instance);
   DecodedCommand command;
   const ManagementError mistake = checkRecord(record, command);

@@ -128,7 +128,7 @@ std::string Host::builtInTopology() const {
 
 std::vector<HostDisk> Host::disks() const {
   const std::lock_guard lock(mutex_);
-  usable();
+  isUsableElseSaysWhy();
   std::vector<HostDisk> disks;
   for (const ControllerModel& controller : controllers_) {
     const auto add = [&](HostDisk disk) {
@@ -149,7 +149,7 @@ std::vector<HostDisk> Host::disks() const {
 
 std::vector<ControllerState> Host::state() const {
   const std::lock_guard lock(mutex_);
-  usable();
+  isUsableElseSaysWhy();
   std::vector<ControllerState> states;
   for (const ControllerModel& controller : controllers_) {
     ControllerState state;

@@ -82,7 +82,7 @@ class Host final : public SimulatedHost {
   [[nodiscard]] std::optional<std::string> beginChanges();
 
   /// Says once on standard error why there is no topology to work with, if so.
-  bool usable() const;
+  bool isUsableElseSaysWhy() const;
 
   /// Counts a call at the rules, lets vanish what they say, and waits as long as they say with the lock released.
   [[nodiscard]] FaultEffect meetFaults(std::unique_lock<std::mutex>& lock, const Call& call);

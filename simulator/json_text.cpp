@@ -64,7 +64,7 @@ class ParserPlace {
 
   void seeKey(const std::string& key) {
     levels_.back().key = key;
-    if (!levels_.back().keys.insert(key).second) mistakes_.add(path(), "is there twice");
+    if (!levels_.back().keys.insert(key).second) mistakes_.add(path(), "duplicate key");
   }
 
   Mistakes& mistakes_;

@@ -27,7 +27,7 @@ class Unique {
   Unique(const char* what, Mistakes& mistakes) : what_(what), mistakes_(mistakes) {}
   void claim(const std::string& value, const std::string& path) {
     const auto [first, isNew] = places_.emplace(value, path);
-    if (!isNew) mistakes_.add(path, std::string(what_) + " " + value + " is used before, at " + first->second);
+    if (!isNew) mistakes_.add(path, std::string(what_) + " " + value + " is already used at " + first->second);
   }
 
  private:

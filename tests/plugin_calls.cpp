@@ -12,7 +12,7 @@
 #include "simulator/command_decoder.h"
 #include "tests/interception.h"
 
-HostCalls hostCalls;
+SteeredCalls hostCalls;
 
 namespace {
 

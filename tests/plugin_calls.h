@@ -18,7 +18,7 @@ struct PluginCall {
   /// The C library's name, "new", a command's name as FaultRule::call has it, or init, destroy, query.
   const char* name = nullptr;
   size_t size = 0;  ///< bytes of an allocation
-  size_t step = 0;  ///< HostCalls::step at that time
+  size_t step = 0;  ///< SteeredCalls::step at that time
 
   [[nodiscard]] bool is(const char* other) const;
   [[nodiscard]] bool isAllocation() const;  ///< new, malloc or memalign
@@ -26,7 +26,7 @@ struct PluginCall {
 };
 
 /// What becomes of the plugin's calls. Everything unset goes to the C library and the simulated host.
-struct HostCalls {
+struct SteeredCalls {
   std::optional<int64_t> now;                             ///< what time and gettimeofday answer, in seconds
   bool traceOn = false;                                   ///< whether the trace file exists
   std::string traceFile;                                  ///< where the trace goes instead of into takeTrace
@@ -52,7 +52,7 @@ struct HostCalls {
   size_t alignment = 0;          ///< what memalign was last asked for
   uint32_t failStatus = 0;       ///< not 0: a call of the driver succeeds instead, with this status of the driver
 };
-extern HostCalls hostCalls;
+extern SteeredCalls hostCalls;
 
 /// What the plugin has taken and not given back, since it was loaded. To give something back twice ends the process:
 /// the allocator sees to that.

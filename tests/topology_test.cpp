@@ -66,7 +66,7 @@ TEST_F(Topology, RefusesTextThatIsNoJson) {
             "bad.json: line 3, column 1: syntax error while parsing value - unexpected '}'; expected '[', '{', or a "
             "literal");
   EXPECT_EQ(host->loadText(R"({"controllers": [], "controllers": []})", "bad.json"),
-            "bad.json: /controllers: is there twice");
+            "bad.json: /controllers: duplicate key");
   EXPECT_EQ(host->loadText(R"({"controllers": [{"drives": [1, 1e999]}]})", "bad.json"),
             "bad.json: /controllers/0/drives/1: must be a number that fits 64 bits");
   EXPECT_EQ(host->loadText(std::string(400, '2'), "bad.json"), "bad.json: /: must be a number that fits 64 bits");

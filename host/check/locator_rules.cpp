@@ -71,7 +71,7 @@ void lowBitsOfState(Trial& trial) {
   }
 }
 
-/// Seconds that the subject's drives still blink, by a clock that stands still.
+/// Tenths of a second that the subject's drives still blink, by a clock that stands still.
 uint32_t tenthsLeft(Trial& trial, const Subject& subject) {
   const uint32_t index = drivesOf(subject).front();
   for (const simulator::ControllerState& controller : trial.simulatedHost().state()) {

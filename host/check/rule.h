@@ -1,5 +1,5 @@
 // A rule of the boundary's contract: what a plugin promises its host, and the function that finds out whether it keeps
-// it. Each group of rules lies in a file of its own; rule_table.cpp lists the groups.
+// it. rule_table.cpp lists the tables of all rules.
 //
 // A rule's function calls the plugin, returns when the promise is kept, and else throws. It runs in a process of its
 // own, with the plugin loaded anew and the simulated hardware as its topology says; what it changes is gone afterwards.
@@ -61,7 +61,7 @@ void expectWritten(const std::string& what, int32_t expected, size_t written);
 /// Fails with the text unless the condition holds.
 void expect(bool holds, const std::string& otherwise);
 
-// The groups, one a file.
+// The tables of rules, by file; a table may hold several groups.
 [[nodiscard]] std::span<const Rule> libraryRules();
 [[nodiscard]] std::span<const Rule> descriptorRules();
 [[nodiscard]] std::span<const Rule> openRules();

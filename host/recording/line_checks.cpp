@@ -174,7 +174,7 @@ void checkCall(const JsonNode& line) {
     one.check(line.at("request"), line.at("answer"));
     return;
   }
-  line.at("call").refuse("no call is named so");
+  line.at("call").refuse("unknown call");
 }
 
 }  // namespace host::recording
