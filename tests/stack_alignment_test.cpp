@@ -55,7 +55,7 @@ uint32_t wordOf(Argument& argument) {
   } else if constexpr (std::is_class_v<Argument>) {
     return word(&argument);  // passed by reference
   } else {
-    return argument;
+    return static_cast<uint32_t>(argument);
   }
 }
 
