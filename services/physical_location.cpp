@@ -89,7 +89,7 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
     ++foundCount;
   });
   const bool countDiffers = foundCount != volume.physicalDisks;
-  size_t textCount = static_cast<size_t>(foundCount);
+  auto textCount = static_cast<size_t>(foundCount);
   if (countDiffers) forEachMissingMember(info, volume, found.get(), [&](uint32_t /*index*/) { ++textCount; });
   std::vector<dmu::LocationText> texts;
   if (!reserve(texts, textCount)) {
