@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr size_t kFilled = size_t{1} << 16;
+constexpr size_t kFilled = size_t{1} << 19;  // a snapshot, and more than the scan reads of a report
 constexpr size_t kLargestBlock = size_t{1} << 30;  // whatever the machine has: lengths that lie ask for more
 
 /// The blocks that the plugin holds. It must not allocate.
