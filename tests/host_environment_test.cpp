@@ -130,8 +130,13 @@ TEST_F(HostEnvironment, TheTraceFileMayBeAnything) {
   constexpr uintmax_t kLongest = 0x7FFFFFFF;
   std::ofstream(folder_ + "/long").close();
   fs::resize_file(folder_ + "/long", kLongest);
+  // A kernel lets a 32-bit program write no further, an emulator does.
+  const int own = ::open((folder_ + "/long").c_str(), O_WRONLY | O_APPEND);
+  const bool takesMore = write(own, "", 1) == 1;
+  close(own);
+  fs::resize_file(folder_ + "/long", kLongest);
   traceTo("long");
-  EXPECT_EQ(fs::file_size(folder_ + "/long") > kLongest, sizeof(off_t) > 4) << "takes no more lines";
+  EXPECT_EQ(fs::file_size(folder_ + "/long") > kLongest, takesMore);
 }
 
 }  // namespace
