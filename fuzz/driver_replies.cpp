@@ -106,8 +106,8 @@ bool hadNoController(const std::string& error) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Input input(data, size);
   fuzz::Controller controller(input);
-  fuzz::answerFrom(
-      input, [&](sg_io_hdr& request) { return answerInquiry(input, request); }, &controller);
+  const auto answer = [&](sg_io_hdr& request) { return answerInquiry(input, request); };
+  fuzz::answerFrom(input, answer, &controller);
 
   DmuPluginDescriptor& plugin = *DmuPluginInit();
   CtrlDevInfo* handles[] = {openHandle(plugin, input), openHandle(plugin, input), nullptr};

@@ -22,13 +22,13 @@ constexpr const char* kName = "libvmkmgmt.so";
 constexpr int kAsLinked = RTLD_LAZY | RTLD_GLOBAL;
 
 bool exists(const std::string& file) {
-  struct stat status {};
+  struct stat status = {};
   return stat(file.c_str(), &status) == 0;
 }
 
 bool areSame(const std::string& one, const std::string& other) {
-  struct stat first {};
-  struct stat second {};
+  struct stat first = {};
+  struct stat second = {};
   return stat(one.c_str(), &first) == 0 && stat(other.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
          first.st_ino == second.st_ino;
 }

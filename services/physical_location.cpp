@@ -163,7 +163,8 @@ int32_t OrvaInfo_GetPhyLocationForVolume(OrvaInfo* info, OrvaInfo_Devices* volum
   if (info == nullptr || volume == nullptr) return 0;
   if (locations == nullptr && count != 0) return 0;
   if (!dmu::hasKnownMembers(*volume)) return 0;
-  return dmu::unlessMemoryRunsOut(-1, [&, function = __func__] {
+  const auto ask = [&, function = __func__] {
     return volumeLocations(function, *info, *volume, {locations, count, error});
-  });
+  };
+  return dmu::unlessMemoryRunsOut(-1, ask);
 }

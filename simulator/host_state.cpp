@@ -16,7 +16,7 @@ namespace {
 
 /// The file behind a link, so that all who mean it take the same lock, and the link stays.
 std::string withoutLinks(const std::string& file) {
-  struct stat status {};
+  struct stat status = {};
   if (lstat(file.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return file;
   const std::unique_ptr<char, decltype(&std::free)> path(realpath(file.c_str(), nullptr), std::free);
   return path != nullptr ? path.get() : file;
@@ -28,7 +28,7 @@ std::string unwritable(const std::string& file, const std::string& reason) {
 
 /// What can be seen without touching the file.
 std::optional<std::string> whyUnwritable(const std::string& file) {
-  struct stat status {};
+  struct stat status = {};
   if (stat(file.c_str(), &status) != 0) return std::nullopt;  // it is made, or its folder says why not
   if (!S_ISREG(status.st_mode)) return unwritable(file, "it is no regular file");
   if (access(file.c_str(), W_OK) != 0) return unwritable(file, std::strerror(errno));

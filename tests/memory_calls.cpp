@@ -10,8 +10,10 @@
 
 namespace {
 
-constexpr size_t kFilled = size_t{1} << 19;  // a snapshot, and more than the scan reads of a report
-constexpr size_t kLargestBlock = size_t{1} << 30;  // whatever the machine has: lengths that lie ask for more
+/// A snapshot, and more than the scan reads of a report.
+constexpr size_t kFilled = size_t{1} << 19;
+/// Whatever the machine has: lengths that lie ask for more.
+constexpr size_t kLargestBlock = size_t{1} << 30;
 
 /// The blocks that the plugin holds. It must not allocate.
 class Blocks {

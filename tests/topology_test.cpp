@@ -32,7 +32,7 @@ class Topology : public testing::Test {
   /// @param patch  JSON patch of the good topology: a list of {"op", "path", "value"}
   /// @return what the loader says, line by line where there is more than one
   json refusal(const json& patch) {
-    const std::string text = host->loadText(json::parse(kGood).patch(patch).dump(), "bad.json").value_or("accepted");
+    std::string text = host->loadText(json::parse(kGood).patch(patch).dump(), "bad.json").value_or("accepted");
     if (text.find('\n') == std::string::npos) return text;
     json lines;
     std::istringstream stream(text);

@@ -36,7 +36,7 @@ bool isOn() {
 }
 
 std::vector<std::string> tracedLines() {
-  struct stat status {};
+  struct stat status = {};
   if (stat(kTraceFile, &status) != 0) refuse(errno);
   if (!S_ISREG(status.st_mode)) throw Refusal(std::string(kTraceFile) + ": it is no regular file");
   std::vector<std::string> lines;

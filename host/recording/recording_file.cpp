@@ -17,7 +17,7 @@ namespace host::recording {
 namespace {
 
 std::optional<struct stat> statusOf(const std::string& file) {
-  struct stat status {};
+  struct stat status = {};
   return stat(file.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
