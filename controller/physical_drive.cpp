@@ -19,7 +19,7 @@ namespace {
 ///      114  u8       box                    on the port
 ///      115  u8       bay                    in the box
 ///     1772  u8[20]   UniqueInquiryResponse  text
-///     1792  u8       currentTemperature     as the drive reports it
+///     1792  u8       currentTemperature     as the controller reports it
 ///     1794  u8       maximumTemperature
 ///     1798  u8[10]   switchName             text
 ///     1951  u8[64]   ConnectorName          text

@@ -7,14 +7,18 @@
 //
 // Threads: the six operations of all handles run one at a time, in whatever threads they are called; one that waits
 // for more than 10 seconds fails. DmuPluginInit, open and close may run at any time. A handle must not be closed while
-// an operation on it runs or waits, and no operation may run or wait once dlclose or exit begins. A thread that is
-// cancelled ends after its call; threads of the asynchronous cancel type may not call. errno stays as it was.
+// an operation on it runs or waits, and no call may run or wait once dlclose or exit begins. A thread that is cancelled
+// ends after its call; threads of the asynchronous cancel type may not call, nor may signal handlers. errno stays as it
+// was.
 //
 // Time: an open takes up to the disk's 20 seconds, an operation as long as its controller. What operations tell may be
-// 30 seconds old by the wall clock. Of one controller 1,088 devices are known, volumes first; the rest is not found.
+// 30 seconds old by the wall clock; a step of that clock lengthens or shortens this. While a controller leaves, its
+// devices are incomplete or not found. Of one controller 1,088 devices are known, volumes first.
 //
-// Processes: operations may start the host's module loader, wait for it and raise SIGCHLD. After a fork during an
-// operation the child's operations fail, for good. docs/boundary.md, "Processes, signals, time", has the whole of it.
+// Processes: operations may run the host's module loader and wait for it: its complaints go to the host's standard
+// error, its end raises SIGCHLD, and it inherits what the host leaves open. After a fork during an operation the
+// child's operations fail, for good. While /tmp/veltrane_plugin_debug exists every call writes to it, whatever it is: a
+// FIFO stalls the call, a link leads elsewhere. docs/boundary.md, "Processes, signals, time", tells it all.
 #pragma once
 
 #include <cstddef>
@@ -95,7 +99,8 @@ struct DmuDeviceInfo {
   uint32_t raidLevel;
 };
 
-/// One drive's temperatures as the controller reports them; drives report degrees Celsius, and 0 or 255 for unknown.
+/// One drive's temperatures as the controller reports them; dmu-host takes them for degrees Celsius, and 0 and
+/// 255 for unknown.
 struct DriveTemperature {
   uint8_t currentTemperature;
   uint8_t maximumTemperature;
@@ -147,7 +152,9 @@ using DmuSetDriveLEDState = int32_t (*)(CtrlDevInfo* handle, uint32_t state, uin
 ///         driver status of that value.
 using DmuSetCache = int32_t (*)(CtrlDevInfo* handle, std::string& error);
 
-/// Operation 4: temperatures of the disk, or of the volume's member drives in the order of their location texts.
+/// Operation 4: temperatures of the disk, or of the volume's member drives in the order of their location texts. Drives
+/// with the same text share a record, and those marked "(Failed)" have none: records and texts pair only when both
+/// operations give the same number.
 /// @param temperatures  the host's array; a disk writes record 0 whatever `count` says
 /// @param count         records in the array; a volume with a count below 1 writes nothing
 /// @return records written; -1 with a text, or with none when `temperatures` is null
@@ -158,9 +165,8 @@ using DmuGetDeviceTemperature = int32_t (*)(CtrlDevInfo* handle, DriveTemperatur
 constexpr size_t kDmuLocationSize = 50;
 
 /// Operation 5: where the disk, or each member drive of the volume, sits: "port:box:bay PORT:BOX:BAY", sorted as text.
-/// @param locations  the host's array; each slot written receives a buffer of kDmuLocationSize bytes that the host
-/// releases with free;
-///                   a disk writes slot 0 whatever `count` says
+/// @param locations  the host's array; each slot written receives a buffer of kDmuLocationSize bytes, which the host
+///                   releases with free; a disk writes slot 0 whatever `count` says
 /// @param count      slots in the array; a volume with a count below 1 writes nothing
 /// @return slots written; -1 with a text (also "No memory for location!"), or with none when `locations` is null
 using DmuGetDeviceLocation = int32_t (*)(CtrlDevInfo* handle, char** locations, int32_t count, std::string& error);
