@@ -17,9 +17,10 @@ namespace interception {
 /// @return whether it is to fail
 [[nodiscard]] bool fails(const char* name, size_t size = 0);
 
-/// Counts a call whose stack is not aligned as the calling convention of today promises.
-/// @param frame  the called function's own
-void noteStack(const void* frame);
+/// Counts a call of the plugin whose stack is not aligned as the calling convention of today promises.
+/// @param caller  its return address
+/// @param frame   the called function's own
+void noteStack(const void* caller, const void* frame);
 
 /// Blocks of memory that the plugin holds.
 [[nodiscard]] size_t blocksOfPlugin();

@@ -91,10 +91,12 @@ static void release(void* block) {
 extern "C" {
 
 void* malloc(size_t size) noexcept {
+  interception::noteStack(__builtin_return_address(0), __builtin_frame_address(0));
   return allocateFor(__builtin_return_address(0), "malloc", size, [&] { return allocate(size); });
 }
 
 void* memalign(size_t alignment, size_t size) noexcept {
+  interception::noteStack(__builtin_return_address(0), __builtin_frame_address(0));
   return allocateFor(__builtin_return_address(0), "memalign", size, [&] {
     if (hostCalls.recording) hostCalls.alignment = alignment;
     return __interceptor_memalign != nullptr ? __interceptor_memalign(alignment, size)

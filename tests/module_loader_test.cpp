@@ -19,7 +19,6 @@ class ModuleLoader : public PluginTest {
  protected:
   ModuleLoader() {
     std::filesystem::create_directory(folder_);
-    setenv("PATH", (folder_ + ":" + path_).c_str(), 1);
     hostCalls.runModuleLoader = true;
   }
   ~ModuleLoader() override {
@@ -34,6 +33,7 @@ class ModuleLoader : public PluginTest {
     std::filesystem::remove(end);
     std::ofstream(program) << "#!/bin/sh\n[ \"$*\" = '-s veltrane' ] || exit\n" << commands << " && : >" << end << "\n";
     std::filesystem::permissions(program, std::filesystem::perms::owner_all);
+    setenv("PATH", (folder_ + ":" + path_).c_str(), 1);
     const int answer = PUBLISHED(IsOEMDriver)();
     EXPECT_TRUE(std::filesystem::exists(end)) << "ended before its time: " << commands;
     return answer;
@@ -68,19 +68,29 @@ TEST_F(ModuleLoader, ASignalThatTheHostHandlesEndsNothing) {
 }
 
 TEST_F(ModuleLoader, ItsComplaintsAndItsEndReachTheHost) {
+  const std::string kOwnSignal = "{ sh -c 'kill -USR1 $$; echo oem' || :; } 2>/dev/null";
   testing::internal::CaptureStderr();
   EXPECT_EQ(answerTo("echo no such module >&2"), 0);
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "no such module\n");
+  setenv("PATH", "/nowhere", 1);
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(PUBLISHED(IsOEMDriver)(), 0);
+  EXPECT_THAT(testing::internal::GetCapturedStderr(), testing::HasSubstr("vmkload_mod"));
   struct sigaction handler = {};
   struct sigaction before = {};
   handler.sa_handler = [](int) {
     signals = signals + 1;
     waitpid(-1, nullptr, WNOHANG);
   };
+  signals = 0;
   sigaction(SIGCHLD, &handler, &before);
   EXPECT_EQ(answerTo("echo OEM; exec >&-; sleep 0.05"), 1);
   sigaction(SIGCHLD, &before, nullptr);
   EXPECT_EQ(signals, 1);
+  EXPECT_EQ(answerTo(kOwnSignal), 0) << "ends by the signal";
+  std::signal(SIGUSR1, SIG_IGN);
+  EXPECT_EQ(answerTo(kOwnSignal), 1) << "ignores what the host ignores";
+  std::signal(SIGUSR1, SIG_DFL);
 }
 
 }  // namespace

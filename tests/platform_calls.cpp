@@ -34,7 +34,7 @@ extern "C" {
 [[gnu::weak]] int __interceptor_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline);
 
 int access(const char* path, int mode) noexcept {
-  if (fromPlugin(__builtin_return_address(0))) interception::noteStack(__builtin_frame_address(0));
+  interception::noteStack(__builtin_return_address(0), __builtin_frame_address(0));
   if (std::strcmp(path, kTraceFile) != 0) return next<int(const char*, int)>("access")(path, mode);
   return !fails("access") && hostCalls.traceOn && mode == F_OK ? 0 : -1;
 }
@@ -58,6 +58,7 @@ int fclose(FILE* file) {
 }
 
 FILE* popen(const char* command, const char* mode) {
+  interception::noteStack(__builtin_return_address(0), __builtin_frame_address(0));
   static auto* const kPopen = next<FILE*(const char*, const char*)>("popen");
   if (!fromPlugin(__builtin_return_address(0))) return kPopen(command, mode);
   if (fails("popen")) return nullptr;
@@ -84,6 +85,7 @@ time_t time(time_t* out) noexcept {
 }
 
 int gettimeofday(timeval* now, void* zone) noexcept {
+  interception::noteStack(__builtin_return_address(0), __builtin_frame_address(0));
   if (fromPlugin(__builtin_return_address(0))) {
     if (fails("gettimeofday")) return hostCalls.failCode;
     if (hostCalls.now) {
@@ -104,6 +106,7 @@ int pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline) no
 }
 
 int open(const char* path, int flags, ...) {
+  interception::noteStack(__builtin_return_address(0), __builtin_frame_address(0));
   va_list arguments;
   va_start(arguments, flags);
   const auto mode = (flags & O_CREAT) != 0 ? va_arg(arguments, mode_t) : 0;
@@ -148,13 +151,13 @@ int32_t vmk_MgmtUserDestroy(vmk_MgmtUserHandle* handle) {
 
 int32_t vmk_MgmtUserCallbackInvokeInt(vmk_MgmtUserHandle* handle, uint64_t reserved, uint64_t callbackId,
                                       uint32_t numParms, ...) {
+  interception::noteStack(__builtin_return_address(0), __builtin_frame_address(0));
   void* parameters[4] = {};
   va_list addresses;
   va_start(addresses, numParms);
   for (uint32_t i = 0; i < numParms && i < std::size(parameters); ++i) parameters[i] = va_arg(addresses, void*);
   va_end(addresses);
   if (fromPlugin(__builtin_return_address(0))) {
-    interception::noteStack(__builtin_frame_address(0));
     if (hostCalls.driver) return hostCalls.driver(numParms, parameters);
     const bool isQuery = numParms == 2;
     const auto command = isQuery

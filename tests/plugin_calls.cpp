@@ -56,9 +56,9 @@ bool interception::fromPlugin(const void* caller) {
   return address >= pluginBegin && address < pluginEnd;
 }
 
-void interception::noteStack(const void* frame) {
+void interception::noteStack(const void* caller, const void* frame) {
   constexpr uintptr_t kSaved = 2 * sizeof(void*);  // return address and frame pointer
-  if ((reinterpret_cast<uintptr_t>(frame) + kSaved) % 16 != 0) ++hostCalls.misaligned;
+  if (fromPlugin(caller) && (reinterpret_cast<uintptr_t>(frame) + kSaved) % 16 != 0) ++hostCalls.misaligned;
 }
 
 bool interception::fails(const char* name, size_t size) {

@@ -15,6 +15,7 @@
 // Calls a function with the words of its arguments and the stack that many bytes below a multiple of 16.
 extern "C" uint32_t callWithStack(void* function, const uint32_t* words, uint32_t count, uint32_t below);
 asm(R"(
+.text
 .globl callWithStack
 callWithStack:
   push %ebp
