@@ -17,8 +17,8 @@ struct ClosePipe {
 
 using Piece = char[1024];
 
-/// Reads a line, or as much of it as fits. A signal that the host handles ends nothing: the C library leaves what it read
-/// before the signal in the piece, and the reading goes on behind it.
+/// Reads a line, or as much of it as fits. A signal that the host handles ends nothing: the C library leaves what it
+/// read before the signal in the piece, and the reading goes on behind it.
 /// @return whether there was more
 [[nodiscard]] bool readPiece(FILE* output, Piece& piece) {
   std::memset(piece, 0, sizeof(piece));
