@@ -32,7 +32,7 @@ FILES
 cd /
 "$work/tree/usr/bin/dmu-host" list | diff - <("$build/dmu-host" list)
 home=$work/tree/usr/lib/dmu-veltrane-plugin
-[[ $(readelf -d "$work/tree/usr/lib/dmu-veltrane-plugin/dmu-veltrane-plugin.so") != *PATH)* ]]
+[[ $(readelf -d "$home/dmu-veltrane-plugin.so" | grep -cE 'RPATH|RUNPATH') == 0 ]]
 "$work/tree/usr/bin/dmu-host" plugin | sed -n '1p;s/^  library *//p' |
   diff - <(printf '%s\n' "$home/dmu-veltrane-plugin.so" "$home/simulated-host/libvmkmgmt.so (simulated host)")
 
