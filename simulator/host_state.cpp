@@ -1,26 +1,17 @@
 // The simulated host and its state file: reading it, the right to change it, and writing it at every change.
 #include <cerrno>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "simulator/complaint.h"
 #include "simulator/files.h"
 #include "simulator/host.h"
+#include "simulator/link_target.h"
 #include "simulator/state_file.h"
 
 namespace simulator {
 namespace {
-
-/// The file behind a link, so that all who mean it take the same lock, and the link stays.
-std::string withoutLinks(const std::string& file) {
-  struct stat status = {};
-  if (lstat(file.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return file;
-  const std::unique_ptr<char, decltype(&std::free)> path(realpath(file.c_str(), nullptr), std::free);
-  return path != nullptr ? path.get() : file;
-}
 
 std::string unwritable(const std::string& file, const std::string& reason) {
   return file + ": cannot be written: " + reason;
@@ -40,7 +31,7 @@ std::optional<std::string> whyUnwritable(const std::string& file) {
 std::optional<std::string> Host::useStateFile(const std::string& file, StateUse use) {
   const std::lock_guard lock(mutex_);
   stateLock_.release();
-  stateFile_ = withoutLinks(file);
+  stateFile_ = behindLinks(file);  // all who mean it take the same lock, and links stay
   if (stateFile_.empty()) return std::nullopt;
   auto mistake = use == StateUse::change ? beginChanges() : readState();
   if (mistake) stateFile_.clear();
@@ -73,7 +64,7 @@ CommandResult Host::carryOutAndKeep(uint32_t instance, const DecodedCommand& com
   }
   if (!stateLock_.isHeld()) {
     if (const auto mistake = beginChanges()) {
-      std::fprintf(stderr, "%s\n", mistake->c_str());
+      complain(*mistake);
       return {DriverStatus::stateNotKept, {}};
     }
   }
@@ -83,7 +74,7 @@ CommandResult Host::carryOutAndKeep(uint32_t instance, const DecodedCommand& com
   CommandResult result = carryOut(controller, command, data, now());
   if (result.status != DriverStatus::success || replaceFile(stateFile_, stateText(controllers_))) return result;
 
-  std::fprintf(stderr, "%s\n", unwritable(stateFile_, std::strerror(errno)).c_str());
+  complain(unwritable(stateFile_, std::strerror(errno)));
   controller.blink = blinkBefore;
   controller.settings = settingsBefore;
   return {DriverStatus::stateNotKept, {}};

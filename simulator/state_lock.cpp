@@ -3,12 +3,12 @@
 
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <thread>
 
 #include "simulator/c_library.h"
+#include "simulator/complaint.h"
 
 namespace simulator {
 namespace {
@@ -42,7 +42,7 @@ bool StateLock::take(const std::string& stateFile) {
   if (descriptor_ < 0) return false;
   if (lockWithinSilence(descriptor_)) return true;
   if (errno == EWOULDBLOCK) {
-    std::fprintf(stderr, "%s: another process is changing it; waiting for %s\n", stateFile.c_str(), file.c_str());
+    complain(stateFile + ": another process is changing it; waiting for " + file);
     if (lockNow(descriptor_, LOCK_EX)) return true;
   }
   const int error = errno;

@@ -68,7 +68,7 @@ exec 9>>state.json.lock
 flock 9
 (simulated list 9>&- >looked) || complain "looking waits" "$(cat looked)"
 simulated cache v0 on 9>&- >waited 2>&1 &
-until grep -q 'state.json: another process is changing it; waiting for state.json.lock' waited; do
+until grep -q '^dmu-host: state.json: another process is changing it; waiting for state.json.lock' waited; do
   kill -0 $! 2>/dev/null || complain "it does not wait, or does not say so" "$(cat waited)"
   sleep 0.1
 done
