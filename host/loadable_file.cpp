@@ -2,6 +2,7 @@
 #include "host/loadable_file.h"
 
 #include <climits>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "host/elf_file.h"
@@ -22,18 +23,31 @@ static std::string ownClass() {
 #endif
 }
 
+static std::string classOf(const ElfIdentity& identity) {
+  return classText(identity.bits, identity.machine);
+}
+
 std::string readLoadable(const std::string& kind, const std::string& path) {
   const std::string name = kind + " " + path + ": ";
+  struct stat status = {};
+  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw Refusal(name + "it is no regular file");
   std::string error;
   auto content = readFile(path, error);
   if (!content) throw Refusal(name + error);
   const auto identity = identifyElf(*content);
   if (!identity) throw Refusal(name + "it is no ELF file");
-  if (const std::string built = classText(identity->bits, identity->machine); built != ownClass()) {
+  if (const std::string built = classOf(*identity); built != ownClass()) {
     throw Refusal(name + "it is built for " + built + ", this host is a " + ownClass() + " program");
   }
   if (isCut(*content)) throw Refusal(name + "the file is cut");
   return *std::move(content);
+}
+
+bool isOfOtherClass(const std::string& path) {
+  std::string error;
+  const auto content = readFile(path, error);
+  const auto identity = content ? identifyElf(*content) : std::nullopt;
+  return identity && classOf(*identity) != ownClass();
 }
 
 std::string loadablePath(const std::string& file) {

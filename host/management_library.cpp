@@ -1,11 +1,14 @@
 // Chooses the management library and loads it.
 #include "host/management_library.h"
 
+#include <algorithm>
+#include <cstring>
 #include <dlfcn.h>
 #include <link.h>
 #include <optional>
 #include <string_view>
 #include <sys/stat.h>
+#include <vector>
 
 #include "host/elf_file.h"
 #include "host/host_calls.h"
@@ -48,19 +51,13 @@ std::optional<std::string> ownLibrary() {
   return std::nullopt;
 }
 
-/// Refuses to go on when the loader knows another library than this program's own.
-void refuseSecond(const std::string& own) {
-  std::string other;
-  if (void* system = dlopen(kName, RTLD_LAZY | RTLD_LOCAL)) {
-    other = fileOf(system);
-    if (areSame(own, other)) return;
-  } else {
-    other = dlerror();
-    // Any other reason than that there is none: it is there and does not load.
-    if (other.starts_with(std::string(kName) + ": cannot open shared object file")) return;
+/// Refuses a file whose path is known, when it is no management library for this program and its plugins.
+void check(const std::string& path) {
+  const std::string name = sonameOf(readLoadable("library", path));
+  if (name != kName) {
+    throw Refusal("library " + path + ": plugins need " + kName +
+                  " and would not find it: " + (name.empty() ? "it has no soname" : "its soname is " + name));
   }
-  throw Refusal("two management libraries: " + own + " beside this program, and the system's (" + other +
-                "); say which with --library FILE; --topology, --state, DMU_TOPOLOGY and --replay mean the first");
 }
 
 void* load(const std::string& path) {
@@ -68,25 +65,74 @@ void* load(const std::string& path) {
   throw Refusal("library " + path + " cannot be loaded: " + dlerror());
 }
 
-void* loadNamed(const std::string& file) {
-  const std::string path = loadablePath(file);
-  const std::string name = sonameOf(readLoadable("library", path));
-  if (name != kName) {
-    throw Refusal("library " + path + ": plugins need " + kName +
-                  " and would not find it: " + (name.empty() ? "it has no soname" : "its soname is " + name));
+/// The folders in which the loader searches, but for those of its cache and the ones for certain processors.
+std::vector<std::string> searchedFolders() {
+  void* const program = dlopen(nullptr, RTLD_LAZY);
+  Dl_serinfo size = {};
+  if (program == nullptr || dlinfo(program, RTLD_DI_SERINFOSIZE, &size) != 0) return {};
+  std::vector<char> room(size.dls_size);
+  auto* const info = reinterpret_cast<Dl_serinfo*>(room.data());
+  std::memcpy(room.data(), &size, std::min(sizeof(size), room.size()));
+  if (dlinfo(program, RTLD_DI_SERINFO, info) != 0) return {};
+  const Dl_serpath* const paths = info->dls_serpath;
+  std::vector<std::string> folders;
+  for (unsigned index = 0; index < info->dls_cnt; ++index) folders.emplace_back(paths[index].dls_name);
+  return folders;
+}
+
+/// Refuses the file that the loader would take when loading it would end the program, or tell less.
+void checkSystems() {
+  for (const std::string& folder : searchedFolders()) {
+    const std::string file = folder + "/" + kName;
+    if (!exists(file) || isOfOtherClass(file)) continue;
+    (void)readLoadable("library", file);
+    return;
   }
-  return load(path);
+}
+
+/// @param reason  receives why there is none
+/// @return null: there is none
+/// @throws Refusal  it is there and cannot be loaded
+void* loadSystems(int mode, std::string& reason) {
+  checkSystems();
+  if (void* library = dlopen(kName, mode)) return library;
+  reason = dlerror();
+  for (const char* absence : {": cannot open shared object file", ": wrong ELF class"}) {
+    if (reason.starts_with(kName + std::string(absence))) return nullptr;
+  }
+  throw Refusal(std::string("library ") + kName + " cannot be loaded: " + reason);
+}
+
+/// Refuses to go on when the loader knows another library than this program's own.
+void refuseSecond(const std::string& own) {
+  std::string other;
+  try {
+    void* const system = loadSystems(RTLD_LAZY | RTLD_LOCAL, other);
+    if (system == nullptr) return;
+    other = fileOf(system);
+    if (areSame(own, other)) return;
+  } catch (const Refusal& refusal) {
+    other = refusal.what();
+  }
+  throw Refusal("two management libraries: " + own + " beside this program, and the system's (" + other +
+                "); say which with --library FILE; --topology, --state, DMU_TOPOLOGY and --replay mean the first");
 }
 
 void* loadSystems() {
-  if (void* library = dlopen(kName, kAsLinked)) return library;
+  std::string reason;
+  if (void* library = loadSystems(kAsLinked, reason)) return library;
   throw Refusal(std::string("no management library: there is none in ") + programFolder() +
-                ", and the system has none (" + dlerror() + "); name one with --library FILE");
+                ", and the system has none (" + reason + "); name one with --library FILE");
 }
 
 void* loadChosen(const LibraryWish& wish) {
-  if (!wish.file.empty()) return loadNamed(wish.file);
+  if (!wish.file.empty()) {
+    const std::string path = loadablePath(wish.file);
+    check(path);
+    return load(path);
+  }
   if (const auto own = ownLibrary()) {
+    check(*own);
     if (wish.simulatedFor.empty() && !wish.isReplay) refuseSecond(*own);
     return load(*own);
   }
