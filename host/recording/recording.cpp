@@ -5,6 +5,7 @@
 #include "host/json_file.h"
 #include "host/recording/line_checks.h"
 #include "host/refusal.h"
+#include "host/text.h"
 
 namespace host::recording {
 namespace {
@@ -12,6 +13,15 @@ namespace {
 /// The order of keys in the file does not matter.
 std::string keyOf(const Request& request) {
   return request.call + " " + nlohmann::json(request.parameters).dump();
+}
+
+/// Any file may have been named, and the parser's message quotes its bytes.
+Json parseLine(const std::string& line, const std::string& place) {
+  try {
+    return readJsonLine(line, "");
+  } catch (const Refusal& refusal) {
+    throw Refusal(place + printable(refusal.what()));
+  }
 }
 
 }  // namespace
@@ -31,7 +41,7 @@ Recording Recording::read(const std::string& file) {
     if (end == std::string::npos) throw Refusal(place + ": the recording is cut in this line");
     const std::string line = content->substr(begin, end - begin);
     if (number == 1) {
-      const Json first = readJsonLine(line, place);
+      const Json first = parseLine(line, place);
       checkFirstLine(JsonNode(first, place));
     } else {
       recording.addLine(line, place);
@@ -47,7 +57,7 @@ Recording Recording::read(const std::string& file) {
 
 void Recording::addLine(const std::string& line, const std::string& place) {
   if (ended_) throw Refusal(place + ": nothing may come after the end");
-  const Json json = readJsonLine(line, place);
+  const Json json = parseLine(line, place);
   if (json.is_object() && json.contains("end")) {
     ended_ = true;
     return;

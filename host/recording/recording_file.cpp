@@ -6,12 +6,16 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 #include "host/json_file.h"
 #include "host/recording/format.h"
 #include "host/refusal.h"
+#include "host/report.h"
+#include "simulator/link_target.h"
 
 namespace host::recording {
 namespace {
@@ -21,16 +25,12 @@ std::optional<struct stat> statusOf(const std::string& file) {
   return stat(file.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
 }
 
-/// Without links and dots; the last name alone may be missing.
+/// Without links and dots; what is missing stays as it is.
 std::string absolutePath(const std::string& file) {
-  const auto resolve = [](const std::string& path) {
-    const std::unique_ptr<char, decltype(&std::free)> resolved(realpath(path.c_str(), nullptr), std::free);
-    return std::string(resolved != nullptr ? resolved.get() : "");
-  };
-  if (std::string path = resolve(file); !path.empty()) return path;
-  const size_t slash = file.rfind('/');
-  const std::string folder = slash == std::string::npos ? "." : file.substr(0, slash + 1);
-  return resolve(folder) + "/" + file.substr(slash + 1);
+  namespace fs = std::filesystem;
+  std::error_code error;
+  const fs::path path = fs::weakly_canonical(fs::absolute(simulator::behindLinks(file), error), error);
+  return error ? file : path.string();
 }
 
 bool areSame(const std::string& one, const std::string& other) {
@@ -57,42 +57,51 @@ bool isRecording(const std::string& file) {
   throw Refusal(file + ": cannot be written: " + reason);
 }
 
+/// The rights of a file that is made as any other.
+mode_t newMode() {
+  const mode_t withheld = umask(0);
+  umask(withheld);
+  return 0666 & ~withheld;
+}
+
 }  // namespace
 
 RecordingFile::RecordingFile(const std::string& file, const std::vector<RunFile>& others)
-    : name_(file), target_(absolutePath(file)) {
+    : name_(file), target_(absolutePath(file)), beside_(target_ + ".XXXXXX") {
   for (const RunFile& other : others) {
     if (!other.file.empty() && areSame(file, other.file)) refuse(file, "it is this run's " + other.option);
   }
   const auto older = statusOf(file);
   if (older && !S_ISREG(older->st_mode)) refuse(file, "it is no regular file");
-  if (older && older->st_size != 0) {
-    if (access(file.c_str(), W_OK) != 0) refuse(file, std::strerror(errno));
-    if (!isRecording(file)) refuse(file, "it exists and is no recording");
-    beside_ = target_ + ".XXXXXX";
-    const int descriptor = mkostemp(beside_.data(), O_CLOEXEC);
-    if (descriptor < 0) refuse(file, std::strerror(errno));
-    (void)fchmod(descriptor, older->st_mode & 0777);
-    file_.reset(fdopen(descriptor, "w"));
-  } else {
-    file_.reset(std::fopen(file.c_str(), "we"));
+  if (older && access(file.c_str(), W_OK) != 0) refuse(file, std::strerror(errno));
+  if (older && older->st_size != 0 && !isRecording(file)) refuse(file, "it exists and is no recording");
+  const int descriptor = mkostemp(beside_.data(), O_CLOEXEC);
+  if (descriptor < 0) {
+    const std::string reason = std::strerror(errno);
+    refuse(file, simulator::behindLinks(file) == file ? reason : "it leads to " + target_ + ": " + reason);
   }
-  if (file_ == nullptr) refuse(file, std::strerror(errno));
-  writeLine({{"format", kFormat}, {"version", kVersion}});
+  (void)fchmod(descriptor, older ? older->st_mode & 0777 : newMode());
+  file_.reset(fdopen(descriptor, "w"));
+  write({{"format", kFormat}, {"version", kVersion}});
   if (error_ == 0) return;
-  const std::string reason = std::strerror(error_);
-  if (!beside_.empty()) unlink(beside_.c_str());
-  refuse(file, reason);
+  unlink(beside_.c_str());
+  refuse(file, std::strerror(error_));
 }
 
 RecordingFile::~RecordingFile() {
   if (!beside_.empty()) unlink(beside_.c_str());
 }
 
-void RecordingFile::writeCall(const Json& call) {
-  writeLine(call);
+bool RecordingFile::isAt(const std::string& place) const {
+  struct stat own = {};
+  const auto there = statusOf(place);
+  return fstat(fileno(file_.get()), &own) == 0 && there && there->st_dev == own.st_dev && there->st_ino == own.st_ino;
+}
+
+void RecordingFile::takePlace() {
   if (beside_.empty() || error_ != 0) return;
-  if (rename(beside_.c_str(), target_.c_str()) != 0) {
+  // A child process of this run may have done it.
+  if (isAt(beside_) && rename(beside_.c_str(), target_.c_str()) != 0) {
     error_ = errno;
   } else {
     beside_.clear();
@@ -100,12 +109,17 @@ void RecordingFile::writeCall(const Json& call) {
 }
 
 std::optional<std::string> RecordingFile::finish() {
-  writeLine({{"end", true}});
-  if (error_ == 0) return std::nullopt;
-  return name_ + ": the recording is not whole: " + std::strerror(error_);
+  write({{"end", true}});
+  if (error_ != 0) return name_ + ": the recording is not whole: " + std::strerror(error_);
+  if (!beside_.empty() && isAt(beside_)) {
+    complain(name_ + ": nothing was recorded: the run asked its host nothing");
+  } else if (!isAt(target_)) {
+    return name_ + ": the recording is lost: its file was replaced or removed meanwhile";
+  }
+  return std::nullopt;
 }
 
-void RecordingFile::writeLine(const Json& line) {
+void RecordingFile::write(const Json& line) {
   const std::string text = line.dump(-1, ' ', true) + "\n";
   const bool written = std::fputs(text.c_str(), file_.get()) >= 0 && std::fflush(file_.get()) == 0;
   if (!written && error_ == 0) error_ = errno;

@@ -1,5 +1,6 @@
-// The file that a recording is written to. It destroys nothing: an older recording stays in its place until the first
-// call of the new one is written, and no other file is ever replaced.
+// The file that a recording is written to. It grows beside its place and takes that with the first call that is passed
+// on to the host, whole, so that neither a run that asks nothing nor two runs at once spoil what is there. No file but
+// a recording is ever replaced.
 #pragma once
 
 #include <cstdio>
@@ -20,22 +21,25 @@ struct RunFile {
 
 class RecordingFile {
  public:
-  /// Begins the file, or one beside the older recording that it will replace.
+  /// Begins the file.
   ///
   /// @param file   links are followed
   /// @param others  what it must not be
   /// @throws Refusal  it is one of those, no regular file, or neither empty nor a recording; or it cannot be written
   RecordingFile(const std::string& file, const std::vector<RunFile>& others);
 
-  /// Removes what holds no call when there is an older recording.
+  /// Removes what has not taken its place.
   ~RecordingFile();
   RecordingFile(const RecordingFile&) = delete;
   RecordingFile& operator=(const RecordingFile&) = delete;
 
-  /// Writes a call as a line, at once.
-  void writeCall(const Json& call);
+  /// Writes a line, at once.
+  void write(const Json& line);
 
-  /// Writes the last line.
+  /// Puts the file in its place, unless it is there already.
+  void takePlace();
+
+  /// Writes the last line. Says it on standard error when the file never took its place.
   /// @return nothing, or why the file is not whole: "FILE: REASON"
   [[nodiscard]] std::optional<std::string> finish();
 
@@ -44,11 +48,11 @@ class RecordingFile {
     void operator()(FILE* file) const { std::fclose(file); }
   };
 
-  void writeLine(const Json& line);
+  [[nodiscard]] bool isAt(const std::string& place) const;
 
   std::string name_;    // as it was given
   std::string target_;  // behind links
-  std::string beside_;  // the new file while the older one is in its place; else empty
+  std::string beside_;  // where the file is until it takes its place; else empty
   std::unique_ptr<FILE, CloseFile> file_;
   int error_ = 0;  // errno of the first write that failed
 };
