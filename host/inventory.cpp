@@ -6,6 +6,7 @@
 
 #include "host/json_file.h"
 #include "host/json_node.h"
+#include "json/input.h"
 
 namespace host {
 namespace {
@@ -55,9 +56,10 @@ std::vector<HostDisk> readInventory(const std::string& file) {
   std::set<std::string> addresses;
   for (const JsonNode& node : root.at("disks").elements()) {
     HostDisk disk = diskOf(node);
-    if (!devices.insert(disk.device).second) node.at("device").refuse("\"" + disk.device + "\" is named twice");
+    if (!devices.insert(disk.device).second)
+      node.at("device").refuse("\"" + input::cut(disk.device) + "\" is named twice");
     const std::string address = disk.hba + ":" + addressOf(disk);
-    if (!addresses.insert(address).second) node.refuse("another disk has the address " + address + " too");
+    if (!addresses.insert(address).second) node.refuse("another disk has the address " + input::cut(address) + " too");
     disks.push_back(std::move(disk));
   }
   return disks;

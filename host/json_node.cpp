@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "host/refusal.h"
+#include "json/json_check.h"
 
 namespace host {
 
@@ -21,6 +22,10 @@ void JsonNode::mustBeObjectOf(std::initializer_list<std::string_view> keys) cons
 JsonNode JsonNode::at(const char* key) const {
   if (!has(key)) refuse("key \"" + std::string(key) + "\" is missing");
   return child(key);
+}
+
+JsonNode JsonNode::child(const std::string& key) const {
+  return {value_.at(key), file_, path_ + input::pointerPart(key)};
 }
 
 std::vector<JsonNode> JsonNode::elements() const {

@@ -54,7 +54,7 @@ class JsonNode {
   [[nodiscard]] const Json& json() const { return value_; }
 
  private:
-  [[nodiscard]] JsonNode child(const std::string& key) const { return {value_.at(key), file_, path_ + "/" + key}; }
+  [[nodiscard]] JsonNode child(const std::string& key) const;
 
   const Json& value_;
   std::string file_;

@@ -1,5 +1,7 @@
 // dmu-host, the reference host: reads the command line, carries out one command and writes its result as text or as a
 // JSON document.
+#include <new>
+
 #include "host/command_line.h"
 #include "host/output.h"
 
@@ -69,10 +71,13 @@ ExitStatus run(Command& command, const GlobalOptions& options) {
 }  // namespace
 }  // namespace host
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   host::prepareStandardStreams();
   const auto commands = host::allCommands();
   const host::CommandLine line = host::readCommandLine(argc, argv, commands);
   const host::ExitStatus status = line.command == nullptr ? host::answer(line) : host::run(*line.command, line.options);
   return static_cast<int>(status);
+} catch (const std::bad_alloc&) {
+  host::complain("out of memory");
+  return static_cast<int>(host::ExitStatus::failed);
 }

@@ -48,7 +48,10 @@ class Taking {
     *word.target = single();
   }
 
-  void operator()(const Texts& texts) const { *texts.target = values_; }
+  void operator()(const Texts& texts) const {
+    if (std::find(values_.begin(), values_.end(), "") != values_.end()) refuse("must not be empty");
+    *texts.target = values_;
+  }
 
  private:
   [[noreturn]] void refuse(const std::string& text) const { throw WrongUsage(subject_ + " " + text); }

@@ -69,6 +69,8 @@ void Session::prepareHost() {
   simulatedHost_ = found;
   if (const std::string purpose = whatIsSimulated(); !purpose.empty()) (void)simulatedHost(purpose);
   if (!options_.topologyFile.empty()) refuseIf(simulatedHost_->loadFile(options_.topologyFile));
+  if (simulatedHost_ == nullptr) return;
+  if (const auto mistake = simulatedHost_->whyUnusable()) throw Refusal("DMU_TOPOLOGY: " + *mistake);
   if (hasStateFile()) {
     const auto use = switches_ ? simulator::StateUse::change : simulator::StateUse::look;
     refuseIf(simulatedHost_->useStateFile(options_.stateFile, use));
@@ -101,7 +103,7 @@ const std::vector<HostDisk>& Session::disks() {
   if (recorder_ != nullptr) recorder_->disks(*disks_);
   if (disks_->empty()) {
     const std::string source = options_.replayFile + options_.inventoryFile + options_.topologyFile;
-    throw Refusal("no disks: " + source + " names none");
+    throw Refusal("no disks: " + (source.empty() ? topologyVariable() : source) + " names none");
   }
   return *disks_;
 }

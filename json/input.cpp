@@ -49,12 +49,12 @@ std::optional<std::string> readWhole(int descriptor, std::string& mistake) {
   return std::nullopt;
 }
 
-std::string tooDeep() {
-  return "values are nested deeper than " + std::to_string(kLimits.depth) + " levels";
-}
-
-std::string tooManyKeys() {
-  return "an object has more than " + std::to_string(kLimits.keys) + " keys";
+std::string cut(std::string_view text) {
+  constexpr size_t kMost = 60;
+  if (text.size() <= kMost) return std::string(text);
+  size_t end = kMost;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80) --end;  // within a UTF-8 character
+  return std::string(text.substr(0, end)) + "...";
 }
 
 }  // namespace input

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace input {
 
@@ -15,8 +16,10 @@ struct Limits {
   std::chrono::seconds wait;  ///< for the end of a pipe or a device
   size_t depth;               ///< of values within values of JSON
   size_t keys;                ///< of one JSON object
+  size_t elements;            ///< of one JSON array
+  size_t values;              ///< of one JSON document, those within others included
 };
-inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100, 1000};
+inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100, 1000, 20'000, 1'000'000};
 
 /// Reads what an open file has to give, up to its end.
 ///
@@ -24,8 +27,7 @@ inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100, 1000};
 /// @param mistake     receives why there is no text
 [[nodiscard]] std::optional<std::string> readWhole(int descriptor, std::string& mistake);
 
-/// What is said of JSON that is nested deeper than that, or has an object with more keys.
-[[nodiscard]] std::string tooDeep();
-[[nodiscard]] std::string tooManyKeys();
+/// A text of a file as a message quotes it: no more than its beginning when it is long.
+[[nodiscard]] std::string cut(std::string_view text);
 
 }  // namespace input

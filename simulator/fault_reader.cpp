@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "json/input.h"
 #include "simulator/drive_address.h"
 #include "simulator/hex.h"
 
@@ -41,7 +42,8 @@ bool readSet(JsonObject& object, FaultRule& rule) {
   if (!hasBytes && hasOffset) object.refuse("offset", "goes with set, which is missing");
   if (!hasBytes) return false;
   const auto bytes = fromHex(digits);
-  if (!bytes) object.refuse("set", "must be a text of hexadecimal digits, two a byte, not \"" + digits + "\"");
+  if (!bytes)
+    object.refuse("set", "must be a text of hexadecimal digits, two a byte, not \"" + input::cut(digits) + "\"");
   rule.bytes = bytes.value_or(Bytes{});
   return true;
 }

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <new>
 
 #include "simulator/built_in_topology.h"
 #include "simulator/drive_address.h"
@@ -77,7 +78,11 @@ Host::Host() {
   Topology topology;
   std::optional<std::string> mistake;
   if (const char* file = topologyOfEnvironment()) {
-    mistake = parseFile(file, topology);
+    try {
+      mistake = parseFile(file, topology);
+    } catch (const std::bad_alloc&) {  // would end the program, which is just loading this library
+      mistake = file + std::string(": out of memory");
+    }
   } else {
     mistake = parse(kBuiltInTopology, kBuiltInName, topology);
   }
@@ -115,6 +120,11 @@ std::optional<std::string> Host::loadText(const std::string& json, const std::st
 void Host::load(const Topology& topology) {
   const std::lock_guard lock(mutex_);
   replaceModel(topology);
+}
+
+std::optional<std::string> Host::whyUnusable() const {
+  const std::lock_guard lock(mutex_);
+  return unusable_.empty() ? std::nullopt : std::optional(unusable_);
 }
 
 Topology Host::topology() const {

@@ -42,6 +42,7 @@ class Host final : public SimulatedHost {
   std::optional<std::string> loadFile(const std::string& file) override;
   std::optional<std::string> loadText(const std::string& json, const std::string& name) override;
   void load(const Topology& topology) override;
+  std::optional<std::string> whyUnusable() const override;
   Topology topology() const override;
   std::string builtInTopology() const override;
   std::optional<std::string> useStateFile(const std::string& file, StateUse use) override;

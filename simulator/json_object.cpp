@@ -4,8 +4,9 @@
 #include <algorithm>
 #include <numeric>
 
+#include "json/input.h"
+#include "json/json_check.h"
 #include "simulator/hex.h"
-#include "simulator/json_text.h"
 
 namespace simulator {
 namespace {
@@ -33,11 +34,9 @@ bool hasControlCharacter(std::string_view text) {
 }  // namespace
 
 std::string shown(const nlohmann::json& value) {
-  constexpr size_t kMost = 60;
   if (value.is_object()) return "an object";
   if (value.is_array()) return "a list";
-  const std::string text = value.dump(-1, ' ', true);
-  return text.size() <= kMost ? text : text.substr(0, kMost) + "...";
+  return input::cut(value.dump(-1, ' ', true));
 }
 
 std::string suggestion(std::string_view name, std::span<const std::string_view> candidates) {
@@ -55,7 +54,7 @@ JsonObject::JsonObject(const nlohmann::json& value, std::string path, Mistakes& 
 }
 
 std::string JsonObject::pathOf(std::string_view key) const {
-  return path_ + pointerPart(key);
+  return path_ + input::pointerPart(key);
 }
 
 const nlohmann::json* JsonObject::find(const char* key, Need need) {
@@ -128,10 +127,10 @@ std::vector<JsonObject::Element> JsonObject::list(const char* key, Need need) {
 }
 
 void JsonObject::refuseUnknownKeys() {
-  if (!value_.is_object()) return;
+  if (!value_.is_object() || mistakes_.enough()) return;
   for (const auto& [key, value] : value_.items())
     if (std::find(known_.begin(), known_.end(), key) == known_.end())
-      mistakes_.add(pathOf(key), "unknown key" + suggestion(key, known_));
+      mistakes_.add(pathOf(key), "unknown key" + suggestion(input::cut(key), known_));
 }
 
 }  // namespace simulator

@@ -1,4 +1,4 @@
-// Parses the JSON text of a topology file.
+// Parses the JSON text of a topology or a state.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -8,11 +8,7 @@
 
 namespace simulator {
 
-/// A syntax error is a mistake with its line and column, a number beyond what can be held one with its JSON pointer,
-/// and the value is null then; a key that is twice in an object is one with its JSON pointer.
+/// What json/json_check.h finds wrong is the one mistake, and the value is null then.
 [[nodiscard]] nlohmann::json parseJson(const std::string& text, Mistakes& mistakes);
-
-/// A key as a part of a JSON pointer, with the slash before it.
-[[nodiscard]] std::string pointerPart(std::string_view key);
 
 }  // namespace simulator

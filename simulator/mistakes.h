@@ -1,6 +1,7 @@
 // The mistakes found in a topology file.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -12,19 +13,30 @@ class Mistakes {
   /// @param file  name of the file in the messages
   explicit Mistakes(std::string file) : file_(std::move(file)) {}
 
-  /// @param path  JSON pointer, or the place in the text
-  void add(std::string_view path, std::string_view reason) {
+  /// @param path  JSON pointer
+  void add(std::string_view path, std::string_view reason) { add(std::string(path).append(": ").append(reason)); }
+
+  /// @param mistake  with its place in the file, if it has one
+  void add(std::string_view mistake) {
+    if (enough()) return;
     if (!text_.empty()) text_ += '\n';
-    text_.append(file_).append(": ").append(path).append(": ").append(reason);
+    text_.append(file_).append(": ").append(++count_ < kMost ? mistake : "more mistakes than are told here");
   }
   [[nodiscard]] bool none() const { return text_.empty(); }
+
+  /// No more are taken: nobody reads on.
+  [[nodiscard]] bool enough() const { return count_ == kMost; }
+
   /// One line a mistake, "FILE: PATH: REASON", without a line feed at the end.
   [[nodiscard]] const std::string& text() const { return text_; }
   [[nodiscard]] const std::string& file() const { return file_; }
 
  private:
+  static constexpr size_t kMost = 100;
+
   std::string file_;
   std::string text_;
+  size_t count_ = 0;
 };
 
 }  // namespace simulator

@@ -212,6 +212,9 @@ class SimulatedHost {
   /// Replaces the model by one that need not be consistent: for tests of what a bad controller reports.
   virtual void load(const Topology& topology) = 0;
 
+  /// @return why the topology of DMU_TOPOLOGY cannot be used, as for a file; nothing once another one was loaded
+  [[nodiscard]] virtual std::optional<std::string> whyUnusable() const = 0;
+
   /// The topology as loaded, and the JSON text of the built-in one.
   [[nodiscard]] virtual Topology topology() const = 0;
   [[nodiscard]] virtual std::string builtInTopology() const = 0;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "json/input.h"
 #include "simulator/hex.h"
 #include "simulator/json_text.h"
 
@@ -50,7 +51,8 @@ std::optional<std::string> restoreAll(const json& document, std::vector<Controll
     const auto found = std::find_if(restored.begin(), restored.end(), [name = std::string_view(hba)](const auto& each) {
       return each.config.hba == name;
     });
-    if (found == restored.end()) return "it holds the state of " + hba + ", which this topology does not have";
+    if (found == restored.end())
+      return "it holds the state of " + input::cut(hba) + ", which this topology does not have";
     if (!restoreController(state, *found)) return "the state of " + hba + " does not fit this topology's controller";
   }
   controllers = std::move(restored);
