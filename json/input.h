@@ -19,7 +19,7 @@ struct Limits {
   size_t elements;            ///< of one JSON array
   size_t values;              ///< of one JSON document, those within others included
 };
-inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100, 1000, 20'000, 1'000'000};
+inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100, 1000, 20'000, 2'000'000};
 
 /// Reads what an open file has to give, up to its end.
 ///

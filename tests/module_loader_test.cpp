@@ -1,4 +1,5 @@
 // What the plugin reads of the module loader's output, whatever that is and whatever signals come meanwhile.
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -79,8 +80,10 @@ TEST_F(ModuleLoader, ItsComplaintsAndItsEndReachTheHost) {
   struct sigaction handler = {};
   struct sigaction before = {};
   handler.sa_handler = [](int) {
+    const int kept = errno;
     signals = signals + 1;
     waitpid(-1, nullptr, WNOHANG);
+    errno = kept;
   };
   signals = 0;
   sigaction(SIGCHLD, &handler, &before);
