@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "host/json.h"
-#include "host/option.h"
+#include "host/command_line/option.h"
+#include "host/output/json.h"
 #include "host/session.h"
 
 namespace host {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "host/json.h"
+#include "host/output/json.h"
 
 namespace host {
 

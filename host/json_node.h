@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "host/json.h"
+#include "host/output/json.h"
 
 namespace host {
 

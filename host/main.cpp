@@ -2,8 +2,8 @@
 // JSON document.
 #include <new>
 
-#include "host/command_line.h"
-#include "host/output.h"
+#include "host/command_line/command_line.h"
+#include "host/output/output.h"
 
 namespace host {
 namespace {

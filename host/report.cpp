@@ -3,8 +3,8 @@
 
 #include <cstdio>
 
-#include "host/output.h"
-#include "host/text.h"
+#include "host/output/output.h"
+#include "host/output/text.h"
 
 namespace host {
 

@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "host/disk_record.h"
-#include "host/json.h"
+#include "host/disks/disk_record.h"
+#include "host/output/json.h"
 #include "host/refusal.h"
 
 namespace host {

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "host/inventory.h"
+#include "host/disks/inventory.h"
 
 namespace host {
 

@@ -7,14 +7,14 @@
 #include <string>
 #include <vector>
 
-#include "host/command_log.h"
-#include "host/host_disk.h"
-#include "host/loaded_plugin.h"
-#include "host/management_library.h"
+#include "host/disks/host_disk.h"
+#include "host/interception/command_log.h"
+#include "host/loading/loaded_plugin.h"
+#include "host/loading/management_library.h"
+#include "host/output/terminal.h"
 #include "host/recording/recorder.h"
 #include "host/recording/replay.h"
 #include "host/report.h"
-#include "host/terminal.h"
 
 namespace host {
 

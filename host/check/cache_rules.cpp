@@ -1,7 +1,7 @@
 // Operations 2 and 3: the write caches, as the simulated controllers keep them.
 #include "host/check/calls.h"
 #include "host/check/expectations.h"
-#include "host/isolated_call.h"
+#include "host/loading/isolated_call.h"
 
 namespace host::check {
 namespace {

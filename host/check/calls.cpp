@@ -6,7 +6,7 @@
 #include <cstring>
 
 #include "host/check/rule.h"
-#include "host/isolated_call.h"
+#include "host/loading/isolated_call.h"
 
 namespace host::check {
 namespace {

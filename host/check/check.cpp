@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "host/isolated_call.h"
+#include "host/loading/isolated_call.h"
 #include "host/refusal.h"
 
 namespace host::check {

@@ -2,7 +2,7 @@
 #include "host/check/calls.h"
 #include "host/check/memory.h"
 #include "host/check/trial.h"
-#include "host/isolated_call.h"
+#include "host/loading/isolated_call.h"
 
 namespace host::check {
 namespace {

@@ -3,7 +3,7 @@
 
 #include "host/check/calls.h"
 #include "host/check/trial.h"
-#include "host/isolated_call.h"
+#include "host/loading/isolated_call.h"
 #include "host/refusal.h"
 
 namespace host::check {

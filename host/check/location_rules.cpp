@@ -10,8 +10,8 @@
 
 #include "host/check/calls.h"
 #include "host/check/expectations.h"
-#include "host/isolated_call.h"
-#include "host/text.h"
+#include "host/loading/isolated_call.h"
+#include "host/output/text.h"
 
 namespace host::check {
 namespace {

@@ -1,7 +1,7 @@
 // Operation 1: the locator LEDs, as the simulated drives show them.
 #include "host/check/calls.h"
 #include "host/check/expectations.h"
-#include "host/isolated_call.h"
+#include "host/loading/isolated_call.h"
 
 namespace host::check {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "host/check/calls.h"
 #include "host/check/expectations.h"
-#include "host/open_record.h"
+#include "host/disks/open_record.h"
 
 namespace host::check {
 namespace {

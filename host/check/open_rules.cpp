@@ -4,9 +4,9 @@
 
 #include "host/check/calls.h"
 #include "host/check/trial.h"
-#include "host/isolated_call.h"
-#include "host/open_record.h"
-#include "host/text.h"
+#include "host/disks/open_record.h"
+#include "host/loading/isolated_call.h"
+#include "host/output/text.h"
 
 namespace host::check {
 namespace {

@@ -1,7 +1,7 @@
 // What holds for all six operations: bad handles, missing outputs, controllers and devices that are not there.
 #include "host/check/calls.h"
 #include "host/check/trial.h"
-#include "host/isolated_call.h"
+#include "host/loading/isolated_call.h"
 
 namespace host::check {
 namespace {

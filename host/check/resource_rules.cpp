@@ -4,7 +4,7 @@
 #include "host/check/calls.h"
 #include "host/check/expectations.h"
 #include "host/check/memory.h"
-#include "host/text.h"
+#include "host/output/text.h"
 
 namespace host::check {
 namespace {

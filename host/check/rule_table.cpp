@@ -1,6 +1,6 @@
 // The groups of rules in the order in which they are reported, and the words of a broken promise.
 #include "host/check/rule.h"
-#include "host/text.h"
+#include "host/output/text.h"
 
 namespace host::check {
 

@@ -6,8 +6,8 @@
 #include <map>
 
 #include "host/check/calls.h"
-#include "host/isolated_call.h"
-#include "host/open_record.h"
+#include "host/disks/open_record.h"
+#include "host/loading/isolated_call.h"
 #include "host/refusal.h"
 
 namespace host::check {

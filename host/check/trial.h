@@ -8,9 +8,9 @@
 #include <vector>
 
 #include "host/check/rule.h"
-#include "host/host_disk.h"
-#include "host/interception.h"
-#include "host/loaded_plugin.h"
+#include "host/disks/host_disk.h"
+#include "host/interception/interception.h"
+#include "host/loading/loaded_plugin.h"
 
 namespace host::check {
 

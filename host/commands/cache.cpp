@@ -3,9 +3,9 @@
 #include <set>
 
 #include "host/commands/commands.h"
-#include "host/device_arguments.h"
-#include "host/switching.h"
-#include "host/text.h"
+#include "host/commands/switching.h"
+#include "host/disks/device_arguments.h"
+#include "host/output/text.h"
 
 namespace host {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "host/commands/commands.h"
-#include "host/text.h"
+#include "host/output/text.h"
 
 namespace host {
 namespace {

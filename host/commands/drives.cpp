@@ -2,10 +2,10 @@
 #include <map>
 
 #include "host/commands/commands.h"
-#include "host/degrees.h"
-#include "host/grid.h"
-#include "host/text.h"
-#include "host/text_table.h"
+#include "host/output/degrees.h"
+#include "host/output/grid.h"
+#include "host/output/text.h"
+#include "host/output/text_table.h"
 
 namespace host {
 namespace {

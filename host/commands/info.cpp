@@ -1,7 +1,7 @@
 // dmu-host info: all that is known of some disks.
 #include "host/commands/commands.h"
-#include "host/device_arguments.h"
-#include "host/text.h"
+#include "host/disks/device_arguments.h"
+#include "host/output/text.h"
 
 namespace host {
 namespace {

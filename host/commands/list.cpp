@@ -2,9 +2,9 @@
 #include <algorithm>
 
 #include "host/commands/commands.h"
-#include "host/opened_disk.h"
-#include "host/text.h"
-#include "host/text_table.h"
+#include "host/disks/opened_disk.h"
+#include "host/output/text.h"
+#include "host/output/text_table.h"
 
 namespace host {
 namespace {

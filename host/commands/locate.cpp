@@ -4,10 +4,10 @@
 #include <set>
 
 #include "host/commands/commands.h"
-#include "host/device_arguments.h"
-#include "host/local_time.h"
-#include "host/switching.h"
-#include "host/text.h"
+#include "host/commands/switching.h"
+#include "host/disks/device_arguments.h"
+#include "host/output/local_time.h"
+#include "host/output/text.h"
 
 namespace host {
 namespace {

@@ -1,8 +1,8 @@
 // dmu-host location: where the drives of some disks sit.
 #include "host/commands/commands.h"
-#include "host/device_arguments.h"
-#include "host/text.h"
-#include "host/text_table.h"
+#include "host/disks/device_arguments.h"
+#include "host/output/text.h"
+#include "host/output/text_table.h"
 
 namespace host {
 namespace {

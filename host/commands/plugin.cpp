@@ -1,11 +1,11 @@
 // dmu-host plugin: what a plugin is, by its file and by what it says once loaded, and why it does not load here.
 
 #include "host/commands/commands.h"
-#include "host/elf_file.h"
 #include "host/file_content.h"
-#include "host/isolated_call.h"
-#include "host/string_layout.h"
-#include "host/text.h"
+#include "host/loading/elf_file.h"
+#include "host/loading/isolated_call.h"
+#include "host/loading/string_layout.h"
+#include "host/output/text.h"
 
 namespace host {
 namespace {

@@ -3,10 +3,10 @@
 #include <set>
 
 #include "host/commands/commands.h"
-#include "host/degrees.h"
-#include "host/device_arguments.h"
-#include "host/text.h"
-#include "host/text_table.h"
+#include "host/disks/device_arguments.h"
+#include "host/output/degrees.h"
+#include "host/output/text.h"
+#include "host/output/text_table.h"
 
 namespace host {
 namespace {

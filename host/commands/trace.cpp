@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "host/commands/commands.h"
-#include "host/text.h"
+#include "host/output/text.h"
 
 namespace host {
 namespace {

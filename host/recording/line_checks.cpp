@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "host/inventory.h"
+#include "host/disks/inventory.h"
 #include "host/recording/format.h"
 #include "host/recording/requests.h"
 #include "simulator/hex.h"

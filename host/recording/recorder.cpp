@@ -4,8 +4,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "host/disk_record.h"
-#include "host/interception.h"
+#include "host/disks/disk_record.h"
+#include "host/interception/interception.h"
 #include "simulator/hex.h"
 
 namespace host::recording {

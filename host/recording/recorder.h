@@ -5,8 +5,8 @@
 #include <mutex>
 #include <optional>
 
-#include "host/host_calls.h"
-#include "host/host_disk.h"
+#include "host/disks/host_disk.h"
+#include "host/interception/host_calls.h"
 #include "host/recording/command_outputs.h"
 #include "host/recording/recording_file.h"
 #include "host/recording/requests.h"

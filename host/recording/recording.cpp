@@ -3,9 +3,9 @@
 
 #include "host/file_content.h"
 #include "host/json_file.h"
+#include "host/output/text.h"
 #include "host/recording/line_checks.h"
 #include "host/refusal.h"
-#include "host/text.h"
 
 namespace host::recording {
 namespace {

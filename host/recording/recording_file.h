@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "host/json.h"
+#include "host/output/json.h"
 
 namespace host::recording {
 

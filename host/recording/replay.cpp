@@ -6,10 +6,10 @@
 #include <cstring>
 #include <sys/eventfd.h>
 
-#include "host/interception.h"
-#include "host/inventory.h"
+#include "host/disks/inventory.h"
+#include "host/interception/interception.h"
+#include "host/output/text.h"
 #include "host/refusal.h"
-#include "host/text.h"
 #include "simulator/hex.h"
 
 namespace host::recording {

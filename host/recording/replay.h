@@ -4,7 +4,7 @@
 #include <mutex>
 #include <set>
 
-#include "host/host_disk.h"
+#include "host/disks/host_disk.h"
 #include "host/recording/command_outputs.h"
 #include "host/recording/recording.h"
 

@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "host/interception.h"
-#include "host/text.h"
+#include "host/interception/interception.h"
+#include "host/output/text.h"
 #include "simulator/command_decoder.h"
 #include "simulator/hex.h"
 

@@ -8,8 +8,8 @@
 #include <scsi/sg.h>
 #include <string>
 
-#include "host/host_calls.h"
-#include "host/json.h"
+#include "host/interception/host_calls.h"
+#include "host/output/json.h"
 #include "host/recording/values.h"
 #include "simulator/wire.h"
 

@@ -1,0 +1,93 @@
+// Hands the tables of options to CLI11, which sorts the words. What it would say of them stays unsaid: its texts differ
+// from version to version.
+#include "host/command_line/given_words.h"
+
+#include <CLI/CLI.hpp>
+
+#include "host/output/text.h"
+
+namespace host {
+namespace {
+
+constexpr const char* kArguments = "ARGUMENTS";  // whatever is no option, to be told apart by the table
+
+void declare(CLI::App& app, const std::vector<Option>& options) {
+  for (const Option& option : options) {
+    if (option.isArgument()) continue;
+    const std::string names = (option.letter.empty() ? "" : option.letter + ",") + option.name;
+    if (option.isFlag()) {
+      app.add_flag(names);
+    } else {
+      app.add_option(names)->take_all();
+    }
+  }
+}
+
+void collect(const CLI::App& app, const std::vector<Option>& options, GivenWords& given) {
+  for (const Option& option : options) {
+    if (option.isArgument()) continue;
+    const CLI::Option& found = *app.get_option(option.name);
+    if (found.count() > 0) given.options[option.name] = found.results();
+  }
+}
+
+/// "--name=" would take the next word for its value, and "--flag=no" would be a number.
+std::string mistakeAfterEqualsSign(int argc, char** argv, const std::vector<Option>& options) {
+  for (int i = 1; i < argc && std::string(argv[i]) != "--"; ++i) {
+    for (const Option& option : options) {
+      if (!std::string(argv[i]).starts_with(option.name + "=")) continue;
+      if (option.isFlag()) return option.name + ": takes no value";
+      if (argv[i] == option.name + "=") return option.name + ": must not be empty";
+    }
+  }
+  return "";
+}
+
+/// Of a line that CLI11 could not sort.
+std::string mistakeOf(const CLI::ParseError& error, const std::string& lastWord, const std::vector<Option>& options) {
+  for (const Option& option : options) {
+    if (option.name == lastWord) return option.name + ": " + option.valueName + " is missing";
+  }
+  return printable(error.what());
+}
+
+}  // namespace
+
+GivenWords sortWords(int argc, char** argv, const std::vector<Option>& options,
+                     const std::vector<std::unique_ptr<Command>>& commands) {
+  CLI::App app;
+  app.set_help_flag();
+  app.fallthrough();
+  app.allow_extras();
+  app.require_subcommand(0, 1);
+  declare(app, options);
+  std::vector<Option> everyOption = options;
+  for (const auto& command : commands) {
+    CLI::App& sub = *app.add_subcommand(command->name());
+    const std::vector<Option> own = command->options();
+    declare(sub, own);
+    sub.add_option(kArguments)->expected(-1)->take_all();
+    everyOption.insert(everyOption.end(), own.begin(), own.end());
+  }
+
+  GivenWords given;
+  given.mistake = mistakeAfterEqualsSign(argc, argv, everyOption);
+  try {
+    if (given.mistake.empty()) app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    given.mistake = mistakeOf(error, argv[argc - 1], everyOption);
+  }
+  for (const auto& command : commands) {
+    const CLI::App& sub = *app.get_subcommand(command->name());
+    if (!sub.parsed()) continue;
+    given.command = command.get();
+    given.arguments = sub.get_option(kArguments)->results();
+    collect(sub, command->options(), given);
+  }
+  collect(app, options, given);
+  given.unknown = app.remaining(true);
+  std::erase(given.unknown, "--");
+  return given;
+}
+
+}  // namespace host

@@ -1,0 +1,36 @@
+// Declares and resolves the device arguments.
+#include "host/disks/device_arguments.h"
+
+#include "host/disks/device_names.h"
+
+namespace host {
+
+std::vector<Option> DeviceArguments::options() {
+  return {
+      {"DEVICE", "", "A disk: its name, HBA:CHANNEL:TARGET:LUN, serial:TEXT or bay:PORT:BOX:BAY", Texts{&names_}},
+      {.name = "--all",
+       .valueName = "",
+       .help = "All disks that the plugin serves, instead of devices",
+       .value = Flag{&all_},
+       .insteadOf = "DEVICE"},
+  };
+}
+
+std::vector<Option> DeviceArguments::optionsWithSwitch() {
+  std::vector<Option> all = options();
+  all.push_back({"STATE", "", "What to switch the devices to", Word{&state_, {"on", "off"}}});
+  return all;
+}
+
+std::vector<OpenedDisk> DeviceArguments::open(Session& session) const {
+  std::vector<OpenedDisk> opened;
+  for (const HostDisk& disk : all_ ? session.disks() : disksNamed(session, names_)) {
+    OpenedDisk one = openDisk(session, disk, all_ ? Named::no : Named::yes);
+    const bool isNamedOrServed = !all_ || one.handle.get() != nullptr || !one.record.errors.empty();
+    if (isNamedOrServed) opened.push_back(std::move(one));
+  }
+  if (opened.empty()) throw Refusal("no disks: the plugin serves none of this host's");
+  return opened;
+}
+
+}  // namespace host

@@ -1,0 +1,55 @@
+// Keeps the commands of a run as they pass between plugin and driver: to show them, to hold back those that would
+// change something, and to tell afterwards what an operation did.
+#pragma once
+
+#include <span>
+#include <string>
+#include <vector>
+
+#include "host/interception/interception.h"
+#include "host/output/json.h"
+
+namespace host {
+
+class CommandLog final : public CommandWatcher {
+ public:
+  /// Which commands are shown, and where.
+  enum class Show { nothing, onStandardOutput, inDocument };
+
+  /// Watches the process's commands as long as it lives; there is one at a time.
+  explicit CommandLog(Show show);
+  ~CommandLog() override;
+  CommandLog(const CommandLog&) = delete;
+  CommandLog& operator=(const CommandLog&) = delete;
+
+  /// From now on commands that send data to the controller are not sent.
+  void holdBackWrites() { holdsBackWrites_ = true; }
+  [[nodiscard]] bool holdsBackWrites() const { return holdsBackWrites_; }
+
+  [[nodiscard]] bool shows() const { return show_ != Show::nothing; }
+
+  /// The number of commands so far: a place in the log.
+  [[nodiscard]] size_t size() const { return commands_.size(); }
+
+  /// The commands from a place on; valid until the next command.
+  [[nodiscard]] std::span<const InterceptedCommand> since(size_t place) const;
+
+  /// Key "commands": an array, or null when the document does not show them.
+  void addTo(Json& document) const;
+
+  [[nodiscard]] bool holdsBack(const InterceptedCommand& command) override;
+  void passed(InterceptedCommand command) override;
+
+ private:
+  const Show show_;
+  bool holdsBackWrites_ = false;
+  std::vector<InterceptedCommand> commands_;
+};
+
+/// What became of a command: "ok", "not sent", "driver status 0x5", "call failed with 0x1".
+[[nodiscard]] std::string resultText(const InterceptedCommand& command);
+
+/// The command's name, as fault rules name it too; "unknown command" for one that is none of the known.
+[[nodiscard]] std::string nameOf(const InterceptedCommand& command);
+
+}  // namespace host

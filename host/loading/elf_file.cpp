@@ -1,0 +1,157 @@
+// A small reader of ELF files: program headers, section headers, the dynamic section and symbol table and their string
+// tables. Every offset and size comes from the file and is checked against it before use.
+#include "host/loading/elf_file.h"
+
+#include <cstring>
+#include <elf.h>
+#include <optional>
+
+namespace host {
+namespace {
+
+struct Elf32 {
+  using Header = Elf32_Ehdr;
+  using Segment = Elf32_Phdr;
+  using Section = Elf32_Shdr;
+  using Symbol = Elf32_Sym;
+  using Dynamic = Elf32_Dyn;
+};
+struct Elf64 {
+  using Header = Elf64_Ehdr;
+  using Segment = Elf64_Phdr;
+  using Section = Elf64_Shdr;
+  using Symbol = Elf64_Sym;
+  using Dynamic = Elf64_Dyn;
+};
+
+/// The record at an offset of the file, unless it does not lie inside.
+template <typename Record>
+std::optional<Record> recordAt(const std::string& file, uint64_t offset) {
+  if (offset > file.size() || file.size() - offset < sizeof(Record)) return std::nullopt;
+  Record record{};
+  std::memcpy(&record, file.data() + offset, sizeof(record));
+  return record;
+}
+
+/// The text at an index of a string table, unless it does not end inside the table.
+template <typename Section>
+std::optional<std::string> textAt(const std::string& file, const Section& table, uint64_t index) {
+  const uint64_t offset = table.sh_offset;
+  const uint64_t size = table.sh_size;
+  if (offset > file.size() || file.size() - offset < size || index >= size) return std::nullopt;
+  const char* text = file.data() + offset + index;
+  const void* end = std::memchr(text, '\0', static_cast<size_t>(size - index));
+  if (end == nullptr) return std::nullopt;
+  return std::string(text, static_cast<const char*>(end));
+}
+
+/// Calls `take` with every record of the sections of a type and the section with their texts, up to the first damage.
+template <typename Elf, typename Record, typename Take>
+void forEachRecord(const std::string& file, uint32_t type, Take take) {
+  const auto header = recordAt<typename Elf::Header>(file, 0);
+  if (!header) return;
+  const auto section = [&](uint64_t index) {
+    return recordAt<typename Elf::Section>(file, header->e_shoff + index * sizeof(typename Elf::Section));
+  };
+  for (uint64_t index = 0; index < header->e_shnum; ++index) {
+    const auto records = section(index);
+    if (!records) return;
+    if (records->sh_type != type) continue;
+    const auto texts = section(records->sh_link);
+    if (!texts) return;
+    for (uint64_t place = 0; place + sizeof(Record) <= records->sh_size; place += sizeof(Record)) {
+      const auto record = recordAt<Record>(file, records->sh_offset + place);
+      if (!record) return;
+      take(*record, *texts);
+    }
+  }
+}
+
+template <typename Elf>
+std::vector<std::string> undefinedNames(const std::string& file) {
+  std::vector<std::string> names;
+  forEachRecord<Elf, typename Elf::Symbol>(file, SHT_DYNSYM, [&](const auto& symbol, const auto& texts) {
+    if (symbol.st_shndx != SHN_UNDEF) return;
+    if (auto name = textAt(file, texts, symbol.st_name)) names.push_back(*std::move(name));
+  });
+  return names;
+}
+
+/// The texts of the dynamic section's entries with a tag.
+template <typename Elf>
+std::vector<std::string> dynamicTexts(const std::string& file, int64_t tag) {
+  std::vector<std::string> names;
+  forEachRecord<Elf, typename Elf::Dynamic>(file, SHT_DYNAMIC, [&](const auto& entry, const auto& texts) {
+    if (entry.d_tag != tag) return;
+    if (auto name = textAt(file, texts, entry.d_un.d_val)) names.push_back(*std::move(name));
+  });
+  return names;
+}
+
+template <typename Elf>
+std::optional<ElfIdentity> identityOf(const std::string& file, int bits) {
+  const auto header = recordAt<typename Elf::Header>(file, 0);
+  if (!header) return std::nullopt;
+  ElfIdentity identity{bits, "machine " + std::to_string(header->e_machine), header->e_type == ET_DYN};
+  if (header->e_machine == EM_386) identity.machine = "x86";
+  if (header->e_machine == EM_X86_64) identity.machine = "x86-64";
+  return identity;
+}
+
+template <typename Elf>
+bool endsBeforeSegments(const std::string& file) {
+  const auto header = recordAt<typename Elf::Header>(file, 0);
+  if (!header) return true;
+  for (uint64_t index = 0; index < header->e_phnum; ++index) {
+    const auto segment = recordAt<typename Elf::Segment>(file, header->e_phoff + index * sizeof(typename Elf::Segment));
+    if (!segment) return true;
+    const bool isInside = segment->p_offset <= file.size() && segment->p_filesz <= file.size() - segment->p_offset;
+    if (segment->p_type == PT_LOAD && !isInside) return true;
+  }
+  return false;
+}
+
+/// The file's class, when it is one that this reader knows.
+std::optional<int> classOf(const std::string& file) {
+  if (file.size() < EI_NIDENT || std::memcmp(file.data(), ELFMAG, SELFMAG) != 0) return std::nullopt;
+  if (file[EI_DATA] != ELFDATA2LSB) return std::nullopt;
+  if (file[EI_CLASS] != ELFCLASS32 && file[EI_CLASS] != ELFCLASS64) return std::nullopt;
+  return file[EI_CLASS];
+}
+
+std::vector<std::string> dynamicTexts(const std::string& file, int64_t tag) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return {};
+  return *fileClass == ELFCLASS32 ? dynamicTexts<Elf32>(file, tag) : dynamicTexts<Elf64>(file, tag);
+}
+
+}  // namespace
+
+std::optional<ElfIdentity> identifyElf(const std::string& file) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return std::nullopt;
+  return *fileClass == ELFCLASS32 ? identityOf<Elf32>(file, 32) : identityOf<Elf64>(file, 64);
+}
+
+std::vector<std::string> neededLibraries(const std::string& file) {
+  return dynamicTexts(file, DT_NEEDED);
+}
+
+std::string sonameOf(const std::string& file) {
+  const std::vector<std::string> names = dynamicTexts(file, DT_SONAME);
+  return names.empty() ? "" : names.front();
+}
+
+std::vector<std::string> undefinedSymbols(const std::string& file) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return {};
+  return *fileClass == ELFCLASS32 ? undefinedNames<Elf32>(file) : undefinedNames<Elf64>(file);
+}
+
+bool isCut(const std::string& file) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return false;
+  return *fileClass == ELFCLASS32 ? endsBeforeSegments<Elf32>(file) : endsBeforeSegments<Elf64>(file);
+}
+
+}  // namespace host

@@ -1,0 +1,37 @@
+// Small pieces of text for people.
+#include "host/output/text.h"
+
+#include <cstdio>
+
+namespace host {
+
+std::string printable(std::string_view text) {
+  std::string safe;
+  for (const char character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (byte >= 0x20 && byte < 0x7F) {
+      safe += character;
+    } else {
+      char escaped[5];
+      std::snprintf(escaped, sizeof(escaped), "\\x%02x", unsigned{byte});
+      safe += escaped;
+    }
+  }
+  return safe;
+}
+
+std::string counted(size_t number, const std::string& noun) {
+  return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
+std::string hex(uint64_t value) {
+  char text[2 + 16 + 1];
+  std::snprintf(text, sizeof(text), "0x%llx", static_cast<unsigned long long>(value));
+  return text;
+}
+
+std::string orUnknown(const std::optional<std::string>& text) {
+  return text ? printable(*text) : kUnknown;
+}
+
+}  // namespace host
