@@ -3,14 +3,17 @@
 #include <string>
 #include <string_view>
 
+#include "json/json_object.h"
 #include "simulator/command_decoder.h"
 #include "simulator/drive_address.h"
-#include "simulator/json_object.h"
 #include "simulator/module_loader_page.h"
 #include "simulator/topology_checks.h"
 
 namespace simulator {
 namespace {
+
+using input::Mistakes;
+using input::suggestion;
 
 const CommandLayout* findCommand(std::string_view name) {
   for (const CommandLayout& layout : kCommands)

@@ -4,12 +4,16 @@
 #include <algorithm>
 #include <string>
 
+#include "json/hex.h"
 #include "json/input.h"
 #include "simulator/drive_address.h"
-#include "simulator/hex.h"
 
 namespace simulator {
 namespace {
+
+using input::JsonObject;
+using input::Mistakes;
+using input::Need;
 
 constexpr const char* kActionKeys[] = {"error", "driverStatus", "length", "set", "delayMs", "vanish", "missing"};
 constexpr size_t kMostText = 200;
@@ -19,7 +23,7 @@ void readCall(JsonObject& object, FaultRule& rule) {
   if (!object.text("call", rule.call, Need::required, 0, kMostText)) return;
   const std::vector<std::string_view> known(std::begin(kFaultCalls), std::end(kFaultCalls));
   if (std::find(known.begin(), known.end(), rule.call) == known.end())
-    object.refuse("call", "unknown call \"" + rule.call + "\"" + suggestion(rule.call, known));
+    object.refuse("call", "unknown call \"" + rule.call + "\"" + input::suggestion(rule.call, known));
 }
 
 void readDriveOfRule(JsonObject& object, FaultRule& rule) {
@@ -41,10 +45,10 @@ bool readSet(JsonObject& object, FaultRule& rule) {
   const bool hasOffset = object.number("offset", rule.offset, hasBytes ? Need::required : Need::optional);
   if (!hasBytes && hasOffset) object.refuse("offset", "goes with set, which is missing");
   if (!hasBytes) return false;
-  const auto bytes = fromHex(digits);
+  const auto bytes = input::fromHex(digits);
   if (!bytes)
     object.refuse("set", "must be a text of hexadecimal digits, two a byte, not \"" + input::cut(digits) + "\"");
-  rule.bytes = bytes.value_or(Bytes{});
+  rule.bytes = bytes.value_or(std::vector<uint8_t>{});
   return true;
 }
 

@@ -28,7 +28,7 @@ const char* topologyOfEnvironment() {
 
 /// @return what is wrong; nothing when `topology` was filled
 std::optional<std::string> parse(const std::string& json, const std::string& name, Topology& topology) {
-  Mistakes mistakes(name);
+  input::Mistakes mistakes(name);
   Topology read = readTopology(json, mistakes);
   if (mistakes.none()) checkTopology(read, mistakes);
   if (!mistakes.none()) return mistakes.text();

@@ -4,9 +4,9 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "json/hex.h"
 #include "json/input.h"
-#include "simulator/hex.h"
-#include "simulator/json_text.h"
+#include "json/json_text.h"
 
 namespace simulator {
 namespace {
@@ -20,14 +20,14 @@ json controllerState(const ControllerModel& controller) {
   const BlinkState& blink = controller.blink.state();
   return {{"blinkDuration", blink.duration},
           {"blinkStarted", blink.started},
-          {"blinkEnable", toHex(blink.enable)},
-          {"blinkExtended", toHex(blink.extended)},
-          {"parameters", toHex(controller.settings.parameters())},
-          {"cacheConfiguration", toHex(controller.settings.cacheConfiguration())}};
+          {"blinkEnable", input::toHex(blink.enable)},
+          {"blinkExtended", input::toHex(blink.extended)},
+          {"parameters", input::toHex(controller.settings.parameters())},
+          {"cacheConfiguration", input::toHex(controller.settings.cacheConfiguration())}};
 }
 
 Bytes bytesAt(const json& object, const char* key) {
-  return fromHex(object.at(key).get<std::string>()).value_or(Bytes{});
+  return input::fromHex(object.at(key).get<std::string>()).value_or(Bytes{});
 }
 
 /// @return false when the buffers are not this controller's; throws when a key is missing or of another type
@@ -71,8 +71,8 @@ std::string stateText(const std::vector<ControllerModel>& controllers) {
 
 std::optional<std::string> restoreState(const std::string& text, const std::string& name,
                                         std::vector<ControllerModel>& controllers) {
-  Mistakes mistakes(name);
-  const json document = parseJson(text, mistakes);
+  input::Mistakes mistakes(name);
+  const json document = input::parseJson(text, mistakes);
   if (!mistakes.none()) return mistakes.text();
   try {
     if (const auto mistake = restoreAll(document, controllers)) return name + ": " + *mistake;

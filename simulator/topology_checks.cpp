@@ -13,6 +13,8 @@
 namespace simulator {
 namespace {
 
+using input::Mistakes;
+
 std::string at(const std::string& path, size_t index) {
   return path + "/" + std::to_string(index);
 }

@@ -3,15 +3,18 @@
 
 #include <nlohmann/json.hpp>
 
+#include "json/json_object.h"
+#include "json/json_text.h"
 #include "simulator/drive_address.h"
 #include "simulator/fault_reader.h"
-#include "simulator/json_object.h"
-#include "simulator/json_text.h"
 #include "simulator/raid_levels.h"
 
 namespace simulator {
 namespace {
 
+using input::JsonObject;
+using input::Mistakes;
+using input::Need;
 using nlohmann::json;
 
 constexpr size_t kDeviceName = 200;
@@ -61,7 +64,7 @@ std::vector<uint32_t> readMembers(JsonObject& object, Need need, Mistakes& mista
   std::vector<uint32_t> members;
   for (const auto& element : object.list("members", need)) {
     const auto index = element.value.is_string() ? parseDriveName(element.value.get<std::string>()) : std::nullopt;
-    if (!index) mistakes.add(element.path, kDriveNameRule + shown(element.value));
+    if (!index) mistakes.add(element.path, kDriveNameRule + input::shown(element.value));
     members.push_back(index.value_or(0));
   }
   return members;
@@ -139,7 +142,7 @@ Topology readAll(const json& document, Mistakes& mistakes) {
 }  // namespace
 
 Topology readTopology(const std::string& text, Mistakes& mistakes) {
-  const json document = parseJson(text, mistakes);
+  const json document = input::parseJson(text, mistakes);
   return mistakes.none() ? readAll(document, mistakes) : Topology{};
 }
 

@@ -1,14 +1,14 @@
 // Taking a JSON object apart.
-#include "simulator/json_object.h"
+#include "json/json_object.h"
 
 #include <algorithm>
 #include <numeric>
 
+#include "json/hex.h"
 #include "json/input.h"
 #include "json/json_check.h"
-#include "simulator/hex.h"
 
-namespace simulator {
+namespace input {
 namespace {
 
 /// Number of single-character edits between two names.
@@ -36,7 +36,7 @@ bool hasControlCharacter(std::string_view text) {
 std::string shown(const nlohmann::json& value) {
   if (value.is_object()) return "an object";
   if (value.is_array()) return "a list";
-  return input::cut(value.dump(-1, ' ', true));
+  return cut(value.dump(-1, ' ', true));
 }
 
 std::string suggestion(std::string_view name, std::span<const std::string_view> candidates) {
@@ -54,7 +54,7 @@ JsonObject::JsonObject(const nlohmann::json& value, std::string path, Mistakes& 
 }
 
 std::string JsonObject::pathOf(std::string_view key) const {
-  return path_ + input::pointerPart(key);
+  return path_ + pointerPart(key);
 }
 
 const nlohmann::json* JsonObject::find(const char* key, Need need) {
@@ -130,7 +130,7 @@ void JsonObject::refuseUnknownKeys() {
   if (!value_.is_object() || mistakes_.enough()) return;
   for (const auto& [key, value] : value_.items())
     if (std::find(known_.begin(), known_.end(), key) == known_.end())
-      mistakes_.add(pathOf(key), "unknown key" + suggestion(input::cut(key), known_));
+      mistakes_.add(pathOf(key), "unknown key" + suggestion(cut(key), known_));
 }
 
-}  // namespace simulator
+}  // namespace input

@@ -1,4 +1,4 @@
-// One JSON object of a topology file, taken apart key by key: what is missing, of a wrong type, out of range or unknown
+// One JSON object of a file, taken apart key by key: what is missing, of a wrong type, out of range or unknown
 // becomes a mistake with its JSON pointer, and reading goes on.
 #pragma once
 
@@ -10,9 +10,9 @@
 #include <string_view>
 #include <vector>
 
-#include "simulator/mistakes.h"
+#include "json/mistakes.h"
 
-namespace simulator {
+namespace input {
 
 /// A key that is optional keeps the value that the field had before.
 enum class Need { optional, required };
@@ -68,4 +68,4 @@ class JsonObject {
 /// @return `; did you mean "NAME"?` with the candidate that differs in at most two places; empty when there is none
 [[nodiscard]] std::string suggestion(std::string_view name, std::span<const std::string_view> candidates);
 
-}  // namespace simulator
+}  // namespace input

@@ -1,4 +1,4 @@
-// The mistakes found in a topology file.
+// The mistakes found in a file.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-namespace simulator {
+namespace input {
 
 class Mistakes {
  public:
@@ -39,4 +39,4 @@ class Mistakes {
   size_t count_ = 0;
 };
 
-}  // namespace simulator
+}  // namespace input
