@@ -1,10 +1,15 @@
 // Words the command line as a manual page.
 #include "host/command_line/manual_page.h"
 
+#include <sstream>
+#include <utility>
+
 #include "host/command_line/help.h"
 
 namespace host {
 namespace {
+
+constexpr size_t kLineLength = 80;  // what mandoc wants of a source
 
 /// Text that means nothing to the formatter.
 std::string plain(const std::string& text) {
@@ -22,6 +27,19 @@ std::string plain(const std::string& text) {
   return (looksLikeRequest ? "\\&" : "") + escaped;
 }
 
+/// The text's words on lines of that length.
+std::string filled(const std::string& text) {
+  std::istringstream words(text);
+  std::string lines;
+  std::string line;
+  for (std::string word; words >> word;) {
+    word = plain(word);
+    if (!line.empty() && line.size() + 1 + word.size() > kLineLength) lines += std::exchange(line, "") + "\n";
+    line += (line.empty() ? "" : " ") + word;
+  }
+  return lines + line + "\n";
+}
+
 std::string bold(const std::string& text) {
   return "\\fB" + plain(text) + "\\fR";
 }
@@ -33,7 +51,7 @@ std::string italic(const std::string& text) {
 std::string paragraphOf(const Option& option) {
   const std::string words = wordsOf(option);
   const size_t nameLength = words.size() - (option.valueName.empty() ? 0 : option.valueName.size() + 1);
-  return ".TP\n" + bold(words.substr(0, nameLength)) + italic(option.valueName) + "\n" + plain(helpOf(option)) + "\n";
+  return ".TP\n" + bold(words.substr(0, nameLength)) + italic(option.valueName) + "\n" + filled(helpOf(option));
 }
 
 std::string paragraphsOf(const std::vector<Option>& options) {
@@ -51,13 +69,16 @@ std::string examplesOf(const Command& command) {
 }  // namespace
 
 std::string manualPage(const std::vector<Option>& options, const std::vector<std::unique_ptr<Command>>& commands) {
-  std::string text = ".TH DMU\\-HOST 1\n.SH NAME\ndmu\\-host \\- load a storage plugin and show what it answers\n";
+  // No name is divided at the end of a line, and none stretches its line. What the page asks for is for older formatters,
+  // what stands before it for later ones.
+  std::string text = ".nr HY 0\n.ds AD l\n.TH DMU\\-HOST 1 " DMU_VERSION_DATE " \"dmu\\-host " DMU_VERSION "\"\n.ad l\n";
+  text += ".SH NAME\ndmu\\-host \\- load a storage plugin and show what it answers\n";
   text += ".SH SYNOPSIS\n" + bold("dmu-host") + " [" + "\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n";
-  text += ".SH DESCRIPTION\n" + plain(kPurpose) + "\n";
+  text += ".SH DESCRIPTION\n" + filled(kPurpose);
   text += ".SH OPTIONS\nThese may stand before or after the command.\n" + paragraphsOf(options);
   text += ".SH COMMANDS\n";
   for (const auto& command : commands) {
-    text += ".SS " + plain(command->name()) + "\n" + plain(command->summary()) + ".\n" + examplesOf(*command) +
+    text += ".SS " + plain(command->name()) + "\n" + filled(command->summary() + ".") + examplesOf(*command) +
             paragraphsOf(command->options());
   }
   return text +
