@@ -69,9 +69,10 @@ std::string examplesOf(const Command& command) {
 }  // namespace
 
 std::string manualPage(const std::vector<Option>& options, const std::vector<std::unique_ptr<Command>>& commands) {
-  // No name is divided at the end of a line, and none stretches its line. What the page asks for is for older formatters,
-  // what stands before it for later ones.
-  std::string text = ".nr HY 0\n.ds AD l\n.TH DMU\\-HOST 1 " DMU_VERSION_DATE " \"dmu\\-host " DMU_VERSION "\"\n.ad l\n";
+  // No name is divided at the end of a line, and none stretches its line: what stands before .TH is how later
+  // formatters want to be told, what stands behind it is for older ones.
+  std::string text =
+      ".nr HY 0\n.ds AD l\n.TH DMU\\-HOST 1 " DMU_VERSION_DATE " \"dmu\\-host " DMU_VERSION "\"\n.ad l\n";
   text += ".SH NAME\ndmu\\-host \\- load a storage plugin and show what it answers\n";
   text += ".SH SYNOPSIS\n" + bold("dmu-host") + " [" + "\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n";
   text += ".SH DESCRIPTION\n" + filled(kPurpose);
