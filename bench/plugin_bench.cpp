@@ -7,7 +7,7 @@
 #include <sys/resource.h>
 #include <vector>
 
-#include "bench/operations.h"
+#include "bench/one_controller.h"
 #include "bench/platform_calls.h"
 
 namespace {

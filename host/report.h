@@ -7,13 +7,11 @@
 #include <vector>
 
 #include "host/disks/disk_record.h"
+#include "host/exit_status.h"
 #include "host/output/json.h"
 #include "host/refusal.h"
 
 namespace host {
-
-/// What the program tells its caller; there are no others.
-enum class ExitStatus { done = 0, failed = 1, wrongUsage = 2 };
 
 class Report {
  public:

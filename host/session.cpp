@@ -23,6 +23,7 @@ void Session::begin(bool switches) {
   switches_ = switches;
   if (!options_.recordFile.empty()) recorder_ = std::make_unique<recording::Recorder>(options_.recordFile, ownFiles());
   if (!options_.replayFile.empty()) replay_ = std::make_unique<recording::Replay>(options_.replayFile);
+  commands_.stepInFront();
 }
 
 std::optional<std::string> Session::unanswered() const {
@@ -31,6 +32,7 @@ std::optional<std::string> Session::unanswered() const {
 
 std::optional<std::string> Session::end() {
   plugin_.reset();
+  commands_.stepAside();
   return recorder_ == nullptr ? std::nullopt : recorder_->finish();
 }
 

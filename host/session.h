@@ -99,9 +99,9 @@ class Session {
   const GlobalOptions options_;
   const Terminal terminal_;
   Report report_;
-  CommandLog commands_;
   std::unique_ptr<recording::Recorder> recorder_;
   std::unique_ptr<recording::Replay> replay_;
+  CommandLog commands_;  // in front of those two
   std::optional<ManagementLibrary> library_;
   bool switches_ = false;
   bool prepared_ = false;

@@ -1,9 +1,9 @@
 // The entry point and the descriptor that it fills.
 #include <atomic>
 
+#include "plugin/checked_operations.h"
 #include "plugin/host_thread.h"
 #include "plugin/open_device.h"
-#include "plugin/operations.h"
 #include "plugin/trace.h"
 #include <dmu/plugin.h>
 

@@ -12,12 +12,12 @@
 
 #include "simulator/c_library.h"
 #include "simulator/exported.h"
-#include "simulator/host.h"
+#include "simulator/host_model.h"
 
 namespace {
 
 using simulator::cLibrary;
-using simulator::Host;
+using simulator::HostModel;
 
 constexpr std::string_view kNodes = "/dev/disks/";
 
@@ -56,10 +56,10 @@ int fail(int error) {
 
 /// A descriptor of its own for every open node, so that it collides with no other.
 int openNode(std::string_view name, int flags) {
-  if (const int error = Host::instance().openNode(name); error != 0) return fail(error);
+  if (const int error = HostModel::instance().openNode(name); error != 0) return fail(error);
   const int descriptor = cLibrary().open("/dev/null", O_RDONLY | (flags & O_CLOEXEC));
   if (descriptor < 0) {
-    Host::instance().closeNode();
+    HostModel::instance().closeNode();
     return -1;
   }
   OpenNodes::instance().add(descriptor, name);
@@ -109,7 +109,7 @@ DMU_EXPORTED int ioctl(int descriptor, unsigned long request, ...) noexcept {
   try {
     const std::string name = OpenNodes::instance().find(descriptor);
     if (name.empty()) return cLibrary().ioctl(descriptor, request, argument);
-    const int error = Host::instance().nodeRequest(name, request, argument);
+    const int error = HostModel::instance().nodeRequest(name, request, argument);
     return error == 0 ? 0 : fail(error);
   } catch (const std::bad_alloc&) {
     return fail(ENOMEM);
@@ -117,7 +117,7 @@ DMU_EXPORTED int ioctl(int descriptor, unsigned long request, ...) noexcept {
 }
 
 DMU_EXPORTED int close(int descriptor) {
-  if (OpenNodes::instance().remove(descriptor)) Host::instance().closeNode();
+  if (OpenNodes::instance().remove(descriptor)) HostModel::instance().closeNode();
   return cLibrary().close(descriptor);
 }
 }

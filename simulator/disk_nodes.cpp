@@ -5,7 +5,7 @@
 
 #include "simulator/disk_inquiry.h"
 #include "simulator/drive_address.h"
-#include "simulator/host.h"
+#include "simulator/host_model.h"
 
 namespace simulator {
 namespace {
@@ -44,7 +44,7 @@ void clearResult(sg_io_hdr& request) {
 
 }  // namespace
 
-std::optional<Host::Node> Host::findNode(std::string_view name) const {
+std::optional<HostModel::Node> HostModel::findNode(std::string_view name) const {
   Node node;
   node.call.device = name;
   for (const ControllerModel& controller : controllers_) {
@@ -74,7 +74,7 @@ std::optional<Host::Node> Host::findNode(std::string_view name) const {
   return std::nullopt;
 }
 
-int Host::openNode(std::string_view name) {
+int HostModel::openNode(std::string_view name) {
   std::unique_lock lock(mutex_);
   auto node = findNode(name);
   if (!isUsableElseSaysWhy() || !node) return ENOENT;
@@ -89,7 +89,7 @@ int Host::openNode(std::string_view name) {
   return 0;
 }
 
-int Host::nodeRequest(std::string_view name, unsigned long request, void* argument) {
+int HostModel::nodeRequest(std::string_view name, unsigned long request, void* argument) {
   std::unique_lock lock(mutex_);
   ++counts_.ioctls;
   if (request != SG_IO) return ENOTTY;
@@ -125,7 +125,7 @@ int Host::nodeRequest(std::string_view name, unsigned long request, void* argume
   return 0;
 }
 
-void Host::closeNode() {
+void HostModel::closeNode() {
   const std::lock_guard lock(mutex_);
   ++counts_.closes;
   --counts_.openNodes;

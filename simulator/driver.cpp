@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <thread>
 
-#include "simulator/host.h"
+#include "simulator/host_model.h"
 #include "simulator/interface_checks.h"
 
 namespace simulator {
@@ -47,18 +47,18 @@ void fillErrorInfo(wire::PassthruRecord& record, DriverStatus status) {
 
 }  // namespace
 
-bool Host::isUsableElseSaysWhy() const {
+bool HostModel::isUsableElseSaysWhy() const {
   if (unusable_.empty()) return true;
   if (!unusableSaid_) std::fprintf(stderr, "%s\n", unusable_.c_str());
   unusableSaid_ = true;
   return false;
 }
 
-uint32_t Host::instanceCount() const {
+uint32_t HostModel::instanceCount() const {
   return static_cast<uint32_t>(std::min<size_t>(controllers_.size(), wire::kInstances));
 }
 
-FaultEffect Host::meetFaults(std::unique_lock<std::mutex>& lock, const Call& call) {
+FaultEffect HostModel::meetFaults(std::unique_lock<std::mutex>& lock, const Call& call) {
   FaultEffect effect = faults_.meet(call);
   for (const FaultRule& rule : effect.vanish) {
     for (ControllerModel& controller : controllers_) {
@@ -75,7 +75,7 @@ FaultEffect Host::meetFaults(std::unique_lock<std::mutex>& lock, const Call& cal
   return effect;
 }
 
-int32_t Host::openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** handle) {
+int32_t HostModel::openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** handle) {
   std::unique_lock lock(mutex_);
   ++counts_.init;
   if (!isUsableElseSaysWhy()) return code(ManagementError::topologyUnusable);
@@ -97,18 +97,18 @@ int32_t Host::openChannel(const void* signature, uint64_t reserved, vmk_MgmtUser
   return code(ManagementError::none);
 }
 
-int32_t Host::closeChannel(vmk_MgmtUserHandle* handle) {
+int32_t HostModel::closeChannel(vmk_MgmtUserHandle* handle) {
   const std::lock_guard lock(mutex_);
   ++counts_.destroy;
   return code(channels_.erase(handle) != 0 ? ManagementError::none : ManagementError::badHandle);
 }
 
-bool Host::isOpen(vmk_MgmtUserHandle* handle) const {
+bool HostModel::isOpen(vmk_MgmtUserHandle* handle) const {
   const std::lock_guard lock(mutex_);
   return channels_.contains(handle);
 }
 
-int32_t Host::queryInstances(wire::InstanceList& list, uint32_t& status) {
+int32_t HostModel::queryInstances(wire::InstanceList& list, uint32_t& status) {
   std::unique_lock lock(mutex_);
   ++counts_.query;
   if (!isUsableElseSaysWhy()) return code(ManagementError::topologyUnusable);
@@ -125,7 +125,7 @@ int32_t Host::queryInstances(wire::InstanceList& list, uint32_t& status) {
   return code(ManagementError::none);
 }
 
-int32_t Host::passthru(uint32_t instance, wire::PassthruRecord& record, uint32_t& status) {
+int32_t HostModel::passthru(uint32_t instance, wire::PassthruRecord& record, uint32_t& status) {
   std::unique_lock lock(mutex_);
   ++counts_.passthru;
   SentCommand sent;
@@ -139,8 +139,8 @@ int32_t Host::passthru(uint32_t instance, wire::PassthruRecord& record, uint32_t
   return result;
 }
 
-int32_t Host::carryOutRecord(std::unique_lock<std::mutex>& lock, uint32_t instance, wire::PassthruRecord& record,
-                             uint32_t& status, Bytes& dataToController) {
+int32_t HostModel::carryOutRecord(std::unique_lock<std::mutex>& lock, uint32_t instance, wire::PassthruRecord& record,
+                                  uint32_t& status, Bytes& dataToController) {
   if (!isUsableElseSaysWhy()) return code(ManagementError::topologyUnusable);
   if (instance >= instanceCount()) return code(ManagementError::instance);
   DecodedCommand command;

@@ -3,12 +3,12 @@
 #include <new>
 
 #include "simulator/exported.h"
-#include "simulator/host.h"
+#include "simulator/host_model.h"
 #include "simulator/interface_checks.h"
 
 namespace {
 
-using simulator::Host;
+using simulator::HostModel;
 using simulator::ManagementError;
 
 int32_t code(ManagementError error) {
@@ -33,7 +33,7 @@ struct Parameters {
 int32_t invoke(vmk_MgmtUserHandle* handle, uint64_t reserved, uint64_t callbackId, uint32_t count,
                const Parameters& parameters) {
   if (reserved != 0) return code(ManagementError::reservedNotZero);
-  if (!Host::instance().isOpen(handle)) return code(ManagementError::badHandle);
+  if (!HostModel::instance().isOpen(handle)) return code(ManagementError::badHandle);
   const simulator::wire::CallbackEntry* callback = simulator::findCallback(callbackId);
   if (callback == nullptr) return code(ManagementError::unknownCallback);
   if (count != callback->parameterCount) return code(ManagementError::parameterCount);
@@ -42,12 +42,12 @@ int32_t invoke(vmk_MgmtUserHandle* handle, uint64_t reserved, uint64_t callbackI
 
   switch (callbackId) {
     case simulator::kQueryInstances:
-      return Host::instance().queryInstances(*static_cast<simulator::wire::InstanceList*>(parameters.at[0]),
-                                             *static_cast<uint32_t*>(parameters.at[1]));
+      return HostModel::instance().queryInstances(*static_cast<simulator::wire::InstanceList*>(parameters.at[0]),
+                                                  *static_cast<uint32_t*>(parameters.at[1]));
     case simulator::kPassthru:
-      return Host::instance().passthru(*static_cast<uint32_t*>(parameters.at[0]),
-                                       *static_cast<simulator::wire::PassthruRecord*>(parameters.at[1]),
-                                       *static_cast<uint32_t*>(parameters.at[2]));
+      return HostModel::instance().passthru(*static_cast<uint32_t*>(parameters.at[0]),
+                                            *static_cast<simulator::wire::PassthruRecord*>(parameters.at[1]),
+                                            *static_cast<uint32_t*>(parameters.at[2]));
     default:
       return code(ManagementError::callbackUnavailable);
   }
@@ -58,11 +58,11 @@ int32_t invoke(vmk_MgmtUserHandle* handle, uint64_t reserved, uint64_t callbackI
 extern "C" {
 
 DMU_EXPORTED uint32_t vmk_MgmtUserInit(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** handle) {
-  return static_cast<uint32_t>(guarded([&] { return Host::instance().openChannel(signature, reserved, handle); }));
+  return static_cast<uint32_t>(guarded([&] { return HostModel::instance().openChannel(signature, reserved, handle); }));
 }
 
 DMU_EXPORTED int32_t vmk_MgmtUserDestroy(vmk_MgmtUserHandle* handle) {
-  return guarded([&] { return Host::instance().closeChannel(handle); });
+  return guarded([&] { return HostModel::instance().closeChannel(handle); });
 }
 
 DMU_EXPORTED int32_t vmk_MgmtUserCallbackInvokeInt(vmk_MgmtUserHandle* handle, uint64_t reserved, uint64_t callbackId,

@@ -33,10 +33,9 @@ bool canBeTried(const Subject& subject) {
 bool CommandCounter::holdsBack(const InterceptedCommand& command) {
   const std::lock_guard lock(mutex_);
   if (begun_++ == 0) firstCaller_ = std::this_thread::get_id();
-  const bool isWrite = command.record.typeAttributeDirection == simulator::wire::kWriteDirection;
-  if (isWrite) ++writes_;
+  if (command.writes()) ++writes_;
   mostAtOnce_ = std::max(mostAtOnce_, ++onTheirWay_);
-  return isWrite && holdsBackWrites_;
+  return command.writes() && holdsBackWrites_;
 }
 
 void CommandCounter::passed(InterceptedCommand /*command*/) {
@@ -72,7 +71,7 @@ Handle::~Handle() {
 }
 
 Trial::Trial(const Setup& setup) : setup_(setup), commands_(setup.readOnly) {
-  watchCommands(&commands_);
+  commands_.stepInFront();
   if (!isSimulated()) return;
   topology_ = simulatedHost().topology();
   topology_.faults.clear();

@@ -9,7 +9,7 @@
 
 #include "host/check/rule.h"
 #include "host/disks/host_disk.h"
-#include "host/interception/interception.h"
+#include "host/interception/command_watcher.h"
 #include "host/loading/loaded_plugin.h"
 
 namespace host::check {
@@ -39,15 +39,15 @@ class CommandCounter final : public CommandWatcher {
  public:
   explicit CommandCounter(bool holdsBackWrites) : holdsBackWrites_(holdsBackWrites) {}
 
-  [[nodiscard]] bool holdsBack(const InterceptedCommand& command) override;
-  void passed(InterceptedCommand command) override;
-
   [[nodiscard]] uint32_t begun() const;
   [[nodiscard]] uint32_t writes() const;      ///< that send data to the controller, held back or not
   [[nodiscard]] uint32_t mostAtOnce() const;  ///< on their way at the same time
   [[nodiscard]] bool firstIsBack() const;     ///< the very first command has returned
 
  private:
+  [[nodiscard]] bool holdsBack(const InterceptedCommand& command) override;
+  void passed(InterceptedCommand command) override;
+
   const bool holdsBackWrites_;
   mutable std::mutex mutex_;
   uint32_t begun_ = 0;

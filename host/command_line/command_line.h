@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "host/command.h"
-#include "host/report.h"
+#include "host/exit_status.h"
 #include "host/session.h"
 
 namespace host {

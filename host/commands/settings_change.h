@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "host/interception/interception.h"
+#include "host/interception/command_watcher.h"
 #include "host/output/json.h"
 
 namespace host {

@@ -80,14 +80,6 @@ std::string resultText(const InterceptedCommand& command) {
   return "ok";
 }
 
-CommandLog::CommandLog(Show show) : show_(show) {
-  watchCommands(this);
-}
-
-CommandLog::~CommandLog() {
-  watchCommands(nullptr);
-}
-
 std::span<const InterceptedCommand> CommandLog::since(size_t place) const {
   return std::span(commands_).subspan(place);
 }
@@ -100,7 +92,7 @@ void CommandLog::addTo(Json& document) const {
 }
 
 bool CommandLog::holdsBack(const InterceptedCommand& command) {
-  return holdsBackWrites_ && command.record.typeAttributeDirection == simulator::wire::kWriteDirection;
+  return holdsBackWrites_ && command.writes();
 }
 
 void CommandLog::passed(InterceptedCommand command) {

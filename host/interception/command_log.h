@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/interception/interception.h"
+#include "host/interception/command_watcher.h"
 #include "host/output/json.h"
 
 namespace host {
@@ -16,11 +16,7 @@ class CommandLog final : public CommandWatcher {
   /// Which commands are shown, and where.
   enum class Show { nothing, onStandardOutput, inDocument };
 
-  /// Watches the process's commands as long as it lives; there is one at a time.
-  explicit CommandLog(Show show);
-  ~CommandLog() override;
-  CommandLog(const CommandLog&) = delete;
-  CommandLog& operator=(const CommandLog&) = delete;
+  explicit CommandLog(Show show) : show_(show) {}
 
   /// From now on commands that send data to the controller are not sent.
   void holdBackWrites() { holdsBackWrites_ = true; }
@@ -37,10 +33,10 @@ class CommandLog final : public CommandWatcher {
   /// Key "commands": an array, or null when the document does not show them.
   void addTo(Json& document) const;
 
+ private:
   [[nodiscard]] bool holdsBack(const InterceptedCommand& command) override;
   void passed(InterceptedCommand command) override;
 
- private:
   const Show show_;
   bool holdsBackWrites_ = false;
   std::vector<InterceptedCommand> commands_;

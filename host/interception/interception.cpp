@@ -3,7 +3,6 @@
 
 #include <atomic>
 #include <cstdarg>
-#include <cstring>
 #include <fcntl.h>
 #include <map>
 #include <mutex>
@@ -15,43 +14,11 @@
 namespace host {
 namespace {
 
-CommandWatcher* theWatcher = nullptr;
 std::atomic<HostCalls*> theCalls = nullptr;
 
 HostCalls& calls() {
   HostCalls* answering = theCalls;
   return answering != nullptr ? *answering : nextCalls();
-}
-
-void copyData(InterceptedCommand& command) {
-  const auto* data = reinterpret_cast<const uint8_t*>(static_cast<uintptr_t>(command.record.buffer));
-  const bool isBmic = command.command && !command.command->layout->isReport();
-  if (isBmic && data != nullptr) command.data.assign(data, data + command.command->length);
-}
-
-/// Passes a pass-through command on, unless the watcher holds it back, and tells the watcher.
-int32_t passThrough(const CallbackCall& call) {
-  InterceptedCommand command;
-  std::memcpy(&command.instance, call.parameters[0], sizeof(command.instance));
-  std::memcpy(&command.record, call.parameters[1], sizeof(command.record));
-  command.command = simulator::decodeCommand(command.record);
-  const bool isWrite = command.command && command.command->layout->toController;
-  if (isWrite) copyData(command);
-
-  const auto start = std::chrono::steady_clock::now();
-  command.wasHeldBack = theWatcher->holdsBack(command);
-  if (command.wasHeldBack) {
-    std::memset(call.parameters[2], 0, sizeof(command.driverStatus));
-  } else {
-    command.result = calls().invoke(call);
-  }
-  command.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
-  if (command.result == 0) std::memcpy(&command.driverStatus, call.parameters[2], sizeof(command.driverStatus));
-
-  const int32_t result = command.result;
-  if (!isWrite && command.succeeded()) copyData(command);
-  theWatcher->passed(std::move(command));
-  return result;
 }
 
 /// The disk nodes that are open, by descriptor. Its lock is never held while anything else is called: close and ioctl
@@ -100,12 +67,10 @@ int openAny(const char* function, Open next, const char* path, int flags, mode_t
 
 }  // namespace
 
-void watchCommands(CommandWatcher* watcher) {
-  theWatcher = watcher;
-}
-
-void takeCallsFrom(HostCalls* calls) {
-  theCalls = calls;
+HostCalls& takeCallsFrom(HostCalls& answering) {
+  HostCalls& before = calls();
+  theCalls = &answering;
+  return before;
 }
 
 }  // namespace host
@@ -132,8 +97,6 @@ DMU_INTERCEPTED int32_t vmk_MgmtUserCallbackInvokeInt(vmk_MgmtUserHandle* handle
     call.parameters[index] = va_arg(arguments, void*);
   }
   va_end(arguments);
-  const bool isCommand = callbackId == host::kPassthruCallback && numParms == host::kPassthruParameters;
-  if (isCommand && host::theWatcher != nullptr) return host::passThrough(call);
   return host::calls().invoke(call);
 }
 

@@ -76,11 +76,11 @@ Json errorAnswer(bool failed, int error) {
 }  // namespace
 
 Recorder::Recorder(const std::string& file, const std::vector<RunFile>& others) : file_(file, others) {
-  takeCallsFrom(this);
+  takeCallsFrom(*this);
 }
 
 Recorder::~Recorder() {
-  takeCallsFrom(nullptr);
+  takeCallsFrom(nextCalls());
 }
 
 void Recorder::disks(const std::vector<HostDisk>& disks) {
@@ -90,7 +90,7 @@ void Recorder::disks(const std::vector<HostDisk>& disks) {
 }
 
 std::optional<std::string> Recorder::finish() {
-  takeCallsFrom(nullptr);
+  takeCallsFrom(nextCalls());
   return file_.finish();
 }
 

@@ -72,11 +72,11 @@ int resultOf(const Json* answer) {
 }  // namespace
 
 Replay::Replay(const std::string& file) : recording_(Recording::read(file)) {
-  takeCallsFrom(this);
+  takeCallsFrom(*this);
 }
 
 Replay::~Replay() {
-  takeCallsFrom(nullptr);
+  takeCallsFrom(nextCalls());
 }
 
 const Json* Replay::answerTo(const Request& request) {

@@ -21,10 +21,10 @@
 
 namespace simulator {
 
-class Host final : public SimulatedHost {
+class HostModel final : public SimulatedHost {
  public:
   /// The process's host; it lives until the process has ended.
-  static Host& instance();
+  static HostModel& instance();
 
   // Management calls (driver.cpp). Results are ManagementErrors, or the code of a fault rule.
   [[nodiscard]] int32_t openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** handle);
@@ -38,7 +38,7 @@ class Host final : public SimulatedHost {
   [[nodiscard]] int nodeRequest(std::string_view name, unsigned long request, void* argument);
   void closeNode();
 
-  // SimulatedHost (host.cpp).
+  // SimulatedHost (host_model.cpp).
   std::optional<std::string> loadFile(const std::string& file) override;
   std::optional<std::string> loadText(const std::string& json, const std::string& name) override;
   void load(const Topology& topology) override;
@@ -67,8 +67,8 @@ class Host final : public SimulatedHost {
   };
 
   /// Begins with the topology of DMU_TOPOLOGY, or else the built-in one.
-  Host();
-  ~Host() = default;
+  HostModel();
+  ~HostModel() = default;
 
   // All of these need the lock.
   void replaceModel(const Topology& topology);
@@ -78,7 +78,7 @@ class Host final : public SimulatedHost {
   [[nodiscard]] std::optional<Node> findNode(std::string_view name) const;
   [[nodiscard]] CommandResult carryOutAndKeep(uint32_t instance, const DecodedCommand& command, BytesView data);
 
-  // The state file (host_state.cpp). What they return is wrong with it.
+  // The state file (host_model_state.cpp). What they return is wrong with it.
   [[nodiscard]] std::optional<std::string> readState();
   [[nodiscard]] std::optional<std::string> beginChanges();
 

@@ -1,5 +1,5 @@
 // The simulated host's public interface: loading a model, what it holds now, its faults, records and counters.
-#include "simulator/host.h"
+#include "simulator/host_model.h"
 
 #include <chrono>
 #include <cstdlib>
@@ -69,12 +69,12 @@ HostDisk driveDisk(const Drive& drive) {
 
 }  // namespace
 
-Host& Host::instance() {
-  static Host& host = *new Host;
+HostModel& HostModel::instance() {
+  static HostModel& host = *new HostModel;
   return host;
 }
 
-Host::Host() {
+HostModel::HostModel() {
   Topology topology;
   std::optional<std::string> mistake;
   if (const char* file = topologyOfEnvironment()) {
@@ -90,7 +90,7 @@ Host::Host() {
   unusable_ = mistake.value_or("");
 }
 
-void Host::replaceModel(const Topology& topology) {
+void HostModel::replaceModel(const Topology& topology) {
   unusable_.clear();
   unusableSaid_ = false;
   stateFile_.clear();
@@ -103,40 +103,40 @@ void Host::replaceModel(const Topology& topology) {
   for (const FaultRule& rule : topology.faults) addRule(rule);
 }
 
-std::optional<std::string> Host::loadFile(const std::string& file) {
+std::optional<std::string> HostModel::loadFile(const std::string& file) {
   Topology topology;
   auto mistake = parseFile(file, topology);
   if (!mistake) load(topology);
   return mistake;
 }
 
-std::optional<std::string> Host::loadText(const std::string& json, const std::string& name) {
+std::optional<std::string> HostModel::loadText(const std::string& json, const std::string& name) {
   Topology topology;
   auto mistake = parse(json, name, topology);
   if (!mistake) load(topology);
   return mistake;
 }
 
-void Host::load(const Topology& topology) {
+void HostModel::load(const Topology& topology) {
   const std::lock_guard lock(mutex_);
   replaceModel(topology);
 }
 
-std::optional<std::string> Host::whyUnusable() const {
+std::optional<std::string> HostModel::whyUnusable() const {
   const std::lock_guard lock(mutex_);
   return unusable_.empty() ? std::nullopt : std::optional(unusable_);
 }
 
-Topology Host::topology() const {
+Topology HostModel::topology() const {
   const std::lock_guard lock(mutex_);
   return topology_;
 }
 
-std::string Host::builtInTopology() const {
+std::string HostModel::builtInTopology() const {
   return kBuiltInTopology;
 }
 
-std::vector<HostDisk> Host::disks() const {
+std::vector<HostDisk> HostModel::disks() const {
   const std::lock_guard lock(mutex_);
   isUsableElseSaysWhy();
   std::vector<HostDisk> disks;
@@ -157,7 +157,7 @@ std::vector<HostDisk> Host::disks() const {
   return disks;
 }
 
-std::vector<ControllerState> Host::state() const {
+std::vector<ControllerState> HostModel::state() const {
   const std::lock_guard lock(mutex_);
   isUsableElseSaysWhy();
   std::vector<ControllerState> states;
@@ -179,23 +179,23 @@ std::vector<ControllerState> Host::state() const {
   return states;
 }
 
-void Host::addRule(const FaultRule& rule) {
+void HostModel::addRule(const FaultRule& rule) {
   faults_.add(rule);
   if (rule.call == "load") ModuleLoader::instance().addRule(rule);
 }
 
-void Host::addFault(const FaultRule& rule) {
+void HostModel::addFault(const FaultRule& rule) {
   const std::lock_guard lock(mutex_);
   addRule(rule);
 }
 
-void Host::clearFaults() {
+void HostModel::clearFaults() {
   const std::lock_guard lock(mutex_);
   faults_.clear();
   ModuleLoader::instance().clearRules();
 }
 
-std::vector<FaultReport> Host::faults() const {
+std::vector<FaultReport> HostModel::faults() const {
   const std::lock_guard lock(mutex_);
   std::vector<FaultReport> reports = faults_.report();
   uint32_t loadRule = 0;
@@ -204,17 +204,17 @@ std::vector<FaultReport> Host::faults() const {
   return reports;
 }
 
-void Host::recordCommands(bool on) {
+void HostModel::recordCommands(bool on) {
   const std::lock_guard lock(mutex_);
   recording_ = on;
 }
 
-std::vector<SentCommand> Host::takeCommands() {
+std::vector<SentCommand> HostModel::takeCommands() {
   const std::lock_guard lock(mutex_);
   return std::exchange(recorded_, {});
 }
 
-CallCounts Host::counts() const {
+CallCounts HostModel::counts() const {
   const std::lock_guard lock(mutex_);
   CallCounts counts = counts_;
   counts.load = ModuleLoader::instance().runs();
@@ -222,7 +222,7 @@ CallCounts Host::counts() const {
   return counts;
 }
 
-void Host::resetCounts() {
+void HostModel::resetCounts() {
   const std::lock_guard lock(mutex_);
   const uint32_t openNodes = counts_.openNodes;
   counts_ = {};
@@ -230,12 +230,12 @@ void Host::resetCounts() {
   ModuleLoader::instance().resetRuns();
 }
 
-void Host::setClock(std::function<uint64_t()> tenths) {
+void HostModel::setClock(std::function<uint64_t()> tenths) {
   const std::lock_guard lock(mutex_);
   clock_ = std::move(tenths);
 }
 
-uint64_t Host::now() const {
+uint64_t HostModel::now() const {
   using Tenths = std::chrono::duration<uint64_t, std::deci>;
   if (clock_) return clock_();
   return std::chrono::duration_cast<Tenths>(std::chrono::system_clock::now().time_since_epoch()).count();
@@ -246,12 +246,12 @@ namespace {
 /// A module loader command that is run before anything else was asked has to know of the topology in the environment.
 [[gnu::constructor]] void libraryLoaded() {
   ModuleLoader::instance();
-  if (topologyOfEnvironment() != nullptr) Host::instance();
+  if (topologyOfEnvironment() != nullptr) HostModel::instance();
 }
 
 }  // namespace
 }  // namespace simulator
 
 extern "C" DMU_EXPORTED simulator::SimulatedHost* dmuSimulatedHost() {
-  return &simulator::Host::instance();
+  return &simulator::HostModel::instance();
 }

@@ -1,5 +1,5 @@
 // The operation wrappers and the one function that they share.
-#include "plugin/operations.h"
+#include "plugin/checked_operations.h"
 
 #include <cstring>
 

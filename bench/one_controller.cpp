@@ -1,5 +1,5 @@
 // The host's calls.
-#include "bench/operations.h"
+#include "bench/one_controller.h"
 
 #include <cstdlib>
 #include <stdexcept>

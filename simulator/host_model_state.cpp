@@ -6,7 +6,7 @@
 
 #include "simulator/complaint.h"
 #include "simulator/files.h"
-#include "simulator/host.h"
+#include "simulator/host_model.h"
 #include "simulator/link_target.h"
 #include "simulator/state_file.h"
 
@@ -28,7 +28,7 @@ std::optional<std::string> whyUnwritable(const std::string& file) {
 
 }  // namespace
 
-std::optional<std::string> Host::useStateFile(const std::string& file, StateUse use) {
+std::optional<std::string> HostModel::useStateFile(const std::string& file, StateUse use) {
   const std::lock_guard lock(mutex_);
   stateLock_.release();
   stateFile_ = behindLinks(file);  // all who mean it take the same lock, and links stay
@@ -38,7 +38,7 @@ std::optional<std::string> Host::useStateFile(const std::string& file, StateUse 
   return mistake;
 }
 
-std::optional<std::string> Host::readState() {
+std::optional<std::string> HostModel::readState() {
   if (access(stateFile_.c_str(), F_OK) != 0 && errno == ENOENT) return std::nullopt;
   std::string mistake;
   const auto text = readFile(stateFile_, mistake);
@@ -46,7 +46,7 @@ std::optional<std::string> Host::readState() {
   return restoreState(*text, stateFile_, controllers_);
 }
 
-std::optional<std::string> Host::beginChanges() {
+std::optional<std::string> HostModel::beginChanges() {
   if (auto reason = whyUnwritable(stateFile_)) return reason;
   if (!stateLock_.take(stateFile_)) {
     return unwritable(stateFile_, StateLock::fileOf(stateFile_) + ": " + std::strerror(errno));
@@ -58,7 +58,7 @@ std::optional<std::string> Host::beginChanges() {
   return mistake;
 }
 
-CommandResult Host::carryOutAndKeep(uint32_t instance, const DecodedCommand& command, BytesView data) {
+CommandResult HostModel::carryOutAndKeep(uint32_t instance, const DecodedCommand& command, BytesView data) {
   if (stateFile_.empty() || !command.layout->toController) {
     return carryOut(controllers_[instance], command, data, now());
   }
