@@ -1,4 +1,5 @@
-// What the program tells its caller when it ends. Report decides it for a run: whatever failed or was refused makes it 1.
+// What the program tells its caller when it ends. Report decides it for a run: whatever failed or was refused makes
+// it 1.
 #pragma once
 
 namespace host {
