@@ -5,10 +5,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
-#include <dmu/plugin.h>
+#include "host/check/subject.h"
+#include "host/disks/plugin_calls.h"
 
 namespace host::check {
 
@@ -19,15 +21,16 @@ inline constexpr const char* kErrorBefore = "text from before";
 inline constexpr int32_t kCount = 256;
 inline constexpr uint16_t kSeconds = 60;
 
-/// An operation's result and what became of the error text.
-struct Answer {
-  int32_t result = 0;
-  std::string error = kErrorBefore;
+/// A call of an operation, and what the plugin did to what it was given.
+struct Call : CallResult {
+  Call() : CallResult{0, kErrorBefore} {}
+
+  bool wrote = false;  ///< to the host's record or array
 };
 
 /// Operation 0 into a record full of marks.
-struct InformationCall : Answer {
-  InformationCall(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle);
+struct InformationCall : Call {
+  explicit InformationCall(const DeviceHandle& handle);
 
   [[nodiscard]] const DmuDeviceInfo& information() const { return record_.information; }
 
@@ -43,56 +46,62 @@ struct InformationCall : Answer {
   Record record_{};
 };
 
-/// How many records or slots a list has, whatever the plugin is told.
-inline constexpr size_t kListRoom = 4096;
+/// Operation 0 where it must succeed; else it fails the rule.
+/// @param when  for the failure's text: " after ..."
+InformationCall informationOf(const OpenSubject& subject, const std::string& when = "");
 
-/// Operation 4.
-struct TemperatureCall : Answer {
-  TemperatureCall(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, int32_t count);
+/// Operation 1. @param step  what is said when the plugin does not return
+Call callLocator(const DeviceHandle& handle, uint32_t state, uint16_t seconds, const std::string& step);
 
-  /// The records up to the last one that was written.
-  [[nodiscard]] std::vector<DriveTemperature> written() const;
+/// Operations 2 and 3. @param step  what is said when the plugin does not return
+Call callCache(const DeviceHandle& handle, bool on, const std::string& step);
 
- private:
-  std::vector<DriveTemperature> records_;
+/// Operation 4, into more records than the plugin is told.
+struct TemperatureCall : Call {
+  static constexpr const char* kOperation = "temperature";
+
+  TemperatureCall(const DeviceHandle& handle, int32_t count);
+
+  /// "CURRENT/MAXIMUM" of each record that was written.
+  [[nodiscard]] std::vector<std::string> texts() const;
+
+  std::vector<DriveTemperature> written;  ///< the records up to the last one that was written
 };
 
-/// Operation 5. Releases what the plugin put into the slots.
-struct LocationCall : Answer {
-  LocationCall(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, int32_t count);
+/// Operation 5, into more slots than the plugin is told. Releases what the plugin put there.
+struct LocationCall : Call {
+  static constexpr const char* kOperation = "location";
+
+  LocationCall(const DeviceHandle& handle, int32_t count);
   ~LocationCall();
   LocationCall(const LocationCall&) = delete;
   LocationCall& operator=(const LocationCall&) = delete;
 
-  /// The slots up to the last one that was written.
-  [[nodiscard]] std::vector<char*> written() const;
-
-  /// Their texts; fails the rule for a null slot and for a text that does not end inside its 50 bytes.
+  /// The texts of the slots; fails the rule for a null slot and for a text that does not end inside its 50 bytes.
   [[nodiscard]] std::vector<std::string> texts() const;
 
- private:
-  std::vector<char*> slots_;
+  std::vector<char*> written;  ///< the slots up to the last one that was written
 };
 
 /// Any of the operations, for rules that hold for all of them.
 struct Operation {
   const char* name;
   bool switches;
-  /// Calls it with good arguments; `wrote` tells whether it wrote to the host's record or array.
-  Answer (*call)(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle, bool& wrote);
+  Call (*call)(const DeviceHandle& handle);  ///< with good arguments
+
+  /// A call in words: "device information of DEVICE".
+  [[nodiscard]] std::string of(const std::string& device) const { return std::string(name) + " of " + device; }
 };
 
 /// The operations in the descriptor's order.
 [[nodiscard]] const std::array<Operation, 6>& allOperations();
 
-/// Those that a rule may call: without the switching ones unless it may switch.
-[[nodiscard]] std::vector<Operation> operations(bool maySwitch);
+/// Those that only ask.
+[[nodiscard]] std::vector<Operation> readingOperations();
 
-/// "device information of DEVICE".
-[[nodiscard]] std::string words(const Operation& operation, const std::string& device);
-
-/// Fails the rule unless the operation failed with exactly this text and wrote nothing.
-void expectRefusal(const Operation& operation, const DmuPluginDescriptor& plugin, CtrlDevInfo* handle,
-                   const std::string& device, const std::string& text);
+/// Fails the rule unless each operation fails with exactly this text and writes nothing.
+/// @param device  what the handle stands for, in words
+void expectRefusals(std::span<const Operation> operations, const DeviceHandle& handle, const std::string& device,
+                    const std::string& text);
 
 }  // namespace host::check

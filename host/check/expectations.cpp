@@ -1,4 +1,4 @@
-// Answers computed from the topology and the state of the simulated hardware.
+// Answers computed from the topology, and the state of the simulated hardware in words.
 #include "host/check/expectations.h"
 
 #include <algorithm>
@@ -12,6 +12,14 @@ constexpr size_t kPortCharacters = 8;
 
 uint32_t indexOf(const simulator::Drive& drive) {
   return (drive.bus - 1u) * 256 + drive.target;
+}
+
+std::string driveName(const std::string& hba, uint32_t index) {
+  return hba + " drive " + std::to_string(index);
+}
+
+std::string driveCacheName(const std::string& hba) {
+  return hba + "'s drives";
 }
 
 std::string locationOf(const simulator::Drive& drive) {
@@ -29,6 +37,12 @@ std::vector<simulator::Drive> modelDrives(const Subject& subject) {
     if (std::find(members.begin(), members.end(), indexOf(drive)) != members.end()) drives.push_back(drive);
   }
   return drives;
+}
+
+void expectNames(const std::string& what, std::vector<std::string> expected, std::vector<std::string> seen) {
+  std::sort(expected.begin(), expected.end());
+  std::sort(seen.begin(), seen.end());
+  expectList(what, expected, seen);
 }
 
 }  // namespace
@@ -58,57 +72,62 @@ std::vector<std::string> expectedLocations(const Subject& subject) {
   return texts;
 }
 
-std::vector<DriveTemperature> expectedTemperatures(const Subject& subject) {
-  std::map<std::string, DriveTemperature> byLocation;
+std::vector<std::string> expectedTemperatures(const Subject& subject) {
+  std::map<std::string, std::string> byLocation;
   for (const simulator::Drive& drive : modelDrives(subject)) {
-    byLocation[locationOf(drive)] = {drive.currentTemperature, drive.maximumTemperature};
+    byLocation[locationOf(drive)] =
+        std::to_string(drive.currentTemperature) + "/" + std::to_string(drive.maximumTemperature);
   }
-  std::vector<DriveTemperature> records;
-  for (const auto& [location, record] : byLocation) records.push_back(record);
-  return records;
+  std::vector<std::string> texts;
+  for (const auto& [location, text] : byLocation) texts.push_back(text);
+  return texts;
 }
 
-std::vector<uint32_t> drivesOf(const Subject& subject) {
-  return subject.kind == Kind::disk ? std::vector{indexOf(*subject.drive)} : subject.volume->members;
-}
-
-std::vector<std::string> blinking(const simulator::SimulatedHost& host) {
+std::vector<std::string> drivesOf(const Subject& subject) {
+  if (subject.kind == Kind::disk) return {driveName(subject.disk.hba, indexOf(*subject.drive))};
   std::vector<std::string> names;
+  for (const uint32_t member : subject.volume->members) names.push_back(driveName(subject.disk.hba, member));
+  return names;
+}
+
+uint32_t tenthsLeft(const simulator::SimulatedHost& host, const std::string& drive) {
   for (const simulator::ControllerState& controller : host.state()) {
-    for (const simulator::DriveState& drive : controller.drives) {
-      if (drive.blinking) names.push_back(driveName(controller.hba, indexOf(drive.drive)));
+    for (const simulator::DriveState& state : controller.drives) {
+      if (driveName(controller.hba, indexOf(state.drive)) == drive) return state.blinkTenthsLeft;
     }
   }
-  return names;
+  return 0;
+}
+
+std::string cacheOf(const Subject& subject) {
+  return subject.kind == Kind::disk ? driveCacheName(subject.disk.hba) : subject.disk.device;
 }
 
 std::vector<std::string> cachesOn(const simulator::SimulatedHost& host) {
   std::vector<std::string> names;
   for (const simulator::ControllerState& controller : host.state()) {
-    if (controller.driveCacheOn) names.push_back(controllerCacheName(controller.hba));
+    if (controller.driveCacheOn) names.push_back(driveCacheName(controller.hba));
     for (const simulator::VolumeState& volume : controller.volumes) {
-      if (volume.volume.cacheOn) names.push_back(volumeCacheName(volume.volume));
+      if (volume.volume.cacheOn) names.push_back(volume.volume.device);
     }
   }
   return names;
 }
 
-std::string driveName(const std::string& hba, uint32_t index) {
-  return hba + " drive " + std::to_string(index);
+void expectBlinking(const std::string& what, const std::vector<std::string>& drives,
+                    const simulator::SimulatedHost& host) {
+  std::vector<std::string> blinking;
+  for (const simulator::ControllerState& controller : host.state()) {
+    for (const simulator::DriveState& drive : controller.drives) {
+      if (drive.blinking) blinking.push_back(driveName(controller.hba, indexOf(drive.drive)));
+    }
+  }
+  expectNames(what + ": drives that blink", drives, blinking);
 }
 
-std::string controllerCacheName(const std::string& hba) {
-  return hba + "'s drives";
-}
-
-std::string volumeCacheName(const simulator::Volume& volume) {
-  return volume.device;
-}
-
-void expectNames(const std::string& what, std::vector<std::string> expected, std::vector<std::string> seen) {
-  std::sort(expected.begin(), expected.end());
-  std::sort(seen.begin(), seen.end());
-  expectList(what, expected, seen);
+void expectCachesOn(const std::string& what, const std::vector<std::string>& caches,
+                    const simulator::SimulatedHost& host) {
+  expectNames(what + ": caches that are on", caches, cachesOn(host));
 }
 
 }  // namespace host::check

@@ -1,7 +1,6 @@
 // Operation 0: what a device is.
 #include <algorithm>
 
-#include "host/check/calls.h"
 #include "host/check/expectations.h"
 
 namespace host::check {
@@ -9,10 +8,6 @@ namespace {
 
 constexpr uint32_t kRaidLevels[] = {kDmuRaid0, kDmuRaid1,  kDmuRaid4,           kDmuRaid5,
                                     kDmuRaid6, kDmuRaid10, kDmuRaidLevelUnknown};
-
-void expectNumber(const std::string& what, uint32_t expected, uint32_t seen) {
-  expect(expected == seen, what + ": expected " + std::to_string(expected) + ", got " + std::to_string(seen));
-}
 
 /// Only the fields may be written; of a disk only the type.
 void expectPaddingUntouched(const std::string& what, const InformationCall& call) {
@@ -32,8 +27,7 @@ std::vector<HostDisk> disksToAnswerFor(Trial& trial) {
 
 void answers(Trial& trial) {
   for (const HostDisk& disk : disksToAnswerFor(trial)) {
-    const Handle handle = trial.open(disk);
-    const InformationCall call(trial.plugin(), handle.get());
+    const InformationCall call(trial.open(disk));
     const std::string what = "device information of " + disk.device;
     expectResult(what, 0, call.result);
     const uint32_t type = call.information().deviceType;
@@ -47,16 +41,32 @@ void answers(Trial& trial) {
   }
 }
 
+void expectVolume(const OpenSubject& subject, uint32_t members, uint32_t raidLevel) {
+  const std::string what = subject.of("device information");
+  const InformationCall call = informationOf(subject);
+  expectNumber(what + ": device type", kDmuLogicalVolume, call.information().deviceType);
+  expectNumber(what + ": member drives", members, call.information().physicalDisks);
+  expectNumber(what + ": RAID level", raidLevel, call.information().raidLevel);
+}
+
 void describesVolumes(Trial& trial) {
-  for (const Subject& subject : trial.subjects(Kind::volume)) {
-    const Handle handle = trial.open(subject.disk);
-    const InformationCall call(trial.plugin(), handle.get());
-    const std::string what = "device information of " + subject.disk.device;
-    expectResult(what, 0, call.result);
-    expectNumber(what + ": device type", kDmuLogicalVolume, call.information().deviceType);
-    expectNumber(what + ": member drives", static_cast<uint32_t>(subject.volume->members.size()),
-                 call.information().physicalDisks);
-    expectNumber(what + ": RAID level", expectedRaidLevel(*subject.volume), call.information().raidLevel);
+  for (const OpenSubject& subject : trial.openEach(Kind::volume)) {
+    expectVolume(subject, static_cast<uint32_t>(subject.volume->members.size()), expectedRaidLevel(*subject.volume));
+  }
+}
+
+void describesExternalVolumes(Trial& trial) {
+  for (const OpenSubject& subject : trial.openEach(Kind::externalVolume)) {
+    expectVolume(subject, 1, kDmuRaidLevelUnknown);
+  }
+}
+
+void describesDisks(Trial& trial) {
+  for (const OpenSubject& subject : trial.openEach(Kind::disk)) {
+    const std::string what = subject.of("device information");
+    const InformationCall call = informationOf(subject);
+    expectNumber(what + ": device type", kDmuPhysicalDisk, call.information().deviceType);
+    expectPaddingUntouched(what, call);
   }
 }
 
@@ -86,8 +96,7 @@ void raidLevels(Trial& trial) {
   trial.simulatedHost().load(topology);
   const std::vector<HostDisk> disks = trial.simulatedHost().disks();
   for (size_t i = 0; i < disks.size(); ++i) {
-    const Handle handle = trial.open(disks[i]);
-    const InformationCall call(trial.plugin(), handle.get());
+    const InformationCall call(trial.open(disks[i]));
     expectResult("device information of a volume", 0, call.result);
     const uint32_t expected = expectedRaidLevel(controller.volumes[i]);
     const std::string drives = std::to_string(controller.volumes[i].members.size()) + " drives";
@@ -95,42 +104,17 @@ void raidLevels(Trial& trial) {
   }
 }
 
-void describesExternalVolumes(Trial& trial) {
-  for (const Subject& subject : trial.subjects(Kind::externalVolume)) {
-    const Handle handle = trial.open(subject.disk);
-    const InformationCall call(trial.plugin(), handle.get());
-    const std::string what = "device information of " + subject.disk.device;
-    expectResult(what, 0, call.result);
-    expectNumber(what + ": device type", kDmuLogicalVolume, call.information().deviceType);
-    expectNumber(what + ": member drives", 1, call.information().physicalDisks);
-    expectNumber(what + ": RAID level", kDmuRaidLevelUnknown, call.information().raidLevel);
-  }
-}
-
-void describesDisks(Trial& trial) {
-  for (const Subject& subject : trial.subjects(Kind::disk)) {
-    const Handle handle = trial.open(subject.disk);
-    const InformationCall call(trial.plugin(), handle.get());
-    const std::string what = "device information of " + subject.disk.device;
-    expectResult(what, 0, call.result);
-    expectNumber(what + ": device type", kDmuPhysicalDisk, call.information().deviceType);
-    expectPaddingUntouched(what, call);
-  }
-}
-
-constexpr Rule kInformationRules[] = {
-    {"info.answers", "every disk has a type and level, and nothing but the fields is written", Needs::anyHost, answers},
-    {"info.volume", "a volume has its members and RAID level", Needs::simulatedHost, describesVolumes},
-    {"info.raid-levels", "every RAID level has its code", Needs::simulatedHost, raidLevels},
-    {"info.external-volume", "an external volume has one member and an unknown level", Needs::simulatedHost,
-     describesExternalVolumes},
-    {"info.disk", "a physical disk has its type alone", Needs::simulatedHost, describesDisks},
-};
-
 }  // namespace
 
-std::span<const Rule> informationRules() {
-  return kInformationRules;
+std::vector<Rule> informationRules() {
+  return {
+      {"info.answers", "every disk has a type and level, and nothing but the fields is written", answers},
+      {"info.volume", "a volume has its members and RAID level", describesVolumes, Needs::simulatedHost},
+      {"info.raid-levels", "every RAID level has its code", raidLevels, Needs::simulatedHost},
+      {"info.external-volume", "an external volume has one member and an unknown level", describesExternalVolumes,
+       Needs::simulatedHost},
+      {"info.disk", "a physical disk has its type alone", describesDisks, Needs::simulatedHost},
+  };
 }
 
 }  // namespace host::check

@@ -6,9 +6,7 @@
 #include <functional>
 #include <thread>
 
-#include "host/check/calls.h"
 #include "host/check/expectations.h"
-#include "host/disks/open_record.h"
 
 namespace host::check {
 namespace {
@@ -25,20 +23,12 @@ constexpr std::chrono::seconds kMostWait{16};
 /// for: the process ends with the rule.
 class SlowOperation {
  public:
-  SlowOperation(Trial& trial, const HostDisk& disk, milliseconds time) : commands_(trial.commands()) {
-    const DmuPluginDescriptor& plugin = trial.plugin();
-    const DmuDeviceOpenInfo record = openRecordOf(disk);
-    CtrlDevInfo* handle = nullptr;
-    expectResult("open of " + disk.device, 0, plugin.openDeviceV2(&record, &handle));
+  SlowOperation(Trial& trial, const HostDisk& disk, milliseconds time) : trial_(trial) {
+    DeviceHandle handle = trial.open(disk);
     trial.addFault("any", simulator::FaultAction::delay, static_cast<uint32_t>(time.count()), 1);
-    thread_ = std::thread([&plugin, handle] {
-      DmuDeviceInfo information{};
-      std::string error;
-      plugin.getDeviceInfo(handle, &information, error);
-      plugin.closeDevice(handle);
-    });
+    thread_ = std::thread([handle = std::move(handle)] { static_cast<void>(deviceInformation(handle)); });
     const auto deadline = steady_clock::now() + kLong;
-    while (commands_.begun() == 0) {
+    while (trial_.commands().begun == 0) {
       expect(steady_clock::now() < deadline,
              "device information of " + disk.device + ": no command reached the driver");
       std::this_thread::sleep_for(milliseconds(1));
@@ -51,14 +41,20 @@ class SlowOperation {
   SlowOperation& operator=(const SlowOperation&) = delete;
 
   /// Its first command has not come back, so it holds the lock for sure.
-  [[nodiscard]] bool isUnderWay() const { return !commands_.firstIsBack(); }
+  [[nodiscard]] bool isUnderWay() const { return !trial_.commands().firstIsBack; }
 
   void join() { thread_.join(); }
 
  private:
-  const CommandCounter& commands_;
+  const Trial& trial_;
   std::thread thread_;
 };
+
+/// Runs a function in that many threads at the same time, with each thread's number, and waits for them.
+void inThreads(size_t count, const std::function<void(size_t)>& run) {
+  std::vector<std::jthread> threads;
+  for (size_t i = 0; i < count; ++i) threads.emplace_back(run, i);
+}
 
 /// Disks for the operation that holds the lock and for the others: on two controllers where there are two.
 std::pair<HostDisk, HostDisk> twoDisks(Trial& trial) {
@@ -68,25 +64,19 @@ std::pair<HostDisk, HostDisk> twoDisks(Trial& trial) {
 
 void serialises(Trial& trial) {
   const auto [first, second] = twoDisks(trial);
-  const Handle handle = trial.open(second);
+  const DeviceHandle handle = trial.open(second);
   SlowOperation slow(trial, first, milliseconds(500));
   std::array<std::atomic<bool>, 6> overtook{};
-  std::vector<std::thread> threads;
-  const std::vector<Operation> others = operations(trial.maySwitch());
-  for (size_t i = 0; i < others.size(); ++i) {
-    threads.emplace_back([&, i] {
-      bool wrote = false;
-      static_cast<void>(others[i].call(trial.plugin(), handle.get(), wrote));
-      overtook[i] = slow.isUnderWay();
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
+  const std::vector<Operation> others = trial.operations();
+  inThreads(others.size(), [&](size_t i) {
+    others[i].call(handle);
+    overtook[i] = slow.isUnderWay();
+  });
   slow.join();
   for (size_t i = 0; i < others.size(); ++i) {
-    expect(!overtook[i],
-           words(others[i], second.device) + ": expected it to wait for the operation under way, it did not");
+    expect(!overtook[i], others[i].of(second.device) + ": expected it to wait for the operation under way, it did not");
   }
-  const uint32_t atOnce = trial.commands().mostAtOnce();
+  const uint32_t atOnce = trial.commands().mostAtOnce;
   expect(atOnce == 1,
          "six operations at the same time: expected one command on its way at a time, got " + std::to_string(atOnce));
 }
@@ -94,26 +84,19 @@ void serialises(Trial& trial) {
 /// All operations wait at the same time.
 void timesOut(Trial& trial) {
   const auto [first, second] = twoDisks(trial);
-  const Handle handle = trial.open(second);
+  const DeviceHandle handle = trial.open(second);
   const SlowOperation slow(trial, first, kLong);
-  const std::vector<Operation> others = operations(trial.maySwitch());
-  std::vector<Answer> answers(others.size());
+  const std::vector<Operation> others = trial.operations();
+  std::vector<CallResult> answers(others.size());
   std::vector<milliseconds> waited(others.size());
-  std::vector<std::thread> threads;
+  inThreads(others.size(), [&](size_t i) {
+    const auto start = steady_clock::now();
+    answers[i] = others[i].call(handle);
+    waited[i] = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
+  });
   for (size_t i = 0; i < others.size(); ++i) {
-    threads.emplace_back([&, i] {
-      bool wrote = false;
-      const auto start = steady_clock::now();
-      answers[i] = others[i].call(trial.plugin(), handle.get(), wrote);
-      waited[i] = std::chrono::duration_cast<milliseconds>(steady_clock::now() - start);
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (size_t i = 0; i < others.size(); ++i) {
-    const std::string what = words(others[i], second.device) + " while another operation takes 20 seconds";
-    expectResult(what, -1, answers[i].result);
-    expectText(what + ": the error text", std::string("Mutex lock error: ") + std::strerror(ETIMEDOUT),
-               answers[i].error);
+    const std::string what = others[i].of(second.device) + " while another operation takes 20 seconds";
+    expectAnswer(what, {-1, std::string("Mutex lock error: ") + std::strerror(ETIMEDOUT)}, answers[i]);
     expect(
         waited[i] >= kLeastWait && waited[i] <= kMostWait,
         what + ": expected it to give up after 10 seconds, it did after " + std::to_string(waited[i].count()) + " ms");
@@ -130,8 +113,9 @@ void expectAtOnce(const std::string& what, const std::function<void()>& call) {
 void nullHandleDoesNotWait(Trial& trial) {
   const SlowOperation slow(trial, twoDisks(trial).first, kLong);
   for (const Operation& operation : allOperations()) {
-    expectAtOnce(words(operation, "a null handle"),
-                 [&] { expectRefusal(operation, trial.plugin(), nullptr, "a null handle", "Invalid handle!"); });
+    expectAtOnce(operation.of("a null handle"), [&] {
+      expectRefusals({&operation, 1}, {trial.plugin(), nullptr}, "a null handle", "Invalid handle!");
+    });
   }
 }
 
@@ -145,91 +129,77 @@ void openDoesNotWait(Trial& trial) {
 /// After each way to fail, the same thread asks again.
 void releasedAfterFailure(Trial& trial) {
   const DmuPluginDescriptor& plugin = trial.plugin();
-  const HostDisk good = trial.subjects().front().disk;
-  HostDisk unknownController = good;
-  unknownController.hba = "no-such-hba";
-  HostDisk unknownDevice = good;
-  unknownDevice.device = "no-such-node";
-  unknownDevice.channel = 4095;
-  const Handle handle = trial.open(good);
-  const Handle handles[] = {{plugin, nullptr}, trial.open(unknownController), trial.open(unknownDevice)};
+  const DeviceHandle good = trial.open(trial.subjects().front().disk);
   const auto expectFree = [&](const std::string& after) {
     std::string error;
     DmuDeviceInfo information{};
-    const int32_t result = plugin.getDeviceInfo(handle.get(), &information, error);
+    const int32_t result = plugin.getDeviceInfo(good.get(), &information, error);
     expect(result == 0, "device information after " + after + ": expected result 0, got " + std::to_string(result) +
                             ", \"" + error + '"');
   };
-  const char* const names[] = {"a null handle", "a controller that is not there", "a device that is not there"};
-  for (size_t i = 0; i < std::size(handles); ++i) {
-    for (const Operation& operation : operations(trial.maySwitch())) {
-      bool wrote = false;
-      static_cast<void>(operation.call(plugin, handles[i].get(), wrote));
-      expectFree(words(operation, names[i]));
+  const std::pair<const char*, DeviceHandle> bad[] = {
+      {"a null handle", DeviceHandle(plugin, nullptr)},
+      {"a controller that is not there", trial.open(trial.diskOfNoController())},
+      {"a device that is not there", trial.open(trial.diskOfNoDevice())}};
+  for (const auto& [name, handle] : bad) {
+    for (const Operation& operation : trial.operations()) {
+      operation.call(handle);
+      expectFree(operation.of(name));
     }
   }
   std::string error;
-  static_cast<void>(plugin.getDeviceInfo(handle.get(), nullptr, error));
-  static_cast<void>(plugin.getDeviceTemperature(handle.get(), nullptr, 0, error));
-  static_cast<void>(plugin.getDeviceLocation(handle.get(), nullptr, 0, error));
+  static_cast<void>(plugin.getDeviceInfo(good.get(), nullptr, error));
+  static_cast<void>(plugin.getDeviceTemperature(good.get(), nullptr, 0, error));
+  static_cast<void>(plugin.getDeviceLocation(good.get(), nullptr, 0, error));
   expectFree("operations with a null output");
 }
 
 /// What one thread of `threadsAtOnce` does: the whole life of handles, and nothing that another thread does shows.
-std::string callAll(Trial& trial, const std::vector<Subject>& subjects, const DmuPluginDescriptor* descriptor) {
+void openAskClose(Trial& trial, const std::vector<Subject>& subjects, const DmuPluginDescriptor* descriptor) {
   for (int round = 0; round < 10; ++round) {
     for (const Subject& subject : subjects) {
-      if (trial.library().entry()() != descriptor) return "DmuPluginInit returned another address";
-      const Handle handle = trial.open(subject.disk);
-      const InformationCall call(trial.plugin(), handle.get());
-      const uint32_t type = subject.kind == Kind::disk ? 2 : 1;
-      const bool isRight = call.result == 0 && call.information().deviceType == type;
-      if (!isRight) return "device information of " + subject.disk.device + " was wrong or failed";
-      const LocationCall location(trial.plugin(), handle.get(), 256);
-      if (subject.volume != nullptr || subject.drive != nullptr) {
-        if (location.texts() != expectedLocations(subject)) return "location of " + subject.disk.device + " was wrong";
-      }
+      expect(trial.library().entry()() == descriptor, "DmuPluginInit returned another address");
+      const DeviceHandle handle = trial.open(subject.disk);
+      const InformationCall call(handle);
+      const uint32_t type = subject.kind == Kind::disk ? kDmuPhysicalDisk : kDmuLogicalVolume;
+      expect(call.result == 0 && call.information().deviceType == type,
+             subject.of("device information") + " was wrong or failed");
+      const LocationCall location(handle, kCount);
+      if (subject.controller == nullptr) continue;
+      expect(location.texts() == expectedLocations(subject), subject.of("location") + " was wrong");
     }
   }
-  return "";
 }
 
 void threadsAtOnce(Trial& trial) {
   const std::vector<Subject> subjects = trial.subjects();
   const DmuPluginDescriptor* descriptor = &trial.plugin();
   std::array<std::string, 4> complaints;
-  std::vector<std::thread> threads;
-  for (std::string& complaint : complaints) {
-    threads.emplace_back([&] {
-      try {
-        complaint = callAll(trial, subjects, descriptor);
-      } catch (const Failure& failure) {
-        complaint = failure.text;
-      }
-    });
-  }
-  for (std::thread& thread : threads) thread.join();
-  for (const std::string& complaint : complaints)
+  inThreads(complaints.size(), [&](size_t i) {
+    try {
+      openAskClose(trial, subjects, descriptor);
+    } catch (const Failure& failure) {
+      complaints[i] = failure.text;
+    }
+  });
+  for (const std::string& complaint : complaints) {
     expect(complaint.empty(), "four threads at the same time: " + complaint);
+  }
 }
-
-constexpr Rule kLockRules[] = {
-    {"lock.serialises", "an operation waits until the one under way is done", Needs::simulatedHost, serialises},
-    {"lock.times-out", "it gives up after 10 seconds, with the lock's text", Needs::simulatedHost, timesOut, true},
-    {"lock.null-handle-does-not-wait", "a null handle is refused while another operation is under way",
-     Needs::simulatedHost, nullHandleDoesNotWait},
-    {"lock.open-does-not-wait", "DmuPluginInit, open and close run while an operation is under way",
-     Needs::simulatedHost, openDoesNotWait},
-    {"lock.released-after-failure", "an operation that fails leaves the lock free", Needs::anyHost,
-     releasedAfterFailure},
-    {"threads.at-once", "threads that open, ask and close at the same time get their own answers", Needs::anyHost,
-     threadsAtOnce},
-};
 
 }  // namespace
 
-std::span<const Rule> lockRules() {
-  return kLockRules;
+std::vector<Rule> lockRules() {
+  return {
+      {"lock.serialises", "an operation waits until the one under way is done", serialises, Needs::simulatedHost},
+      {"lock.times-out", "it gives up after 10 seconds, with the lock's text", timesOut, Needs::simulatedHost, true},
+      {"lock.null-handle-does-not-wait", "a null handle is refused while another operation is under way",
+       nullHandleDoesNotWait, Needs::simulatedHost},
+      {"lock.open-does-not-wait", "DmuPluginInit, open and close run while an operation is under way", openDoesNotWait,
+       Needs::simulatedHost},
+      {"lock.released-after-failure", "an operation that fails leaves the lock free", releasedAfterFailure},
+      {"threads.at-once", "threads that open, ask and close at the same time get their own answers", threadsAtOnce},
+  };
 }
 
 }  // namespace host::check

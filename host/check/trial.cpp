@@ -2,10 +2,8 @@
 #include "host/check/trial.h"
 
 #include <algorithm>
-#include <exception>
 #include <map>
 
-#include "host/check/calls.h"
 #include "host/disks/open_record.h"
 #include "host/loading/isolated_call.h"
 #include "host/refusal.h"
@@ -32,42 +30,25 @@ bool canBeTried(const Subject& subject) {
 
 bool CommandCounter::holdsBack(const InterceptedCommand& command) {
   const std::lock_guard lock(mutex_);
-  if (begun_++ == 0) firstCaller_ = std::this_thread::get_id();
-  if (command.writes()) ++writes_;
-  mostAtOnce_ = std::max(mostAtOnce_, ++onTheirWay_);
+  if (counts_.begun++ == 0) firstCaller_ = std::this_thread::get_id();
+  if (command.writes()) ++counts_.writes;
+  counts_.mostAtOnce = std::max(counts_.mostAtOnce, ++counts_.onTheirWay);
   return command.writes() && holdsBackWrites_;
 }
 
 void CommandCounter::passed(InterceptedCommand /*command*/) {
   const std::lock_guard lock(mutex_);
-  --onTheirWay_;
-  if (std::this_thread::get_id() == firstCaller_) firstIsBack_ = true;
+  --counts_.onTheirWay;
+  if (std::this_thread::get_id() == firstCaller_) counts_.firstIsBack = true;
 }
 
-uint32_t CommandCounter::begun() const {
+CommandCounts CommandCounter::counts() const {
   const std::lock_guard lock(mutex_);
-  return begun_;
+  return counts_;
 }
 
-uint32_t CommandCounter::writes() const {
-  const std::lock_guard lock(mutex_);
-  return writes_;
-}
-
-uint32_t CommandCounter::mostAtOnce() const {
-  const std::lock_guard lock(mutex_);
-  return mostAtOnce_;
-}
-
-bool CommandCounter::firstIsBack() const {
-  const std::lock_guard lock(mutex_);
-  return firstIsBack_;
-}
-
-Handle::~Handle() {
-  if (handle_ == nullptr) return;
-  if (std::uncaught_exceptions() == 0) noteStep("closing a handle");
-  plugin_.closeDevice(handle_);
+OpenSubject OpenedInTurn::Iterator::operator*() const {
+  return {*subject_, trial_.open(subject_->disk)};
 }
 
 Trial::Trial(const Setup& setup) : setup_(setup), commands_(setup.readOnly) {
@@ -130,13 +111,11 @@ std::optional<Subject> Trial::modelledSubject(const HostDisk& disk) const {
 }
 
 std::optional<Subject> Trial::askedSubject(const HostDisk& disk) {
-  const Handle handle = open(disk);
-  DmuDeviceInfo information{};
-  std::string error;
-  if (plugin().getDeviceInfo(handle.get(), &information, error) != 0) return std::nullopt;
+  const auto information = deviceInformation(open(disk)).value;
+  if (!information) return std::nullopt;
   Subject subject{disk, Kind::disk, nullptr, nullptr, nullptr};
-  if (information.deviceType == kDmuLogicalVolume) {
-    subject.kind = information.raidLevel == kDmuRaidLevelUnknown ? Kind::externalVolume : Kind::volume;
+  if (information->deviceType == kDmuLogicalVolume) {
+    subject.kind = information->raidLevel == kDmuRaidLevelUnknown ? Kind::externalVolume : Kind::volume;
   }
   return subject;
 }
@@ -169,6 +148,31 @@ std::vector<Subject> Trial::subjects(Kind kind) {
   return chosen;
 }
 
+std::vector<Subject> Trial::subjectsWithDrives() {
+  std::vector<Subject> chosen = subjects();
+  std::erase_if(chosen, [](const Subject& subject) { return subject.kind == Kind::externalVolume; });
+  if (chosen.empty()) throw Skipped{"the host has no disk with drives of its own"};
+  return chosen;
+}
+
+HostDisk Trial::diskOfNoController() {
+  HostDisk disk = subjects().front().disk;
+  disk.hba = "no-such-hba";
+  return disk;
+}
+
+HostDisk Trial::diskOfNoDevice() {
+  HostDisk disk = subjects().front().disk;
+  disk.device = "no-such-node";
+  disk.channel = disk.target = disk.lun = 4095;
+  return disk;
+}
+
+std::vector<Operation> Trial::operations() const {
+  if (!isSimulated() || setup_.readOnly) return readingOperations();
+  return {allOperations().begin(), allOperations().end()};
+}
+
 void Trial::scatterDrives() {
   constexpr uint8_t kBays[] = {10, 9, 2, 11, 1, 100, 12, 3};  // sorted by none of place, number and text
   for (simulator::Controller& controller : topology_.controllers) {
@@ -183,7 +187,7 @@ void Trial::scatterDrives() {
   simulatedHost().load(topology_);
 }
 
-Handle Trial::open(const HostDisk& disk) {
+DeviceHandle Trial::open(const HostDisk& disk) {
   noteStep("opening " + disk.device);
   const DmuDeviceOpenInfo record = openRecordOf(disk);
   CtrlDevInfo* handle = nullptr;

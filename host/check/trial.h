@@ -5,10 +5,13 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
+#include "host/check/calls.h"
+#include "host/check/expect.h"
 #include "host/check/rule.h"
-#include "host/disks/host_disk.h"
+#include "host/check/subject.h"
 #include "host/interception/command_watcher.h"
 #include "host/loading/loaded_plugin.h"
 
@@ -22,27 +25,22 @@ struct Setup {
   bool readOnly = false;
 };
 
-enum class Kind { volume, externalVolume, disk };
-
-/// A disk that the plugin serves, with its part of the model on the simulated host.
-struct Subject {
-  HostDisk disk;
-  Kind kind = Kind::volume;
-  const simulator::Controller* controller = nullptr;
-  const simulator::Volume* volume = nullptr;
-  const simulator::Drive* drive = nullptr;
+/// The commands of a rule's process so far.
+struct CommandCounts {
+  uint32_t begun = 0;
+  uint32_t writes = 0;  ///< that send data to the controller, held back or not
+  uint32_t onTheirWay = 0;
+  uint32_t mostAtOnce = 0;   ///< on their way at the same time
+  bool firstIsBack = false;  ///< the very first command has returned
 };
 
-/// Counts commands on their way, and remembers the first one. Keeps those that write from the driver where nothing may
-/// be switched, whatever the plugin does.
+/// Counts commands on their way. Keeps those that write from the driver where nothing may be switched, whatever the
+/// plugin does.
 class CommandCounter final : public CommandWatcher {
  public:
   explicit CommandCounter(bool holdsBackWrites) : holdsBackWrites_(holdsBackWrites) {}
 
-  [[nodiscard]] uint32_t begun() const;
-  [[nodiscard]] uint32_t writes() const;      ///< that send data to the controller, held back or not
-  [[nodiscard]] uint32_t mostAtOnce() const;  ///< on their way at the same time
-  [[nodiscard]] bool firstIsBack() const;     ///< the very first command has returned
+  [[nodiscard]] CommandCounts counts() const;
 
  private:
   [[nodiscard]] bool holdsBack(const InterceptedCommand& command) override;
@@ -50,27 +48,34 @@ class CommandCounter final : public CommandWatcher {
 
   const bool holdsBackWrites_;
   mutable std::mutex mutex_;
-  uint32_t begun_ = 0;
-  uint32_t writes_ = 0;
-  uint32_t onTheirWay_ = 0;
-  uint32_t mostAtOnce_ = 0;
+  CommandCounts counts_;
   std::thread::id firstCaller_;
-  bool firstIsBack_ = false;
 };
 
-/// A handle, closed at the end of the scope; may hold null.
-class Handle {
- public:
-  Handle(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle) : plugin_(plugin), handle_(handle) {}
-  ~Handle();
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
+class Trial;
 
-  [[nodiscard]] CtrlDevInfo* get() const { return handle_; }
+/// Subjects for a loop: each is opened when the loop comes to it, and closed before the next.
+class OpenedInTurn {
+ public:
+  OpenedInTurn(Trial& trial, std::vector<Subject> subjects) : trial_(trial), subjects_(std::move(subjects)) {}
+
+  class Iterator {
+   public:
+    Iterator(Trial& trial, const Subject* subject) : trial_(trial), subject_(subject) {}
+    OpenSubject operator*() const;
+    Iterator& operator++() { return ++subject_, *this; }
+    bool operator!=(const Iterator& other) const { return subject_ != other.subject_; }
+
+   private:
+    Trial& trial_;
+    const Subject* subject_;
+  };
+  [[nodiscard]] Iterator begin() const { return {trial_, subjects_.data()}; }
+  [[nodiscard]] Iterator end() const { return {trial_, subjects_.data() + subjects_.size()}; }
 
  private:
-  const DmuPluginDescriptor& plugin_;
-  CtrlDevInfo* handle_;
+  Trial& trial_;
+  std::vector<Subject> subjects_;
 };
 
 class Trial {
@@ -91,22 +96,35 @@ class Trial {
   /// Only for rules that need it.
   [[nodiscard]] simulator::SimulatedHost& simulatedHost() const { return *setup_.simulatedHost; }
   [[nodiscard]] bool isSimulated() const { return setup_.simulatedHost != nullptr; }
-  [[nodiscard]] bool maySwitch() const { return isSimulated() && !setup_.readOnly; }
-  [[nodiscard]] CommandCounter& commands() { return commands_; }
+  [[nodiscard]] CommandCounts commands() const { return commands_.counts(); }
 
   /// The disks of the plugin's driver; skips the rule when there are none.
   [[nodiscard]] std::vector<HostDisk> servedDisks() const;
 
-  /// A few disks of each controller, of a kind or of all kinds; skips the rule when there are none.
-  [[nodiscard]] std::vector<Subject> subjects(Kind kind);
+  /// A few disks of each controller: of all kinds, of one kind, or those whose drives are the controller's own. Each
+  /// skips the rule when there are none.
   [[nodiscard]] std::vector<Subject> subjects();
+  [[nodiscard]] std::vector<Subject> subjects(Kind kind);
+  [[nodiscard]] std::vector<Subject> subjectsWithDrives();
+
+  /// The same with handles: `for (const OpenSubject& subject : trial.openEach())`.
+  [[nodiscard]] OpenedInTurn openEach() { return {*this, subjects()}; }
+  [[nodiscard]] OpenedInTurn openEach(Kind kind) { return {*this, subjects(kind)}; }
+  [[nodiscard]] OpenedInTurn openEachWithDrives() { return {*this, subjectsWithDrives()}; }
+
+  /// A disk like the first subject, but behind a controller, or of a device, that is not there.
+  [[nodiscard]] HostDisk diskOfNoController();
+  [[nodiscard]] HostDisk diskOfNoDevice();
+
+  /// The operations that the rule may call: without the switching ones unless it may switch.
+  [[nodiscard]] std::vector<Operation> operations() const;
 
   /// Moves all drives, so that their locations come in another order than their numbers, and gives each a temperature
   /// of its own. Before the plugin's first call.
   void scatterDrives();
 
   /// Opens a handle as the daemon does; fails the rule when the plugin refuses.
-  [[nodiscard]] Handle open(const HostDisk& disk);
+  [[nodiscard]] DeviceHandle open(const HostDisk& disk);
 
   /// Makes calls of the simulated host fail, wait or vanish.
   void addFault(const std::string& call, simulator::FaultAction action, uint32_t value = 0,

@@ -8,7 +8,7 @@ static bool mayBeExternal(const DiskRecord& record) {
   return record.kind == DiskKind::volume && !record.raidLevel;
 }
 
-static std::string whyItFailed(const DiskRecord& record, const ActionResult& action, MustCount mustCount,
+static std::string whyItFailed(const DiskRecord& record, const CallResult& action, MustCount mustCount,
                                std::span<const InterceptedCommand> sent) {
   if (!action.error.empty()) return action.error;
   const std::string result = " (result " + std::to_string(action.result) + ")";
@@ -22,12 +22,12 @@ static std::string whyItFailed(const DiskRecord& record, const ActionResult& act
 }
 
 Switched switchDisk(Session& session, OpenedDisk& opened, const std::string& operation, MustCount mustCount,
-                    const std::function<ActionResult(const DeviceHandle&)>& call) {
+                    const std::function<CallResult(const DeviceHandle&)>& call) {
   Switched switched;
   if (!opened.isKnown()) return switched;
   const CommandLog& log = session.commands();
   const size_t before = log.size();
-  const ActionResult action = call(opened.handle);
+  const CallResult action = call(opened.handle);
   const auto sent = log.since(before);
 
   switched.result = action.result;

@@ -28,6 +28,6 @@ struct Switched {
 ///
 /// @param operation  its name for the report of a failure
 [[nodiscard]] Switched switchDisk(Session& session, OpenedDisk& opened, const std::string& operation,
-                                  MustCount mustCount, const std::function<ActionResult(const DeviceHandle&)>& call);
+                                  MustCount mustCount, const std::function<CallResult(const DeviceHandle&)>& call);
 
 }  // namespace host

@@ -4,16 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "host/disks/open_record.h"
-
 namespace host {
-
-DeviceHandle openHandle(const DmuPluginDescriptor& plugin, const HostDisk& disk) {
-  const DmuDeviceOpenInfo info = openRecordOf(disk);
-  CtrlDevInfo* handle = nullptr;
-  const int32_t result = plugin.openDeviceV2(&info, &handle);
-  return {plugin, result == 0 ? handle : nullptr};
-}
 
 /// The plugin's text, or one that says what came back.
 static std::string reason(const std::string& error, int32_t result) {
@@ -28,15 +19,15 @@ Answer<DmuDeviceInfo> deviceInformation(const DeviceHandle& handle) {
   return {information, ""};
 }
 
-ActionResult setLocatorLed(const DeviceHandle& handle, bool on, uint16_t seconds) {
-  ActionResult action;
+CallResult setLocatorLed(const DeviceHandle& handle, bool on, uint16_t seconds) {
+  CallResult action;
   action.result = handle.plugin().setDriveLEDState(handle.get(), on ? 1 : 0, seconds, action.error);
   return action;
 }
 
-ActionResult setCache(const DeviceHandle& handle, bool on) {
+CallResult setCache(const DeviceHandle& handle, bool on) {
   const DmuSetCache operation = on ? handle.plugin().cacheOn : handle.plugin().cacheOff;
-  ActionResult action;
+  CallResult action;
   action.result = operation(handle.get(), action.error);
   return action;
 }

@@ -6,9 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "host/disks/host_disk.h"
+#include "host/disks/device_handle.h"
 #include "host/disks/place.h"
-#include <dmu/plugin.h>
 
 namespace host {
 
@@ -19,43 +18,20 @@ struct Answer {
   std::string error;
 };
 
-/// A handle of the plugin's, closed at the end of the scope.
-class DeviceHandle {
- public:
-  /// @param handle  owned from here on; null is allowed
-  DeviceHandle(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle) : plugin_(&plugin), handle_(handle) {}
-  ~DeviceHandle() { plugin_->closeDevice(handle_); }
-  DeviceHandle(DeviceHandle&& other) noexcept : plugin_(other.plugin_), handle_(other.handle_) {
-    other.handle_ = nullptr;
-  }
-  DeviceHandle(const DeviceHandle&) = delete;
-  DeviceHandle& operator=(const DeviceHandle&) = delete;
-
-  [[nodiscard]] const DmuPluginDescriptor& plugin() const { return *plugin_; }
-  [[nodiscard]] CtrlDevInfo* get() const { return handle_; }
-
- private:
-  const DmuPluginDescriptor* plugin_;
-  CtrlDevInfo* handle_;
-};
-
-/// Opens a handle as the daemon does; it holds null when the plugin refuses.
-[[nodiscard]] DeviceHandle openHandle(const DmuPluginDescriptor& plugin, const HostDisk& disk);
-
 /// Operation 0.
 [[nodiscard]] Answer<DmuDeviceInfo> deviceInformation(const DeviceHandle& handle);
 
-/// What an operation that changes something came back with.
-struct ActionResult {
+/// What a call of an operation came back with.
+struct CallResult {
   int32_t result = 0;
-  std::string error;  ///< the plugin's text; empty when it gave none
+  std::string error;  ///< the error text after the call
 };
 
 /// Operation 1.
-[[nodiscard]] ActionResult setLocatorLed(const DeviceHandle& handle, bool on, uint16_t seconds);
+[[nodiscard]] CallResult setLocatorLed(const DeviceHandle& handle, bool on, uint16_t seconds);
 
 /// Operations 2 and 3.
-[[nodiscard]] ActionResult setCache(const DeviceHandle& handle, bool on);
+[[nodiscard]] CallResult setCache(const DeviceHandle& handle, bool on);
 
 /// Operation 4, with room for however many drives there are.
 [[nodiscard]] Answer<std::vector<DriveTemperature>> temperatures(const DeviceHandle& handle);

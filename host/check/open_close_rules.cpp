@@ -1,8 +1,6 @@
-// Opening handles, by either function.
+// Opening handles, by either function, and closing them.
 #include <cstring>
-#include <memory>
 
-#include "host/check/calls.h"
 #include "host/check/trial.h"
 #include "host/disks/open_record.h"
 #include "host/loading/isolated_call.h"
@@ -92,16 +90,11 @@ void nullNames(Trial& trial) {
 
 void longNames(Trial& trial) {
   for (const size_t length : {0U, 1U, 49U, 50U, 51U, 255U, 4096U, 100000U}) {
+    const std::string names = "names of " + counted(length, "character");
     HostDisk disk = trial.servedDisks().front();
     disk.hba = disk.device = std::string(length, 'n');
-    for (const OpenFunction& open : kOpenFunctions) {
-      expectOpens(trial, open, openRecordOf(disk), "names of " + counted(length, "character"));
-    }
-    const Handle handle = trial.open(disk);
-    for (const Operation& operation : operations(false)) {
-      expectRefusal(operation, trial.plugin(), handle.get(), "names of " + counted(length, "character"),
-                    "Failed to open controller.");
-    }
+    for (const OpenFunction& open : kOpenFunctions) expectOpens(trial, open, openRecordOf(disk), names);
+    expectRefusals(readingOperations(), trial.open(disk), names, "Failed to open controller.");
   }
 }
 
@@ -113,14 +106,14 @@ void borrowsTheRecord(Trial& trial) {
     const auto bytes = [&record] { return std::string(reinterpret_cast<const char*>(&record), sizeof(record)); };
     const std::string before = bytes();
     CtrlDevInfo* opened = nullptr;
-    expectResult("openDeviceV2 of " + disk.device, 0, trial.plugin().openDeviceV2(&record, &opened));
-    const Handle handle(trial.plugin(), opened);
+    expectResult("openDeviceV2 of " + disk.device, 0, openSecond(trial, record, &opened));
+    const DeviceHandle handle(trial.plugin(), opened);
     expect(bytes() == before, "openDeviceV2: the host's record was written to");
     expectText("openDeviceV2: the host's names", subject.disk.hba + " " + subject.disk.device,
                disk.hba + " " + disk.device);
     std::memset(&record, 0xA5, sizeof(record));
     for (std::string* text : {&disk.device, &disk.hba, &disk.driver}) text->assign(text->size(), 'x');
-    const InformationCall call(trial.plugin(), handle.get());
+    const InformationCall call(handle);
     expectResult("device information after the open record was overwritten", 0, call.result);
   }
 }
@@ -138,19 +131,17 @@ void byAddress(Trial& trial) {
   for (const Subject& subject : trial.subjects()) {
     CtrlDevInfo* opened = nullptr;
     expectResult("openDevice", 0, openFirst(trial, openRecordOf(subject.disk), &opened));
-    const Handle handle(trial.plugin(), opened);
-    const std::string what = "device information of " + subject.disk.device + " by its address alone";
-    const InformationCall call(trial.plugin(), handle.get());
-    expectResult(what, subject.kind == Kind::disk ? -1 : 0, call.result);
-    expectText(what + ": the error text", subject.kind == Kind::disk ? "Device is not found." : kErrorBefore,
-               call.error);
+    const InformationCall call(DeviceHandle(trial.plugin(), opened));
+    const CallResult notFound{-1, "Device is not found."};
+    expectAnswer(subject.of("device information") + " by its address alone",
+                 subject.kind == Kind::disk ? notFound : CallResult{0, kErrorBefore}, call);
   }
 }
 
 /// Information and locations as one line, to compare.
-std::string answersOf(Trial& trial, CtrlDevInfo* handle) {
-  const InformationCall information(trial.plugin(), handle);
-  const LocationCall location(trial.plugin(), handle, 256);
+std::string answersOf(const DeviceHandle& handle) {
+  const InformationCall information(handle);
+  const LocationCall location(handle, kCount);
   std::string line = std::to_string(information.result) + " " + std::to_string(information.information().deviceType) +
                      " " + std::to_string(location.result);
   for (const std::string& text : location.texts()) line += " " + text;
@@ -159,40 +150,52 @@ std::string answersOf(Trial& trial, CtrlDevInfo* handle) {
 
 /// What a handle answers while it is the only one, and then while all are open.
 void independentHandles(Trial& trial) {
-  const std::vector<Subject> subjects = trial.subjects();
   std::vector<std::string> alone;
-  for (const Subject& subject : subjects) {
-    const Handle handle = trial.open(subject.disk);
-    alone.push_back(answersOf(trial, handle.get()));
-  }
-  std::vector<std::unique_ptr<Handle>> handles;
-  for (const Subject& subject : subjects) handles.emplace_back(new Handle(trial.open(subject.disk)));
-  for (size_t i = subjects.size(); i-- > 0;) {
-    expectText("answers for " + subjects[i].disk.device + " while other handles are open", alone[i],
-               answersOf(trial, handles[i]->get()));
+  for (const OpenSubject& subject : trial.openEach()) alone.push_back(answersOf(subject.handle));
+  std::vector<OpenSubject> together;
+  for (const Subject& subject : trial.subjects()) together.push_back({subject, trial.open(subject.disk)});
+  for (size_t i = together.size(); i-- > 0;) {
+    expectText("answers for " + together[i].disk.device + " while other handles are open", alone[i],
+               answersOf(together[i].handle));
   }
 }
 
-constexpr Rule kOpenRules[] = {
-    {"open.serves", "both functions open every disk of the plugin's driver", Needs::anyHost, serves},
-    {"open.foreign-driver", "disks of every other driver are refused and nothing is written", Needs::anyHost,
-     foreignDriver},
-    {"open.null-arguments", "a null driver, record or out is refused", Needs::anyHost, nullArguments},
-    {"open.null-names", "a null device or controller name counts as empty", Needs::anyHost, nullNames},
-    {"open.long-names", "names of any length open, and name no controller", Needs::anyHost, longNames},
-    {"open.borrows-the-record", "the open record is not written, and not needed after the open", Needs::anyHost,
-     borrowsTheRecord},
-    {"open.unreadable-serial", "a serial number that cannot be read does not fail the open", Needs::anyHost,
-     unreadableSerial},
-    {"open.by-address", "a handle of openDevice finds volumes, not physical disks", Needs::anyHost, byAddress},
-    {"open.independent-handles", "handles that are open at the same time answer for their own disks", Needs::anyHost,
-     independentHandles},
-};
+void closesNull(Trial& trial) {
+  const DmuPluginDescriptor& plugin = trial.plugin();
+  noteStep("closing a null handle");
+  plugin.closeDevice(nullptr);
+}
+
+void freesTheHandle(Trial& trial) {
+  const HostDisk disk = trial.servedDisks().front();
+  expectNoGrowth("opens and closes of " + disk.device, [&] { static_cast<void>(trial.open(disk)); });
+}
+
+void leavesOtherHandles(Trial& trial) {
+  for (const OpenSubject& subject : trial.openEach()) {
+    for (int i = 0; i < 4; ++i) static_cast<void>(trial.open(subject.disk));
+    informationOf(subject, " after another handle of it was closed");
+  }
+}
 
 }  // namespace
 
-std::span<const Rule> openRules() {
-  return kOpenRules;
+std::vector<Rule> openAndCloseRules() {
+  return {
+      {"open.serves", "both functions open every disk of the plugin's driver", serves},
+      {"open.foreign-driver", "disks of every other driver are refused and nothing is written", foreignDriver},
+      {"open.null-arguments", "a null driver, record or out is refused", nullArguments},
+      {"open.null-names", "a null device or controller name counts as empty", nullNames},
+      {"open.long-names", "names of any length open, and name no controller", longNames},
+      {"open.borrows-the-record", "the open record is not written, and not needed after the open", borrowsTheRecord},
+      {"open.unreadable-serial", "a serial number that cannot be read does not fail the open", unreadableSerial},
+      {"open.by-address", "a handle of openDevice finds volumes, not physical disks", byAddress},
+      {"open.independent-handles", "handles that are open at the same time answer for their own disks",
+       independentHandles},
+      {"close.null", "a null handle is ignored", closesNull},
+      {"close.frees-the-handle", "opening and closing again and again takes no memory", freesTheHandle},
+      {"close.leaves-other-handles", "other handles of the same disk stay good", leavesOtherHandles},
+  };
 }
 
 }  // namespace host::check

@@ -1,15 +1,41 @@
-// The descriptor's fields. These rules look at what DmuPluginInit returns before anything is called through it.
+// What a host meets before the first disk: the library, which is loaded and unloaded, and the descriptor, which is
+// looked at before anything is called through it.
 #include <algorithm>
 #include <cstring>
 #include <dlfcn.h>
 
-#include "host/check/calls.h"
 #include "host/check/trial.h"
+#include "host/loading/isolated_call.h"
+#include "host/refusal.h"
 
 namespace host::check {
 namespace {
 
-constexpr uintptr_t kOperationCount = 6;
+void loads(Trial& trial) {
+  noteStep("loading it");
+  try {
+    const PluginLibrary library(trial.pluginFile());
+  } catch (const Refusal& refusal) {
+    fail(std::string("expected a library that loads here, but ") + refusal.what());
+  }
+}
+
+void askForEverything(Trial& trial) {
+  for (const OpenSubject& subject : trial.openEach()) informationOf(subject);
+}
+
+void unloads(Trial& trial) {
+  askForEverything(trial);
+  auto* const entry = reinterpret_cast<void*>(trial.library().entry());
+  Dl_info library{};
+  expect(dladdr(entry, &library) != 0, "DmuPluginInit lies in no library");
+  const std::string file = library.dli_fname;
+  trial.unload();
+  void* stillLoaded = dlopen(file.c_str(), RTLD_LAZY | RTLD_NOLOAD);
+  expect(stillLoaded == nullptr, "expected the library to be gone after dlclose, it is still loaded");
+  askForEverything(trial);
+}
+
 constexpr size_t kLongestText = 255;
 
 const DmuPluginDescriptor& descriptorOf(Trial& trial) {
@@ -59,8 +85,7 @@ void functions(Trial& trial) {
 }
 
 void operationCount(Trial& trial) {
-  const uintptr_t count = descriptorOf(trial).operationCount;
-  expect(count == kOperationCount, "operationCount: expected 6, got " + std::to_string(count));
+  expectNumber("operationCount", 6, descriptorOf(trial).operationCount);
 }
 
 void unusedIsNull(Trial& trial) {
@@ -77,30 +102,25 @@ void stable(Trial& trial) {
     expect(std::memcmp(first, &contents, sizeof(contents)) == 0, "descriptor " + when + ": its contents have changed");
   };
   expectSame("called again");
-  for (const Subject& subject : trial.subjects()) {
-    const Handle handle = trial.open(subject.disk);
-    for (const Operation& operation : operations(false)) {
-      bool wrote = false;
-      static_cast<void>(operation.call(trial.plugin(), handle.get(), wrote));
-    }
+  for (const OpenSubject& subject : trial.openEach()) {
+    for (const Operation& operation : readingOperations()) operation.call(subject.handle);
     expectSame("after operations");
   }
 }
 
-constexpr Rule kDescriptorRules[] = {
-    {"descriptor.returned", "DmuPluginInit returns a descriptor", Needs::anyHost, returned},
-    {"descriptor.texts", "version and name are short printable texts", Needs::anyHost, textsAreShort},
-    {"descriptor.functions", "both opens, close and the six operations are functions", Needs::anyHost, functions},
-    {"descriptor.operation-count", "operationCount is 6", Needs::anyHost, operationCount},
-    {"descriptor.unused-null", "the unused field and the room behind the fields are null", Needs::anyHost,
-     unusedIsNull},
-    {"descriptor.stable", "every call returns the same address with the same contents", Needs::anyHost, stable},
-};
-
 }  // namespace
 
-std::span<const Rule> descriptorRules() {
-  return kDescriptorRules;
+std::vector<Rule> libraryAndDescriptorRules() {
+  return {
+      {"library.loads", "it loads with all it needs and exports DmuPluginInit", loads},
+      {"library.unloads", "after use it can be unloaded and loaded again", unloads},
+      {"descriptor.returned", "DmuPluginInit returns a descriptor", returned},
+      {"descriptor.texts", "version and name are short printable texts", textsAreShort},
+      {"descriptor.functions", "both opens, close and the six operations are functions", functions},
+      {"descriptor.operation-count", "operationCount is 6", operationCount},
+      {"descriptor.unused-null", "the unused field and the room behind the fields are null", unusedIsNull},
+      {"descriptor.stable", "every call returns the same address with the same contents", stable},
+  };
 }
 
 }  // namespace host::check
