@@ -87,7 +87,7 @@ void timesOut(Trial& trial) {
   const DeviceHandle handle = trial.open(second);
   const SlowOperation slow(trial, first, kLong);
   const std::vector<Operation> others = trial.operations();
-  std::vector<CallResult> answers(others.size());
+  std::vector<Call> answers(others.size());
   std::vector<milliseconds> waited(others.size());
   inThreads(others.size(), [&](size_t i) {
     const auto start = steady_clock::now();

@@ -51,7 +51,26 @@ FAULT(writesBeforeItFails, "operations.unknown-device", "it failed, but wrote to
     if (result != 0 && information != nullptr) *information = {};
   });
 }
+FAULT(writesARecord, "operations.unknown-device", "temperature of a device that is not there: it failed, but wrote") {
+  afterwards<&Plugin::getDeviceTemperature>([](int32_t result, auto*, auto* records, auto...) {
+    if (result < 0 && records != nullptr) *records = {};
+  });
+}
+FAULT(writesASlot, "operations.unknown-device", "location of a device that is not there: it failed, but wrote") {
+  afterwards<&Plugin::getDeviceLocation>([](int32_t result, auto*, auto* locations, auto...) {
+    if (result < 0 && locations != nullptr) *locations = nullptr;
+  });
+}
 
+FAULT(losesTheLastDisk, "errors.untouched-on-success", "temperature of naa.5a1b2c0000000404: expected success") {
+  static CtrlDevInfo* lost = nullptr;
+  afterwards<&Plugin::openDeviceV2>([](int32_t result, auto* info, auto* out) {
+    if (result == 0) lost = std::strcmp(info->devName, "naa.5a1b2c0000000404") == 0 ? *out : nullptr;
+  });
+  afterwards<&Plugin::getDeviceTemperature>([](int32_t& result, auto* handle, auto...) {
+    if (handle == lost) result = -1;
+  });
+}
 FAULT(clearsTheText, "errors.untouched-on-success", "expected \"text from before\", got \"\"") {
   afterwards<&Plugin::getDeviceTemperature>([](int32_t result, auto*, auto*, auto, auto& error) {
     if (result >= 0) error.clear();
