@@ -8,6 +8,7 @@
 #include "channel/instance_query.h"
 #include "channel/management_channel.h"
 #include "tests/host_process.h"
+#include "tests/model.h"
 
 namespace {
 
@@ -15,17 +16,6 @@ class Channel : public PluginTest {
  protected:
   ~Channel() override { PUBLISHED(OrvaInfo_Cleanup)(); }
 };
-
-TEST_F(Channel, OpensOnceAndClosesOnce) {
-  hostCalls.traceOn = true;
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
-  for (int i = 0; i < 2; ++i) EXPECT_EQ(PUBLISHED(OrvaInfo_Cleanup)(), 0);
-  EXPECT_EQ(host.counts().init, 1u);
-  EXPECT_EQ(host.counts().destroy, 1u);
-  EXPECT_EQ(takeTrace(),
-            "OrvaInfo_Init: Trying to reinitialize management handle.\n"
-            "OrvaInfo_Cleanup: Trying to destroy null management handle.\n");
-}
 
 /// A CDB with numbers that no command of a scenario has; bytes that are not given are 0.
 struct CdbCase {
@@ -78,8 +68,7 @@ TEST_F(Channel, FindsTheFirstUsedInstanceOfAName) {
     std::vector<uint8_t> entry(168);
     std::memcpy(entry.data(), &id, 4);
     std::copy(name.begin(), name.end(), entry.begin() + 12);
-    host.addFault(
-        {.call = "query", .action = simulator::FaultAction::set, .offset = 96 + 168 * number, .bytes = entry});
+    host.addFault(model::put("query", 96 + 168 * number, entry));
   }
   const std::pair<std::string, int> kNames[] = {
       {"vmhba2", 0},  {"Vmhba2", -1}, {"vmhba2 ", -1}, {"vmhba", -1},     {"twice", 4},

@@ -10,24 +10,7 @@
 
 namespace {
 
-class FrontEnd : public PluginTest {
- protected:
-  int32_t openWith(const char* driver, CtrlDevInfo** out, const char* hba = "vmhba2") {
-    return plugin->openDevice(hba, 1, 2, 3, driver, 1, 0xABCD, 4, 5, 6, 7, 8, 9, 10, 11, 12, out);
-  }
-};
-
-TEST_F(FrontEnd, OfARefusedOpenTheSecondFunctionAloneSaysAnything) {
-  hostCalls.traceOn = true;
-  CtrlDevInfo* handle = nullptr;
-  EXPECT_EQ(openWith("veltrane2", &handle), -1);
-  EXPECT_EQ(openWith("veltrane", nullptr), -1);
-  EXPECT_EQ(plugin->openDeviceV2(nullptr, &handle), -1);
-  EXPECT_EQ(takeTrace(), "");
-  const DmuDeviceOpenInfo info = {.driver = "other"};
-  EXPECT_EQ(plugin->openDeviceV2(&info, &handle), -1);
-  EXPECT_EQ(takeTrace(), "VELTRANEPlugin_OpenDevice_v2_0_0: device opened with v2 API.\n");
-}
+class FrontEnd : public PluginTest {};
 
 TEST_F(FrontEnd, NamesAreCutTo49Characters) {
   for (const size_t length : {size_t{0}, size_t{48}, size_t{49}, size_t{50}, size_t{5000}}) {
@@ -59,20 +42,6 @@ TEST_F(FrontEnd, ASerialNumberIsAskedOfANodeThatIsClosedAgain) {
   dup2(saved, STDIN_FILENO);
   close(saved);
   EXPECT_EQ(host.counts().openNodes, 0u) << "a node stayed open";
-}
-
-TEST_F(FrontEnd, TraceThatIsOffCostsExistenceTestsAlone) {
-  CtrlDevInfo* handle = nullptr;
-  hostCalls.recording = true;
-  ASSERT_EQ(openWith("veltrane", &handle), 0);
-  EXPECT_EQ(handle->serialNumber, "");
-  EXPECT_STREQ(handle->devName, "");
-  plugin->closeDevice(nullptr);
-  plugin->closeDevice(handle);
-  const auto tests = std::count_if(hostCalls.made.begin(), hostCalls.made.end(),
-                                   [](const PluginCall& call) { return call.is("access"); });
-  EXPECT_EQ(tests, 4 + 1) << "one for each line";
-  EXPECT_EQ(takeTrace(), "");
 }
 
 TEST_F(FrontEnd, TheTraceFileIsNamedWhileALineIsWritten) {

@@ -1,6 +1,4 @@
-// What happens around a call: forks, steps of the clock, children, nodes that come back, and what the trace file can
-// be.
-#include <csignal>
+// What happens around a call: forks, steps of the clock, and what the trace file can be.
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -14,7 +12,6 @@
 
 namespace {
 
-using simulator::FaultAction;
 namespace fs = std::filesystem;
 
 class HostEnvironment : public Services {
@@ -75,37 +72,6 @@ TEST_F(HostEnvironment, ASnapshotIsAsOldAsTheWallClockSays) {
     ASSERT_EQ(askInfo(volume), 0);
     EXPECT_EQ(!sentOpcodes().empty(), step.isNew) << step.now;
   }
-}
-
-TEST_F(HostEnvironment, ANewSnapshotRunsTheModuleLoaderOnceForEachLocalVolumeWhateverBecomesOfTheChild) {
-  controller.volumes = {model::volume(0, {2}), model::volume(3, {3}), model::volume(5, {}), model::volume(9, {10})};
-  controller.volumes[2].external = true;
-  std::swap(controller.volumes[2], controller.volumes[3]);
-  host.load(model::topology(controller));
-  hostCalls.recording = hostCalls.runModuleLoader = true;
-  std::signal(SIGCHLD, SIG_IGN);
-  EXPECT_EQ(askInfo(volume), 0);
-  std::signal(SIGCHLD, SIG_DFL);
-  EXPECT_EQ(std::count_if(hostCalls.made.begin(), hostCalls.made.end(),
-                          [](const PluginCall& call) { return call.is("popen"); }),
-            3);
-}
-
-TEST_F(HostEnvironment, ADiskThatWasOpenedWithoutItsNodeIsFoundOnceItIsOpenedAnew) {
-  host.addFault({.call = "open", .action = FaultAction::error, .value = ENOENT});
-  CtrlDevInfo* early = open("disk5");
-  host.clearFaults();
-  EXPECT_EQ(askInfo(early), -1);
-  EXPECT_EQ(error, "Device is not found.");
-  EXPECT_EQ(askInfo(open("disk5")), 0);
-}
-
-TEST_F(HostEnvironment, ADriverStatusCanLookLikeANumberOfDrives) {
-  warm();
-  host.addFault({.call = "setCacheConfiguration", .action = FaultAction::driverStatus, .value = 3});
-  EXPECT_EQ(plugin->cacheOff(volume, error), 3) << "the volume has three drives";
-  EXPECT_TRUE(host.state()[0].volumes[0].volume.cacheOn) << "and nothing was switched";
-  EXPECT_EQ(error, "before");
 }
 
 TEST_F(HostEnvironment, TheTraceFileMayBeAnything) {

@@ -10,7 +10,6 @@
 
 namespace {
 
-using simulator::FaultAction;
 using testing::ElementsAre;
 using testing::EndsWith;
 
@@ -47,8 +46,7 @@ TEST_F(Identification, AMemberMapIsReplacedByAGoodReplyAlone) {
   EXPECT_EQ(sense(), 0);
   EXPECT_EQ(heldByPlugin().blocks, blocks + 1) << "the old map was released";
   for (const uint32_t offset : {260u, 262u}) {
-    host.addFault(
-        {.call = "senseConfiguration", .count = 1, .action = FaultAction::set, .offset = offset, .bytes = {1}});
+    host.addFault(model::put("senseConfiguration", offset, {1}, 1, 1));
     hostCalls.traceOn = true;
     EXPECT_EQ(sense(), 0);
     EXPECT_NE(entry.raidMap, nullptr);

@@ -5,7 +5,6 @@
 
 namespace {
 
-using simulator::FaultAction;
 using testing::ElementsAre;
 using testing::HasSubstr;
 
@@ -48,17 +47,17 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
   EXPECT_THAT(locations(), ElementsAre("1I:1:14", "1I:1:16", "1I:1:2", "1I:1:200", "1I:1:9", ":0:0(Failed)"));
   controller.volumes[0].members = {2, 16, 3};
   load();
-  host.addFault({.call = "reportPhysicalLuns", .action = FaultAction::set, .bytes = {0, 0, 0, 24}});
+  host.addFault(model::put("reportPhysicalLuns", 0, {0, 0, 0, 24}));
   EXPECT_THAT(locations(), ElementsAre("1I:1:16(Failed)", "1I:1:2", "1I:1:200(Failed)"));
 }
 
 TEST_F(Location, AnExposedDriveIsNoMember) {
-  host.addFault({.call = "senseConfiguration", .action = FaultAction::set, .offset = 300, .bytes = {0x2C}});
+  host.addFault(model::put("senseConfiguration", 300, {0x2C}));
   EXPECT_THAT(locations(), ElementsAre("1I:1:10", "1I:1:2", "1I:1:3"));
 }
 
 TEST_F(Location, ADriveThatIsListedTwiceIsTwoMembers) {
-  host.addFault({.call = "reportPhysicalLuns", .action = FaultAction::set, .offset = 8 + 2 * 24 + 6, .bytes = {2}});
+  host.addFault(model::put("reportPhysicalLuns", 8 + 2 * 24 + 6, {2}));
   EXPECT_THAT(locations(), ElementsAre("1I:1:10", "1I:1:2", "1I:1:2"));
 }
 

@@ -1,4 +1,4 @@
-// The locator LED: which drives are marked, and for how long.
+// The locator LED: for how long, and when not at all.
 #include "services/locator_led.h"
 
 #include "tests/services_fixture.h"
@@ -8,22 +8,6 @@ namespace {
 using testing::ElementsAre;
 
 class Led : public Services {};
-
-TEST_F(Led, MarksBothArraysBelow256AndTheExtendedOneAbove) {
-  controller.maxPhysDevicesSupported = 300;
-  controller.extendedBlinkArray = true;
-  controller.drives.push_back(model::drive(295));
-  controller.volumes[0].members = {2, 10, 295};
-  load();
-  warm();
-  EXPECT_EQ(plugin->setDriveLEDState(volume, 1, 1, error), 3);
-  const std::vector<uint8_t> data = host.takeCommands().back().data;
-  std::vector<size_t> marked;
-  for (size_t i = 8; i < data.size(); ++i) {
-    if (data[i] != 0 && (i < 264 || i >= 276)) marked.push_back(i);
-  }
-  EXPECT_THAT(marked, ElementsAre(8 + 2, 8 + 10, 276 + 2, 276 + 10, 276 + 295));
-}
 
 TEST_F(Led, BlinksForADayAtMostAndNotOnAControllerThatTheFixedArrayIsTooShortFor) {
   OrvaInfo& info = snapshot();

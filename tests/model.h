@@ -1,6 +1,7 @@
 // Controllers for tests, in a few words.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,17 @@ inline simulator::Volume volume(uint32_t number, const std::vector<uint32_t>& me
 
 inline simulator::Topology topology(const simulator::Controller& c) {
   return {.controllers = {c}};
+}
+
+/// The fault that puts bytes into the replies of a command, from its call number `from` on for `count` calls.
+inline simulator::FaultRule put(const char* call, uint32_t offset, const std::vector<uint8_t>& bytes, uint32_t from = 1,
+                                uint32_t count = UINT32_MAX) {
+  return {.call = call,
+          .from = from,
+          .count = count,
+          .action = simulator::FaultAction::set,
+          .offset = offset,
+          .bytes = bytes};
 }
 
 }  // namespace model

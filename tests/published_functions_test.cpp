@@ -152,6 +152,7 @@ TEST_F(PublishedFunctions, RefuseNulls) {
   EXPECT_EQ(PUBLISHED(OrvaInfo_GetPhyDiskTempForVolume)(&info, nullptr, &temperature, 1, error), 0);
   EXPECT_EQ(PUBLISHED(OrvaInfo_GetBMICDeviceIndex)(nullptr), dmu::kNoDriveIndex);
   EXPECT_TRUE(PUBLISHED(OrvaInfo_DevListIsFull)(nullptr));
+  EXPECT_FALSE(PUBLISHED(OrvaInfo_CacheTimedout)(nullptr));
   PUBLISHED(OrvaInfo_SetBTL)(nullptr);
   PUBLISHED(OrvaInfo_DumpArray)(nullptr, 10);
   PUBLISHED(OrvaInfo_DumpBlkLED)(nullptr, 1);

@@ -86,12 +86,6 @@ Outcomes callAll(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle,
   return outcomes;
 }
 
-std::vector<int32_t> resultsOf(const Outcomes& outcomes) {
-  std::vector<int32_t> results;
-  for (const Outcome& outcome : outcomes) results.push_back(outcome.result);
-  return results;
-}
-
 ScenarioTest::ScenarioTest() {
   hostCalls.now = 5000;
 }
@@ -119,14 +113,10 @@ simulator::Topology ScenarioTest::extended() {
 
 simulator::Topology ScenarioTest::askedTwice() {
   simulator::Topology topology = small();
-  const auto set = [&](const char* call, uint32_t offset, std::vector<uint8_t> bytes) {
-    topology.faults.push_back(
-        {.call = call, .action = simulator::FaultAction::set, .offset = offset, .bytes = std::move(bytes)});
-  };
-  set("senseConfiguration", 250, {480 & 0xFF, 480 >> 8});
-  set("senseConfiguration", 480, {1 << 2, 1 << 2});
-  set("senseCacheConfiguration", 9, {480 & 0xFF, 480 >> 8});
-  set("senseCacheConfiguration", 22, {600 & 0xFF, 600 >> 8});
+  topology.faults = {model::put("senseConfiguration", 250, {480 & 0xFF, 480 >> 8}),
+                     model::put("senseConfiguration", 480, {1 << 2, 1 << 2}),
+                     model::put("senseCacheConfiguration", 9, {480 & 0xFF, 480 >> 8}),
+                     model::put("senseCacheConfiguration", 22, {600 & 0xFF, 600 >> 8})};
   return topology;
 }
 

@@ -38,8 +38,6 @@ inline constexpr char kUntouched[] = "untouched";
 Outcomes callAll(const DmuPluginDescriptor& plugin, CtrlDevInfo* handle,
                  const std::function<std::string(Operation)>& hardware = nullptr);
 
-std::vector<int32_t> resultsOf(const Outcomes& outcomes);
-
 class ScenarioTest : public PluginTest {
  protected:
   ScenarioTest();

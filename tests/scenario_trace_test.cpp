@@ -3,8 +3,10 @@
 #include <iterator>
 #include <regex>
 
+#include "channel/management_channel.h"
 #include "diagnostics/snapshot_dump.h"
 #include "services/locator_led.h"
+#include "tests/model.h"
 #include "tests/scenario.h"
 
 namespace {
@@ -40,7 +42,16 @@ TEST_F(ScenarioTrace, IsTheKeptOne) {
   PUBLISHED(DmuPluginInit)();
   run();
 
-  // Dumps that no operation makes.
+  // Refusals of opens, and calls and dumps that no operation makes.
+  const DmuDeviceOpenInfo foreign = {.driver = "veltrane2"};
+  const DmuDeviceOpenInfo own = {.driver = kDmuDriver};
+  CtrlDevInfo* none = nullptr;
+  EXPECT_EQ(plugin->openDeviceV2(&foreign, &none), -1);
+  EXPECT_EQ(plugin->openDeviceV2(&own, nullptr), -1);
+  EXPECT_EQ(plugin->openDeviceV2(nullptr, &none), -1);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(PUBLISHED(OrvaInfo_Cleanup)(), 0);
+  EXPECT_EQ(heldByPlugin().channels, 0);
   const uint8_t dumped[10] = {0x0A};
   vlexBlinkDriveLED buffer = {.BlinkDuration = 0x10,
                               .BlinkTimeElapsed = 0x20,
@@ -56,8 +67,7 @@ TEST_F(ScenarioTrace, IsTheKeptOne) {
   CtrlDevInfo* external = open("external");
   CtrlDevInfo* disk = open("disk5");
   const auto set = [&](const char* call, uint32_t from, uint32_t offset, const std::vector<uint8_t>& bytes) {
-    host.addFault(
-        {.call = call, .from = from, .action = simulator::FaultAction::set, .offset = offset, .bytes = bytes});
+    host.addFault(model::put(call, offset, bytes, from));
   };
   const auto look = [&](CtrlDevInfo* handle) {
     callAll(*plugin, handle);

@@ -1,4 +1,4 @@
-// A controller for the tests of the services, with its devices opened.
+// A controller for the tests of the services, with its volume opened.
 #pragma once
 
 #include "tests/host_process.h"
@@ -9,8 +9,6 @@ class Services : public PluginTest {
   /// Three members of a RAID 5 volume in bays 2, 10 and 3, an exposed drive, a drive of no volume, an external volume.
   Services() {
     controller.drives = {model::drive(2), model::drive(10), model::drive(3), model::drive(5, true), model::drive(7)};
-    controller.drives[1].currentTemperature = 41;
-    controller.drives[3].port = "PORTNAME";
     controller.volumes = {model::volume(0, {2, 10, 3}), model::volume(1, {})};
     controller.volumes[1].external = true;
     load();
@@ -21,8 +19,6 @@ class Services : public PluginTest {
     host.load(model::topology(controller));
     host.clearFaults();
     volume = open("volume0");
-    external = open("volume1");
-    disk = open("disk5");
     (void)host.takeCommands();
   }
 
@@ -32,10 +28,7 @@ class Services : public PluginTest {
     (void)host.takeCommands();
     return *info;
   }
-  void warm() { (void)snapshot(); }
 
   simulator::Controller controller = model::controller();
   CtrlDevInfo* volume = nullptr;
-  CtrlDevInfo* external = nullptr;
-  CtrlDevInfo* disk = nullptr;
 };

@@ -24,12 +24,13 @@ class SimulatedHost : public PluginTest {
   }
   ~SimulatedHost() override { host.setClock(nullptr); }
 
-  std::vector<bool> blinking() {
+  std::vector<bool> drivesThat(bool simulator::DriveState::*are) {
     std::vector<bool> drives;
     const auto state = host.state();
-    for (const simulator::DriveState& drive : state.front().drives) drives.push_back(drive.blinking);
+    for (const simulator::DriveState& drive : state.front().drives) drives.push_back(drive.*are);
     return drives;
   }
+  std::vector<bool> blinking() { return drivesThat(&simulator::DriveState::blinking); }
 
   simulator::Controller controller = model::controller();
   uint64_t now = 1000;
@@ -126,12 +127,7 @@ TEST_F(SimulatedHost, AppliesFaultRulesAndCountsTheirHits) {
     hostCalls.now = hostCalls.now.value_or(0) + 31;
     EXPECT_EQ(plugin->getDeviceInfo(volume, &info, error), 0);
   };
-  const auto present = [&] {
-    std::vector<bool> drives;
-    const auto state = host.state();
-    for (const simulator::DriveState& drive : state.front().drives) drives.push_back(drive.present);
-    return drives;
-  };
+  const auto present = [&] { return drivesThat(&simulator::DriveState::present); };
   rebuild();
   EXPECT_THAT(present(), ElementsAre(true, true, true));
   rebuild();

@@ -93,11 +93,7 @@ class StackAlignment : public ScenarioTest {
     EXPECT_NE(info, nullptr);
     OrvaInfo_Devices* volume = &info->devices[0];
     OrvaInfo_Devices drive = info->devices[1];
-    struct {
-      CtrlDevInfo* handle = nullptr;
-    } opened;
-    plugin->openDevice(hba, 1, 0, 0, kDmuDriver, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, &opened.handle);
-    const uint32_t device = word(opened.handle);
+    const uint32_t device = word(open("volume0"));
     const uint32_t text = word(&error);
     pqi_ioctl_passthruCmd_struct record = {};
     vlexLunReportHeader report[8] = {};
@@ -171,7 +167,6 @@ class StackAlignment : public ScenarioTest {
     using std::string;
     reinterpret_cast<string*>(serial)->~string();
     pthread_mutex_unlock(&published<pthread_mutex_t>("pluginMutex"));
-    plugin->closeDevice(opened.handle);
     return calls.size();
   }
 };

@@ -119,9 +119,6 @@ FAULT(sortsByNumber, "location.texts", "got port:box:bay 1I:1:9, port:box:bay 1I
     std::sort(locations, locations + std::max(stored, 0), [](char* a, char* b) { return strverscmp(a, b) < 0; });
   });
 }
-FAULT(throwsAnException, "location.texts", "threw an exception: lost") {
-  broken.getDeviceLocation = [](auto...) -> int32_t { throw std::runtime_error("lost"); };
-}
 FAULT(endsTheProcess, "location.texts", "ended its process with status 3") {
   broken.getDeviceLocation = [](auto...) -> int32_t { _exit(3); };
 }
