@@ -25,10 +25,17 @@ FIELDS
 ./usr/lib/dmu-veltrane-plugin/simulated-host/libvmkmgmt.so
 ./usr/lib/dmu-veltrane-plugin/simulated-host/vmkload_mod
 ./usr/share/doc/dmu-veltrane-plugin/README.md
-./usr/share/man/man1/dmu-host.1
-./usr/share/man/man5/dmu-topology.5
+./usr/share/doc/dmu-veltrane-plugin/changelog.Debian.gz
+./usr/share/doc/dmu-veltrane-plugin/changelog.gz
+./usr/share/doc/dmu-veltrane-plugin/copyright
+./usr/share/doc/dmu-veltrane-plugin/simulator/built_in_topology.json
+./usr/share/lintian/overrides/dmu-veltrane-plugin
+./usr/share/man/man1/dmu-host.1.gz
+./usr/share/man/man5/dmu-topology.5.gz
 FILES
 )
+# The notices of the two libraries whose code is in it.
+[[ $(grep -cE '^Upstream-Name: (CLI11|nlohmann-json)$' "$work/tree/usr/share/doc/dmu-veltrane-plugin/copyright") == 2 ]]
 cd /
 "$work/tree/usr/bin/dmu-host" list | diff - <("$build/dmu-host" list)
 home=$work/tree/usr/lib/dmu-veltrane-plugin
