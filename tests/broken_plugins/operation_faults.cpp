@@ -46,6 +46,9 @@ FAULT(namesAMissingRecord, "operations.null-output", "expected \"text from befor
 FAULT(hidesFailure, "operations.unknown-controller", "temperature of a controller that is not there: expected result") {
   afterwards<&Plugin::getDeviceTemperature>([](int32_t& result, auto...) { result = std::max(result, 0); });
 }
+FAULT(hidesAFailedSwitch, "operations.unknown-controller", "write cache on of a controller that is not there") {
+  afterwards<&Plugin::cacheOn>([](int32_t& result, auto...) { result = std::max(result, 0); });
+}
 FAULT(writesBeforeItFails, "operations.unknown-device", "it failed, but wrote to the host's record") {
   afterwards<&Plugin::getDeviceInfo>([](int32_t result, auto*, auto* information, auto&) {
     if (result != 0 && information != nullptr) *information = {};
