@@ -52,6 +52,8 @@ class JsonNode {
   }
 
   [[nodiscard]] const Json& json() const { return value_; }
+  [[nodiscard]] const std::string& file() const { return file_; }
+  [[nodiscard]] const std::string& path() const { return path_; }
 
  private:
   [[nodiscard]] JsonNode child(const std::string& key) const;

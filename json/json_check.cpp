@@ -116,8 +116,9 @@ std::optional<std::string> mistakeInJson(const std::string& text) {
 }
 
 std::string pointerPart(std::string_view key) {
+  const std::string quoted = json(cut(key)).dump(-1, ' ', true, json::error_handler_t::replace);
   std::string text = "/";
-  for (const char c : cut(key)) {
+  for (const char c : std::string_view(quoted).substr(1, quoted.size() - 2)) {
     if (c == '~') {
       text += "~0";
     } else if (c == '/') {

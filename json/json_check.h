@@ -12,7 +12,7 @@ namespace input {
 ///         column or a JSON pointer, or the reason alone when it is about the whole
 [[nodiscard]] std::optional<std::string> mistakeInJson(const std::string& text);
 
-/// A key as a part of a JSON pointer, with the slash before it.
+/// A key as a part of a JSON pointer, with the slash before it, spelt in ASCII as JSON spells texts.
 [[nodiscard]] std::string pointerPart(std::string_view key);
 
 }  // namespace input

@@ -27,8 +27,11 @@ size_t distance(std::string_view a, std::string_view b) {
 }
 
 bool hasControlCharacter(std::string_view text) {
-  return std::any_of(text.begin(), text.end(),
-                     [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+  for (size_t at = 0; at < text.size(); ++at) {
+    if (static_cast<unsigned char>(text[at]) < 0x20 || text[at] == 0x7F) return true;
+    if (text[at] == '\xC2' && text.substr(at + 1, 1) < "\xA0") return true;  // U+0080 to U+009F in UTF-8
+  }
+  return false;
 }
 
 }  // namespace
@@ -103,6 +106,19 @@ bool JsonObject::text(const char* key, std::string& field, Need need, size_t lea
   return true;
 }
 
+bool JsonObject::bytes(const char* key, std::vector<uint8_t>& field, Need need) {
+  const nlohmann::json* found = find(key, need);
+  if (found == nullptr) return false;
+  const std::string* text = found->get_ptr<const std::string*>();
+  const auto bytes = text != nullptr ? fromHex(*text) : std::nullopt;
+  if (!bytes) {
+    refuse(key, "must be a text of hexadecimal digits, two a byte, not " + shown(*found));
+    return false;
+  }
+  field = *bytes;
+  return true;
+}
+
 bool JsonObject::hex(const char* key, std::span<uint8_t> field, Need need) {
   const nlohmann::json* found = find(key, need);
   if (found == nullptr) return false;
@@ -126,11 +142,11 @@ std::vector<JsonObject::Element> JsonObject::list(const char* key, Need need) {
   return elements;
 }
 
-void JsonObject::refuseUnknownKeys() {
+void JsonObject::refuseUnknownKeys(std::string_view reason) {
   if (!value_.is_object() || mistakes_.enough()) return;
   for (const auto& [key, value] : value_.items())
     if (std::find(known_.begin(), known_.end(), key) == known_.end())
-      mistakes_.add(pathOf(key), "unknown key" + suggestion(cut(key), known_));
+      mistakes_.add(pathOf(key), std::string(reason) + suggestion(cut(key), known_));
 }
 
 }  // namespace input

@@ -33,6 +33,9 @@ class JsonObject {
   bool flag(const char* key, bool& field, Need need);
   bool text(const char* key, std::string& field, Need need, size_t least, size_t most);
 
+  /// Text of hexadecimal digits, two a byte.
+  bool bytes(const char* key, std::vector<uint8_t>& field, Need need);
+
   /// Text of hexadecimal digits that fills the field.
   bool hex(const char* key, std::span<uint8_t> field, Need need);
 
@@ -47,7 +50,8 @@ class JsonObject {
   const nlohmann::json* find(const char* key, Need need);
 
   /// Reports the keys that nobody asked for.
-  void refuseUnknownKeys();
+  /// @param reason  what they are
+  void refuseUnknownKeys(std::string_view reason = "unknown key");
 
   void refuse(const char* key, std::string_view reason) { mistakes_.add(pathOf(key), reason); }
   [[nodiscard]] std::string pathOf(std::string_view key) const;

@@ -22,7 +22,10 @@ class Mistakes {
     if (!text_.empty()) text_ += '\n';
     text_.append(file_).append(": ").append(++count_ < kMost ? mistake : "more mistakes than are told here");
   }
-  [[nodiscard]] bool none() const { return text_.empty(); }
+  [[nodiscard]] bool none() const { return count_ == 0; }
+
+  /// How many there are, up to the number that is told.
+  [[nodiscard]] size_t count() const { return count_; }
 
   /// No more are taken: nobody reads on.
   [[nodiscard]] bool enough() const { return count_ == kMost; }

@@ -6,6 +6,7 @@
 
 #include "json/hex.h"
 #include "json/input.h"
+#include "simulator/disk_identity.h"
 #include "simulator/drive_address.h"
 
 namespace simulator {
@@ -85,10 +86,10 @@ FaultRule readFault(const JsonObject::Element& element, Mistakes& mistakes) {
   rule.where = mistakes.file() + ": " + element.path;
   JsonObject object(element.value, element.path, mistakes);
   readCall(object, rule);
-  object.text("controller", rule.controller, Need::optional, 1, kMostText);
+  object.text("controller", rule.controller, Need::optional, 1, kMostHbaName);
   readDriveOfRule(object, rule);
   readVolumeOfRule(object, rule);
-  object.text("device", rule.device, Need::optional, 1, kMostText);
+  readDevice(object, rule.device, Need::optional);
   object.number("from", rule.from, Need::optional, 1);
   object.number("count", rule.count, Need::optional, 1);
   readAction(object, rule);

@@ -1,20 +1,22 @@
 // The state of the hardware as JSON text.
 #include "simulator/state_file.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 
 #include "json/hex.h"
-#include "json/input.h"
+#include "json/json_object.h"
 #include "json/json_text.h"
 
 namespace simulator {
 namespace {
 
+using input::JsonObject;
+using input::Mistakes;
+using input::Need;
 using nlohmann::json;
 
 constexpr const char* kStateFormat = "dmu-simulated-host-state";
-constexpr int kStateVersion = 1;
+constexpr uint32_t kStateVersion = 1;
 
 json controllerState(const ControllerModel& controller) {
   const BlinkState& blink = controller.blink.state();
@@ -26,37 +28,57 @@ json controllerState(const ControllerModel& controller) {
           {"cacheConfiguration", input::toHex(controller.settings.cacheConfiguration())}};
 }
 
-Bytes bytesAt(const json& object, const char* key) {
-  return input::fromHex(object.at(key).get<std::string>()).value_or(Bytes{});
+/// @param buffer  as this topology's controller has it; receives as many other bytes
+void readBuffer(JsonObject& state, const char* key, Bytes& buffer) {
+  Bytes bytes;
+  if (!state.bytes(key, bytes, Need::required)) return;
+  if (bytes.size() != buffer.size())
+    return state.refuse(key, "must be " + std::to_string(buffer.size()) +
+                                 " bytes, as on this topology's controller, not " + std::to_string(bytes.size()));
+  buffer = bytes;
 }
 
-/// @return false when the buffers are not this controller's; throws when a key is missing or of another type
-bool restoreController(const json& state, ControllerModel& controller) {
-  BlinkState blink;
-  blink.duration = state.at("blinkDuration").get<uint32_t>();
-  blink.started = state.at("blinkStarted").get<uint64_t>();
-  blink.enable = bytesAt(state, "blinkEnable");
-  blink.extended = bytesAt(state, "blinkExtended");
-  return controller.blink.restore(blink) &&
-         controller.settings.restore(bytesAt(state, "parameters"), bytesAt(state, "cacheConfiguration"));
+void readController(const JsonObject::Element& element, ControllerModel& controller, Mistakes& mistakes) {
+  const size_t before = mistakes.count();
+  BlinkState blink = controller.blink.state();
+  Bytes parameters = controller.settings.parameters();
+  Bytes cacheConfiguration = controller.settings.cacheConfiguration();
+  JsonObject object(element.value, element.path, mistakes);
+  object.number("blinkDuration", blink.duration, Need::required);
+  object.number("blinkStarted", blink.started, Need::required);
+  readBuffer(object, "blinkEnable", blink.enable);
+  readBuffer(object, "blinkExtended", blink.extended);
+  readBuffer(object, "parameters", parameters);
+  readBuffer(object, "cacheConfiguration", cacheConfiguration);
+  object.refuseUnknownKeys();
+  if (mistakes.count() == before &&
+      !(controller.blink.restore(blink) && controller.settings.restore(parameters, cacheConfiguration)))
+    object.refuse("cacheConfiguration", "must have the offsets and lengths of this topology's controller");
 }
 
-std::optional<std::string> restoreAll(const json& document, std::vector<ControllerModel>& controllers) {
-  if (!document.is_object() || document.value("format", "") != kStateFormat) return "not a state of the simulated host";
-  if (document.value("version", 0) != kStateVersion)
-    return "a state of another version; this program knows version " + std::to_string(kStateVersion);
-
-  std::vector<ControllerModel> restored = controllers;
-  for (const auto& [hba, state] : document.at("controllers").items()) {
-    const auto found = std::find_if(restored.begin(), restored.end(), [name = std::string_view(hba)](const auto& each) {
-      return each.config.hba == name;
-    });
-    if (found == restored.end())
-      return "it holds the state of " + input::cut(hba) + ", which this topology does not have";
-    if (!restoreController(state, *found)) return "the state of " + hba + " does not fit this topology's controller";
+void readControllers(const JsonObject::Element& element, std::vector<ControllerModel>& controllers,
+                     Mistakes& mistakes) {
+  JsonObject object(element.value, element.path, mistakes);
+  for (ControllerModel& controller : controllers) {
+    const char* hba = controller.config.hba.c_str();
+    if (const json* state = object.find(hba, Need::optional))
+      readController({*state, object.pathOf(hba)}, controller, mistakes);
   }
-  controllers = std::move(restored);
-  return std::nullopt;
+  object.refuseUnknownKeys("no controller of this topology");
+}
+
+void readAll(const json& document, std::vector<ControllerModel>& controllers, Mistakes& mistakes) {
+  JsonObject object(document, "", mistakes);
+  const json* format = object.find("format", Need::optional);
+  if (format == nullptr || *format != kStateFormat) return mistakes.add("not a state of the simulated host");
+  uint32_t version = kStateVersion;
+  object.number("version", version, Need::required);
+  if (version != kStateVersion)
+    return object.refuse("version", "a state of version " + std::to_string(version) + "; this program knows version " +
+                                        std::to_string(kStateVersion));
+  if (const json* states = object.find("controllers", Need::required))
+    readControllers({*states, object.pathOf("controllers")}, controllers, mistakes);
+  object.refuseUnknownKeys();
 }
 
 }  // namespace
@@ -71,16 +93,13 @@ std::string stateText(const std::vector<ControllerModel>& controllers) {
 
 std::optional<std::string> restoreState(const std::string& text, const std::string& name,
                                         std::vector<ControllerModel>& controllers) {
-  input::Mistakes mistakes(name);
+  Mistakes mistakes(name);
   const json document = input::parseJson(text, mistakes);
+  std::vector<ControllerModel> restored = controllers;
+  if (mistakes.none()) readAll(document, restored, mistakes);
   if (!mistakes.none()) return mistakes.text();
-  try {
-    if (const auto mistake = restoreAll(document, controllers)) return name + ": " + *mistake;
-    return std::nullopt;
-  } catch (const json::exception& mistake) {
-    const std::string message = mistake.what();  // "[json.exception.KIND.NUMBER] TEXT"
-    return name + ": damaged: " + message.substr(message.find("] ") + 2);
-  }
+  controllers = std::move(restored);
+  return std::nullopt;
 }
 
 }  // namespace simulator

@@ -17,7 +17,8 @@ namespace simulator {
 
 /// Gives the controllers the state in `text`; a controller that it does not name keeps its own.
 /// @param name  of the file, for messages
-/// @return nothing, or why the text is no state of these controllers, which are unchanged then: "NAME: REASON"
+/// @return nothing, or why the text is no state of these controllers, which are unchanged then: a line "NAME: JSON
+///         POINTER: REASON" for each mistake
 [[nodiscard]] std::optional<std::string> restoreState(const std::string& text, const std::string& name,
                                                       std::vector<ControllerModel>& controllers);
 

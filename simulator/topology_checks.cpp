@@ -6,6 +6,7 @@
 #include <set>
 #include <string>
 
+#include "json/unique.h"
 #include "simulator/drive_address.h"
 #include "simulator/raid_levels.h"
 #include "simulator/wire.h"
@@ -14,6 +15,7 @@ namespace simulator {
 namespace {
 
 using input::Mistakes;
+using input::Unique;
 
 std::string at(const std::string& path, size_t index) {
   return path + "/" + std::to_string(index);
@@ -22,21 +24,6 @@ std::string at(const std::string& path, size_t index) {
 std::string count(size_t number, const char* thing) {
   return std::to_string(number) + " " + thing + (number == 1 ? "" : "s");
 }
-
-/// Names of which each may be used once; remembers where.
-class Unique {
- public:
-  Unique(const char* what, Mistakes& mistakes) : what_(what), mistakes_(mistakes) {}
-  void claim(const std::string& value, const std::string& path) {
-    const auto [first, isNew] = places_.emplace(value, path);
-    if (!isNew) mistakes_.add(path, std::string(what_) + " " + value + " is already used at " + first->second);
-  }
-
- private:
-  const char* what_;
-  Mistakes& mistakes_;
-  std::map<std::string, std::string> places_;
-};
 
 void checkLimits(const Controller& controller, const std::string& path, Mistakes& mistakes) {
   for (size_t i = 0; i < controller.drives.size(); ++i) {

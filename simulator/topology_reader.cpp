@@ -5,6 +5,7 @@
 
 #include "json/json_object.h"
 #include "json/json_text.h"
+#include "simulator/disk_identity.h"
 #include "simulator/drive_address.h"
 #include "simulator/fault_reader.h"
 #include "simulator/raid_levels.h"
@@ -17,29 +18,10 @@ using input::Mistakes;
 using input::Need;
 using nlohmann::json;
 
-constexpr size_t kDeviceName = 200;
-constexpr size_t kHbaName = 155;
 constexpr size_t kDriveSerial = 40;
 constexpr size_t kVolumeSerial = 60;
 constexpr size_t kPortName = 64;
 constexpr size_t kLabel = 64;
-
-PciIdentity readPci(const json& value, const std::string& path, Mistakes& mistakes) {
-  PciIdentity pci;
-  JsonObject object(value, path, mistakes);
-  object.flag("isPciDevice", pci.isPciDevice, Need::optional);
-  object.number("segment", pci.segment, Need::optional);
-  object.number("bus", pci.bus, Need::optional);
-  object.number("slot", pci.slot, Need::optional, 0, 31);
-  object.number("function", pci.function, Need::optional, 0, 7);
-  object.number("vendorId", pci.vendorId, Need::optional);
-  object.number("subVendorId", pci.subVendorId, Need::optional);
-  object.number("deviceId", pci.deviceId, Need::optional);
-  object.number("subDeviceId", pci.subDeviceId, Need::optional);
-  object.number("physicalSlot", pci.physicalSlot, Need::optional);
-  object.refuseUnknownKeys();
-  return pci;
-}
 
 Drive readDrive(const JsonObject::Element& element, Mistakes& mistakes) {
   Drive drive;
@@ -47,7 +29,7 @@ Drive readDrive(const JsonObject::Element& element, Mistakes& mistakes) {
   object.number("bus", drive.bus, Need::required, kLeastBus, kMostBus);
   object.number("target", drive.target, Need::required);
   object.flag("exposed", drive.exposed, Need::optional);
-  object.text("device", drive.device, drive.exposed ? Need::required : Need::optional, 1, kDeviceName);
+  readDevice(object, drive.device, drive.exposed ? Need::required : Need::optional);
   object.text("serial", drive.serial, Need::required, 1, kDriveSerial);
   object.text("port", drive.port, Need::required, 1, kPortName);
   object.number("box", drive.box, Need::required);
@@ -74,7 +56,7 @@ Volume readVolume(const JsonObject::Element& element, Mistakes& mistakes) {
   Volume volume;
   JsonObject object(element.value, element.path, mistakes);
   object.number("number", volume.number, Need::required, 0, 0x3FFFFFFF);
-  object.text("device", volume.device, Need::required, 1, kDeviceName);
+  readDevice(object, volume.device, Need::required);
   object.text("serial", volume.serial, Need::required, 1, kVolumeSerial);
   object.text("label", volume.label, Need::optional, 0, kLabel);
   std::string level;
@@ -96,9 +78,9 @@ Volume readVolume(const JsonObject::Element& element, Mistakes& mistakes) {
 Controller readController(const JsonObject::Element& element, Mistakes& mistakes) {
   Controller controller;
   JsonObject object(element.value, element.path, mistakes);
-  object.text("hba", controller.hba, Need::required, 1, kHbaName);
+  object.text("hba", controller.hba, Need::required, 1, kMostHbaName);
   if (const json* pci = object.find("pci", Need::optional))
-    controller.pci = readPci(*pci, object.pathOf("pci"), mistakes);
+    controller.pci = readPci({*pci, object.pathOf("pci")}, mistakes);
   object.number("maxPhysDevicesSupported", controller.maxPhysDevicesSupported, Need::required, 1);
   object.number("maxPhysDrivesPerLogicalUnit", controller.maxPhysDrivesPerLogicalUnit, Need::required, 1);
   object.number("maxLogicalDrivesSupported", controller.maxLogicalDrivesSupported, Need::required, 1);
@@ -115,13 +97,13 @@ Controller readController(const JsonObject::Element& element, Mistakes& mistakes
 ForeignDisk readForeignDisk(const JsonObject::Element& element, Mistakes& mistakes) {
   ForeignDisk disk;
   JsonObject object(element.value, element.path, mistakes);
-  object.text("device", disk.device, Need::required, 1, kDeviceName);
+  readDevice(object, disk.device, Need::required);
   object.text("serial", disk.serial, Need::required, 1, kVolumeSerial);
-  object.text("hba", disk.hba, Need::required, 1, kHbaName);
+  object.text("hba", disk.hba, Need::required, 1, kMostHbaName);
   object.number("channel", disk.channel, Need::optional);
   object.number("target", disk.target, Need::optional);
   object.number("lun", disk.lun, Need::optional);
-  object.text("driver", disk.driver, Need::required, 1, kHbaName);
+  object.text("driver", disk.driver, Need::required, 1, kMostDriverName);
   object.refuseUnknownKeys();
   return disk;
 }

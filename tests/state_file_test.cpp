@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -110,6 +111,57 @@ TEST_F(StateFile, HoldsTheOldStateOrTheNewOneWheneverItsWriterIsKilled) {
   }
   EXPECT_TRUE(replaced) << "killed after the last call that matters";
   EXPECT_GE(points - 1, 5) << "the temporary file, its bytes, their way to the disk, and the renaming";
+}
+
+TEST_F(StateFile, IsRefusedWithEveryMistakeInItAndChangesNothingThen) {
+  load(small());
+  ASSERT_EQ(host.useStateFile(file, simulator::StateUse::change), std::nullopt);
+  ASSERT_EQ(plugin->cacheOn(open("volume0"), error), 2);
+  const auto good = nlohmann::json::parse(content());
+  ASSERT_EQ(host.useStateFile("", simulator::StateUse::look), std::nullopt);
+  load(small());
+  const std::string hba = "/controllers/" + small().controllers.front().hba;
+
+  // What is done to the good state, and what is said of it after the file's name.
+  struct Damage {
+    std::string patch;
+    std::vector<std::string> says;
+  };
+  const auto replace = [](const std::string& path, const std::string& value) {
+    return R"([{"op": "add", "path": ")" + path + R"(", "value": )" + value + "}]";
+  };
+  const Damage damages[] = {
+      {replace("", "[]"), {"/: must be an object, not a list", "not a state of the simulated host"}},
+      {replace("/format", "1"), {"not a state of the simulated host"}},
+      {replace("/version", "2"), {"/version: a state of version 2; this program knows version 1"}},
+      {replace("/version", "\"1\""), {R"(/version: must be a whole number from 0 to 4294967295, not "1")"}},
+      {R"([{"op": "remove", "path": "/controllers"}, {"op": "add", "path": "/controller", "value": {}}])",
+       {"/controllers: is missing", R"(/controller: unknown key; did you mean "controllers"?)"}},
+      {replace("/controllers", "[]"), {"/controllers: must be an object, not a list"}},
+      {replace("/controllers/a~1b", "{}"), {"/controllers/a~1b: no controller of this topology"}},
+      {replace(hba, R"({"blinkDuration": -1, "blinkStarted": 1.5, "blinkEnable": "0", "blinkExtended": "00",
+                        "parameters": 0, "cacheConfig": ""})"),
+       {hba + "/blinkDuration: must be a whole number from 0 to 4294967295, not -1",
+        hba + "/blinkStarted: must be a whole number from 0 to 18446744073709551615, not 1.5",
+        hba + R"(/blinkEnable: must be a text of hexadecimal digits, two a byte, not "0")",
+        hba + "/blinkExtended: must be 0 bytes, as on this topology's controller, not 1",
+        hba + "/parameters: must be a text of hexadecimal digits, two a byte, not 0",
+        hba + "/cacheConfiguration: is missing", hba + "/cacheConfig: unknown key"}},
+      {replace(
+           hba + "/cacheConfiguration",
+           '"' + std::string(good["controllers"].front()["cacheConfiguration"].get<std::string>().size(), '0') + '"'),
+       {hba + "/cacheConfiguration: must have the offsets and lengths of this topology's controller"}},
+  };
+  for (const Damage& damage : damages) {
+    std::ofstream(file) << good.patch(nlohmann::json::parse(damage.patch));
+    std::string said;
+    for (const std::string& mistake : damage.says) said += (said.empty() ? "" : "\n") + file + ": " + mistake;
+    EXPECT_EQ(host.useStateFile(file, simulator::StateUse::look), said);
+    EXPECT_FALSE(host.state().front().volumes.front().volume.cacheOn);
+  }
+  std::ofstream(file) << good;
+  EXPECT_EQ(host.useStateFile(file, simulator::StateUse::look), std::nullopt);
+  EXPECT_TRUE(host.state().front().volumes.front().volume.cacheOn);
 }
 
 TEST_F(StateFile, KeepsTheChangesOfOthersWhoeverMeantToLookAlone) {

@@ -1,67 +1,69 @@
-// Reads and checks the inventory file: no unknown key, none missing that must be there, every number in its range, no
-// disk twice.
+// Reads the inventory file, disk by disk, with every mistake that is in it.
 #include "host/disks/inventory.h"
 
-#include <set>
-
-#include "host/json_file.h"
-#include "host/json_node.h"
-#include "json/input.h"
+#include "host/file_content.h"
+#include "host/refusal.h"
+#include "json/json_text.h"
+#include "json/unique.h"
+#include "simulator/disk_identity.h"
 
 namespace host {
 namespace {
 
-/// The keys of a controller's "pci" in a topology, each optional as there.
-simulator::PciIdentity pciOf(const JsonNode& node) {
-  node.mustBeObjectOf({"isPciDevice", "segment", "bus", "slot", "function", "vendorId", "subVendorId", "deviceId",
-                       "subDeviceId", "physicalSlot"});
-  simulator::PciIdentity pci;
-  if (node.has("isPciDevice")) pci.isPciDevice = node.at("isPciDevice").truth();
-  node.readInto("segment", pci.segment);
-  node.readInto("bus", pci.bus);
-  node.readInto("slot", pci.slot);
-  node.readInto("function", pci.function);
-  node.readInto("vendorId", pci.vendorId);
-  node.readInto("subVendorId", pci.subVendorId);
-  node.readInto("deviceId", pci.deviceId);
-  node.readInto("subDeviceId", pci.subDeviceId);
-  node.readInto("physicalSlot", pci.physicalSlot);
-  return pci;
+using input::JsonObject;
+using input::Need;
+
+std::vector<HostDisk> readDisks(const nlohmann::json& document, input::Mistakes& mistakes) {
+  std::vector<HostDisk> disks;
+  input::Unique devices("device", mistakes);
+  input::Unique addresses("address", mistakes);
+  JsonObject object(document, "", mistakes);
+  for (const auto& element : object.list("disks", Need::required)) {
+    const size_t before = mistakes.count();
+    const HostDisk disk = diskOf(element, mistakes);
+    const bool isWhole = mistakes.count() == before;
+    if (!disk.device.empty()) devices.claim(disk.device, element.path + "/device");
+    if (isWhole) addresses.claim(disk.hba + ":" + addressOf(disk), element.path);
+    disks.push_back(disk);
+  }
+  object.refuseUnknownKeys();
+  return disks;
 }
 
 }  // namespace
 
-HostDisk diskOf(const JsonNode& node) {
-  node.mustBeObjectOf({"device", "hba", "channel", "target", "lun", "driver", "pci"});
+HostDisk diskOf(const JsonObject::Element& element, input::Mistakes& mistakes) {
   HostDisk disk;
-  disk.device = node.at("device").text();
-  if (disk.device.find('/') != std::string::npos)
-    node.at("device").refuse("must be a name below /dev/disks, without /");
-  disk.hba = node.at("hba").text();
-  disk.channel = node.at("channel").number<uint32_t>();
-  disk.target = node.at("target").number<uint32_t>();
-  disk.lun = node.at("lun").number<uint32_t>();
-  disk.driver = node.at("driver").text();
+  JsonObject object(element.value, element.path, mistakes);
+  simulator::readDevice(object, disk.device, Need::required);
+  object.text("hba", disk.hba, Need::required, 1, simulator::kMostHbaName);
+  object.number("channel", disk.channel, Need::required);
+  object.number("target", disk.target, Need::required);
+  object.number("lun", disk.lun, Need::required);
+  object.text("driver", disk.driver, Need::required, 1, simulator::kMostDriverName);
   disk.pci.isPciDevice = false;
-  if (node.has("pci")) disk.pci = pciOf(node.at("pci"));
+  if (const nlohmann::json* pci = object.find("pci", Need::optional))
+    disk.pci = simulator::readPci({*pci, object.pathOf("pci")}, mistakes);
+  object.refuseUnknownKeys();
+  return disk;
+}
+
+HostDisk diskOf(const JsonNode& node) {
+  const nlohmann::json value = node.json();
+  input::Mistakes mistakes(node.file());
+  HostDisk disk = diskOf({value, node.path()}, mistakes);
+  if (!mistakes.none()) throw Refusal(mistakes.text().substr(0, mistakes.text().find('\n')));
   return disk;
 }
 
 std::vector<HostDisk> readInventory(const std::string& file) {
-  const Json json = readJsonFile(file);
-  const JsonNode root(json, file);
-  root.mustBeObjectOf({"disks"});
-  std::vector<HostDisk> disks;
-  std::set<std::string> devices;
-  std::set<std::string> addresses;
-  for (const JsonNode& node : root.at("disks").elements()) {
-    HostDisk disk = diskOf(node);
-    if (!devices.insert(disk.device).second)
-      node.at("device").refuse("\"" + input::cut(disk.device) + "\" is named twice");
-    const std::string address = disk.hba + ":" + addressOf(disk);
-    if (!addresses.insert(address).second) node.refuse("another disk has the address " + input::cut(address) + " too");
-    disks.push_back(std::move(disk));
-  }
+  std::string error;
+  const auto content = readFile(file, error);
+  if (!content) throw Refusal(file + ": cannot be read: " + error);
+  input::Mistakes mistakes(file);
+  const nlohmann::json document = input::parseJson(*content, mistakes);
+  std::vector<HostDisk> disks = mistakes.none() ? readDisks(document, mistakes) : std::vector<HostDisk>{};
+  if (!mistakes.none()) throw Refusal(mistakes.text());
   return disks;
 }
 

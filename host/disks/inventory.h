@@ -7,15 +7,20 @@
 
 #include "host/disks/host_disk.h"
 #include "host/json_node.h"
+#include "json/json_object.h"
 
 namespace host {
 
 /// Reads an inventory file.
-/// @throws Refusal  "FILE: JSON PATH: REASON" for the first mistake
+/// @throws Refusal  "FILE: JSON POINTER: REASON", a line for each mistake
 [[nodiscard]] std::vector<HostDisk> readInventory(const std::string& file);
 
-/// One disk, as the file has it.
-/// @throws Refusal  as above
+/// Reads one disk, as the file has it.
+/// @return the disk; of no use when there are mistakes
+[[nodiscard]] HostDisk diskOf(const input::JsonObject::Element& element, input::Mistakes& mistakes);
+
+/// The same for a line of a recording.
+/// @throws Refusal  the same for the first mistake
 [[nodiscard]] HostDisk diskOf(const JsonNode& node);
 
 }  // namespace host
