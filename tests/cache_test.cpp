@@ -43,6 +43,10 @@ TEST_F(Cache, AFailedOpenLeavesTheChannelOpenAndOnlyAFailedRebuildCostsTheSnapsh
   }
   EXPECT_EQ(std::memcmp(info, std::make_unique<OrvaInfo>().get(), sizeof(*info)), 0);
   EXPECT_EQ(expectOpened("vmhba3", true), info) << "rebuilt in the same memory";
+  host.addFault({.call = "init", .action = FaultAction::error, .value = 3});
+  PUBLISHED(OrvaInfo_CloseCtrl)(nullptr);
+  EXPECT_EQ(openCtrl("vmhba3"), nullptr);
+  EXPECT_STREQ(info->hbaName, "vmhba3");
 }
 
 TEST_F(Cache, UnknownAndOverlongNamesAndBadSlotsAreHandled) {
