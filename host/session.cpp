@@ -118,6 +118,12 @@ const DmuPluginDescriptor& Session::plugin() {
   return plugin_->descriptor();
 }
 
+const model::Controllers& Session::controllers() {
+  for (const InterceptedCommand& command : commands_.since(commandsSeen_)) controllers_.see(command);
+  commandsSeen_ = commands_.size();
+  return controllers_;
+}
+
 std::string Session::pluginFile() const {
   return options_.pluginFile.empty() ? defaultPluginFile() : options_.pluginFile;
 }

@@ -11,6 +11,7 @@
 #include "host/interception/command_log.h"
 #include "host/loading/loaded_plugin.h"
 #include "host/loading/management_library.h"
+#include "host/model/controllers.h"
 #include "host/output/terminal.h"
 #include "host/recording/recorder.h"
 #include "host/recording/replay.h"
@@ -89,6 +90,9 @@ class Session {
   [[nodiscard]] Report& report() { return report_; }
   [[nodiscard]] CommandLog& commands() { return commands_; }
 
+  /// The controllers as the commands show them that passed so far; valid until the next command.
+  const model::Controllers& controllers();
+
  private:
   /// The files that the run reads or keeps, as far as they are named.
   [[nodiscard]] std::vector<recording::RunFile> ownFiles() const;
@@ -102,6 +106,8 @@ class Session {
   std::unique_ptr<recording::Recorder> recorder_;
   std::unique_ptr<recording::Replay> replay_;
   CommandLog commands_;  // in front of those two
+  model::Controllers controllers_;
+  size_t commandsSeen_ = 0;  // by controllers_
   std::optional<ManagementLibrary> library_;
   bool switches_ = false;
   bool prepared_ = false;

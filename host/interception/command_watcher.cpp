@@ -1,16 +1,26 @@
 // Passes each call on; a pass-through command with what it is and what came back.
 #include "host/interception/command_watcher.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "host/interception/interception.h"
 
 namespace host {
 
+namespace wire = simulator::wire;
+
+/// How many bytes of a command's buffer mean something: of a report those that it announces.
+static size_t meaningfulBytes(const simulator::DecodedCommand& command, const uint8_t* data) {
+  if (!command.layout->isReport() || command.length < sizeof(wire::ReportHeader)) return command.length;
+  wire::ReportHeader header{};
+  std::memcpy(&header, data, sizeof(header));
+  return std::min<size_t>(command.length, sizeof(header) + size_t{header.listLength.value()});
+}
+
 static void copyData(InterceptedCommand& command) {
   const auto* data = reinterpret_cast<const uint8_t*>(static_cast<uintptr_t>(command.record.buffer));
-  const bool isBmic = command.command && !command.command->layout->isReport();
-  if (isBmic && data != nullptr) command.data.assign(data, data + command.command->length);
+  if (command.command && data != nullptr) command.data.assign(data, data + meaningfulBytes(*command.command, data));
 }
 
 void CommandWatcher::stepInFront() {
@@ -31,8 +41,25 @@ int32_t CommandWatcher::closeChannel(vmk_MgmtUserHandle* channel) {
 }
 
 int32_t CommandWatcher::invoke(const CallbackCall& call) {
-  const bool isCommand = call.id == kPassthruCallback && call.count == kPassthruParameters;
-  return isCommand ? passOn(call) : next_->invoke(call);
+  if (call.id == kPassthruCallback && call.count == kPassthruParameters) return passOn(call);
+  if (call.id == kQueryCallback && call.count == kQueryParameters) return listInstances(call);
+  return next_->invoke(call);
+}
+
+int32_t CommandWatcher::listInstances(const CallbackCall& call) {
+  const int32_t result = next_->invoke(call);
+  uint32_t status = 0;
+  if (result == 0) std::memcpy(&status, call.parameters[1], sizeof(status));
+  if (result != 0 || status != 0) return result;
+  wire::InstanceList list{};
+  std::memcpy(&list, call.parameters[0], sizeof(list));
+  const std::lock_guard lock(mutex_);
+  instances_.clear();
+  for (uint32_t number = 0; number < wire::kInstances; ++number) {
+    const wire::InstanceEntry& entry = list.entries[number];
+    if (entry.id != wire::kUnusedInstance) instances_[number] = {entry.name, strnlen(entry.name, sizeof(entry.name))};
+  }
+  return result;
 }
 
 int32_t CommandWatcher::passOn(const CallbackCall& call) {
@@ -40,6 +67,10 @@ int32_t CommandWatcher::passOn(const CallbackCall& call) {
   std::memcpy(&command.instance, call.parameters[0], sizeof(command.instance));
   std::memcpy(&command.record, call.parameters[1], sizeof(command.record));
   command.command = simulator::decodeCommand(command.record);
+  {
+    const std::lock_guard lock(mutex_);
+    if (const auto name = instances_.find(command.instance); name != instances_.end()) command.hba = name->second;
+  }
   const bool isWrite = command.command && command.command->layout->toController;
   if (isWrite) copyData(command);
 

@@ -4,7 +4,10 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
+#include <mutex>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "host/interception/host_calls.h"
@@ -15,9 +18,10 @@ namespace host {
 /// One pass-through command on its way to the driver, and what came back.
 struct InterceptedCommand {
   uint32_t instance = 0;                             ///< the controller's number in the driver
+  std::string hba;                                   ///< its name by the driver's list; empty: the list has none
   simulator::wire::PassthruRecord record{};          ///< as the caller passed it
   std::optional<simulator::DecodedCommand> command;  ///< nothing for a CDB that is none of the known commands
-  std::vector<uint8_t> data;  ///< of a BMIC command: to the controller, or the reply when it succeeded
+  std::vector<uint8_t> data;  ///< to the controller, or the reply when it succeeded: of a report as far as it goes
   bool wasHeldBack = false;   ///< not sent; the caller was told that all went well
   int32_t result = 0;         ///< of the management call
   uint32_t driverStatus = 0;
@@ -55,8 +59,11 @@ class CommandWatcher : public HostCalls {
 
  private:
   int32_t passOn(const CallbackCall& call);
+  int32_t listInstances(const CallbackCall& call);
 
-  HostCalls* next_ = nullptr;  // null: not in front
+  std::mutex mutex_;
+  std::map<uint32_t, std::string> instances_;  // names by number, as the driver listed them last
+  HostCalls* next_ = nullptr;                  // null: not in front
 };
 
 }  // namespace host

@@ -1,0 +1,28 @@
+// All controllers of which commands passed.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "host/interception/command_watcher.h"
+#include "host/model/controller.h"
+
+namespace host::model {
+
+class Controllers {
+ public:
+  /// Takes what a command shows of its controller. A snapshot begins with identify controller, which forgets what was
+  /// known of the controller before; commands that failed or were held back show nothing else.
+  void see(const InterceptedCommand& command);
+
+  /// @return null when no snapshot of the controller was read
+  [[nodiscard]] const Controller* find(const std::string& hba) const;
+
+  /// By HBA.
+  [[nodiscard]] const std::map<std::string, Controller>& all() const { return controllers_; }
+
+ private:
+  std::map<std::string, Controller> controllers_;
+};
+
+}  // namespace host::model
