@@ -1,13 +1,9 @@
 // The words for an option in help and errors.
 #include "host/command_line/option.h"
 
-namespace host {
+#include "host/output/text.h"
 
-static std::string joined(const std::vector<std::string>& words, const std::string& separator) {
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
-  return text;
-}
+namespace host {
 
 std::string wordsOf(const Option& option) {
   if (!option.isArgument()) {

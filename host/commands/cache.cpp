@@ -72,8 +72,8 @@ class CacheCommand final : public Command {
   void warnOfControllers(Session& session, const std::set<std::string>& controllers) const {
     for (const std::string& hba : controllers) {
       session.report().note(printable(hba) + ": the write cache of physical disks is one setting of the whole " +
-                            "controller; it is switched " + (devices_.isOn() ? "on" : "off") +
-                            " for every physical disk there");
+                            "controller; it " + (dryRun_ ? "would be" : "is") + " switched " +
+                            (devices_.isOn() ? "on" : "off") + " for every physical disk there");
     }
     if (controllers.empty() || yes_ || dryRun_) return;
     if (!session.terminal().canAsk) throw Refusal("a whole controller's setting would be changed; confirm with --yes");
@@ -82,12 +82,17 @@ class CacheCommand final : public Command {
 
   [[nodiscard]] std::string lineOf(const Cached& cached) const {
     const std::string device = printable(cached.record.disk.device) + ": ";
-    if (cached.switched.heldBack) return device + "dry run: " + describe(*cached.switched.heldBack) + "\n";
-    if (!cached.switched.done) return "";
     const std::string what = cached.record.kind == DiskKind::disk
                                  ? "the drives' write cache of " + printable(cached.record.disk.hba)
                                  : "the volume's write cache";
-    return device + what + " is " + (devices_.isOn() ? "on" : "off") + "\n";
+    if (cached.switched.heldBack) {
+      const bool changes = !cached.switched.heldBack->fields.empty();
+      const std::string to = devices_.isOn() ? (changes ? "off -> on" : "on already")
+                             : changes       ? "on -> off"
+                                             : "off already";
+      return device + "dry run: " + what + ": " + to + "\n";
+    }
+    return cached.switched.done ? device + what + " is " + (devices_.isOn() ? "on" : "off") + "\n" : "";
   }
 
   [[nodiscard]] Json toJson(const Cached& cached) const {

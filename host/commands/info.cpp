@@ -1,7 +1,9 @@
 // dmu-host info: all that is known of some disks.
 #include "host/commands/commands.h"
 #include "host/disks/device_arguments.h"
+#include "host/disks/disk_drives.h"
 #include "host/output/text.h"
+#include "host/output/text_table.h"
 
 namespace host {
 namespace {
@@ -29,13 +31,24 @@ std::string paragraphOf(const DiskRecord& record, const Terminal& terminal) {
   add("kind", orUnknown(kindName(record)));
   add("RAID level", orUnknown(raidName(record)));
   add("members", orUnknown(record.members));
+  add("state", orUnknown(stateName(record)));
   return text;
+}
+
+/// The disk's drives, indented.
+std::string tableOf(const std::vector<DiskDrive>& drives, const Terminal& terminal) {
+  TextTable table({"  PORT:BOX:BAY", "SERIAL", "CURRENT C", "MAXIMUM C", "MARGIN"});
+  for (const DiskDrive& drive : drives) {
+    table.addRow({"  " + placeText(drive) + (drive.isMissing ? " (missing)" : ""), orUnknown(drive.serial),
+                  orUnknown(drive.current), orUnknown(drive.maximum), marginText(drive)});
+  }
+  return table.text(terminal);
 }
 
 class InfoCommand final : public Command {
  public:
   InfoCommand()
-      : Command("info", "Show all that is known of some disks",
+      : Command("info", "Show all that is known of some disks and their drives",
                 {"dmu-host info naa.6a1b2c0000000201", "dmu-host info vmhba2:1:1:0 serial:S7P3X0Q8",
                  "dmu-host info --all --json"}) {}
 
@@ -45,8 +58,13 @@ class InfoCommand final : public Command {
     Outcome outcome;
     Json& devices = outcome.json["devices"] = Json::array();
     for (const OpenedDisk& opened : devices_.open(session)) {
+      const auto drives = drivesOf(session, opened.record);
+      if (!outcome.text.empty()) outcome.text += "\n";
       outcome.text += paragraphOf(opened.record, session.terminal());
-      devices.push_back(toJson(opened.record));
+      if (drives) outcome.text += tableOf(*drives, session.terminal());
+      Json device = toJson(opened.record);
+      device["drives"] = drives ? toJson(*drives) : Json(nullptr);
+      devices.push_back(std::move(device));
     }
     return outcome;
   }

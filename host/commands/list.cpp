@@ -12,11 +12,11 @@ namespace {
 std::string tableOf(const std::vector<DiskRecord>& records, const Terminal& terminal) {
   const bool hasNotes =
       std::any_of(records.begin(), records.end(), [](const DiskRecord& record) { return record.note.has_value(); });
-  TextTable table({"DEVICE", "HBA", "C:T:L", "KIND", "RAID", "MEMBERS", "SERIAL", hasNotes ? "NOTE" : ""});
+  TextTable table({"DEVICE", "HBA", "C:T:L", "KIND", "RAID", "MEMBERS", "STATE", "SERIAL", hasNotes ? "NOTE" : ""});
   for (const DiskRecord& record : records) {
     table.addRow({printable(record.disk.device), printable(record.disk.hba), addressOf(record.disk),
                   orUnknown(kindName(record)), orUnknown(raidName(record)), orUnknown(record.members),
-                  orUnknown(record.serial), record.note ? printable(*record.note) : ""});
+                  orUnknown(stateName(record)), orUnknown(record.serial), record.note ? printable(*record.note) : ""});
   }
   return table.text(terminal);
 }

@@ -1,4 +1,5 @@
 // dmu-host locate: switches the locator LEDs of some disks.
+#include <algorithm>
 #include <ctime>
 #include <map>
 #include <set>
@@ -6,6 +7,7 @@
 #include "host/commands/commands.h"
 #include "host/commands/switching.h"
 #include "host/disks/device_arguments.h"
+#include "host/disks/disk_drives.h"
 #include "host/output/local_time.h"
 #include "host/output/text.h"
 
@@ -19,16 +21,40 @@ struct Located {
   DiskRecord record;
   Switched switched;
   std::optional<std::vector<Place>> places;
+  std::optional<std::vector<DiskDrive>> drives;
+
+  /// Drives that can blink: those that are there, or as many as the plugin counts where the controller does not show
+  /// them.
+  [[nodiscard]] size_t count() const {
+    if (!drives) return static_cast<size_t>(switched.result);
+    return drives->size() - missing();
+  }
+  [[nodiscard]] size_t missing() const {
+    if (!drives) return 0;
+    return static_cast<size_t>(
+        std::count_if(drives->begin(), drives->end(), [](const DiskDrive& drive) { return drive.isMissing; }));
+  }
 };
 
 /// What the disks of one controller came to. Its blink time is one for all drives, so it holds for others as well.
 struct ControllerBlink {
-  size_t blinking = 0;         ///< drives that blink by the last buffer written
-  std::set<std::string> ours;  ///< location texts of the drives switched here
-  size_t counted = 0;          ///< drives switched here by the plugin's count
-  bool placesAreSure = true;   ///< each switched drive has a location text of its own
-  time_t until = 0;            ///< the end of the blink time, set anew by each disk; 0: nothing was switched
+  std::set<uint32_t> blinking;  ///< drives that blink by the last buffer written, by index
+  std::set<uint32_t> ours;      ///< drives switched here
+  size_t counted = 0;           ///< the same by the plugin's count
+  bool oursAreKnown = true;     ///< the indexes of all of them are
+  time_t until = 0;             ///< the end of the blink time, set anew by each disk; 0: nothing was switched
 };
+
+/// Where the drives sit that can blink, and which cannot: ": 1I:1:1, 1I:1:2; missing, so dark: 1I:1:3".
+std::string whereText(const Located& located) {
+  if (!located.drives) {
+    const bool isKnown = located.places && !located.places->empty();
+    return isKnown ? ": " + describe(*located.places) : "";
+  }
+  const std::string there = placesText(*located.drives, Which::there);
+  const std::string missing = placesText(*located.drives, Which::missing);
+  return (there.empty() ? "" : ": " + there) + (missing.empty() ? "" : "; missing, so dark: " + missing);
+}
 
 class LocateCommand final : public Command {
  public:
@@ -84,9 +110,10 @@ class LocateCommand final : public Command {
     const time_t until = std::time(nullptr) + seconds();
     const auto blinking = drivesBlinking(session.commands().since(before));
     if (located.switched.done || located.switched.heldBack) located.places = askPlaces(session, opened);
+    located.drives = drivesOf(session, opened.record);
     if (located.switched.done && blinking) {
       add(located, controller);
-      controller.blinking = blinking->size();
+      controller.blinking = *blinking;
       controller.until = until;
     }
     located.record = opened.record;
@@ -94,34 +121,38 @@ class LocateCommand final : public Command {
   }
 
   static void add(const Located& located, ControllerBlink& controller) {
-    const auto count = static_cast<size_t>(located.switched.result);
-    std::set<std::string> texts;
-    for (const Place& place : located.places.value_or(std::vector<Place>{})) texts.insert(place.text);
-    controller.placesAreSure = controller.placesAreSure && texts.size() == count;
-    controller.ours.insert(texts.begin(), texts.end());
-    controller.counted += count;
+    controller.counted += static_cast<size_t>(located.switched.result);
+    controller.oursAreKnown = controller.oursAreKnown && located.drives.has_value();
+    for (const DiskDrive& drive : located.drives.value_or(std::vector<DiskDrive>{})) {
+      controller.ours.insert(drive.index.value_or(0));
+    }
   }
 
   /// Drives of the controller that blink and were not switched here.
   [[nodiscard]] size_t others(const ControllerBlink& controller) const {
-    if (!devices_.isOn()) return controller.blinking;
-    const size_t ours = controller.placesAreSure ? controller.ours.size() : controller.counted;
-    return controller.blinking > ours ? controller.blinking - ours : 0;
+    const size_t all = controller.blinking.size();
+    if (!devices_.isOn()) return all;
+    if (!controller.oursAreKnown) return all > controller.counted ? all - controller.counted : 0;
+    return static_cast<size_t>(std::count_if(controller.blinking.begin(), controller.blinking.end(),
+                                             [&](uint32_t drive) { return !controller.ours.contains(drive); }));
   }
 
   [[nodiscard]] std::string lineOf(const Located& located, time_t until) const {
     const std::string device = printable(located.record.disk.device) + ": ";
-    if (located.switched.heldBack) return device + "dry run: " + describe(*located.switched.heldBack) + "\n";
+    const size_t count = located.count();
+    if (located.switched.heldBack) {
+      const std::string what =
+          devices_.isOn() ? " would blink for " + std::to_string(seconds_) + " s" : " would be dark";
+      return device + "dry run: " + counted(count, "drive") + what + whereText(located) + "\n";
+    }
     if (!located.switched.done) return "";
-    const auto count = static_cast<size_t>(located.switched.result);
     std::string line = device + counted(count, "drive");
     if (devices_.isOn()) {
       line += (count == 1 ? " blinks until " : " blink until ") + localTime(until);
     } else {
       line += count == 1 ? " blinks no longer" : " blink no longer";
     }
-    const bool whereIsKnown = located.places && !located.places->empty();
-    return line + (whereIsKnown ? ": " + describe(*located.places) : "") + "\n";
+    return line + whereText(located) + "\n";
   }
 
   [[nodiscard]] std::string noteOf(const std::string& hba, const ControllerBlink& controller) const {
@@ -136,11 +167,10 @@ class LocateCommand final : public Command {
     Json device = host::toJson(located.record);
     Json& locator = device["locator"] = nullptr;
     if (located.switched.done) {
-      locator = {{"on", devices_.isOn()},
-                 {"drives", located.switched.result},
-                 {"locations", located.places ? host::toJson(*located.places) : Json(nullptr)},
-                 {"seconds", seconds()},
-                 {"until", devices_.isOn() ? Json(isoTime(until)) : Json(nullptr)}};
+      locator = {
+          {"on", devices_.isOn()},        {"drives", located.count()},
+          {"missing", located.missing()}, {"locations", located.places ? host::toJson(*located.places) : Json(nullptr)},
+          {"seconds", seconds()},         {"until", devices_.isOn() ? Json(isoTime(until)) : Json(nullptr)}};
     }
     device["notSent"] = located.switched.heldBack ? host::toJson(*located.switched.heldBack) : Json(nullptr);
     return device;

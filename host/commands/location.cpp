@@ -16,14 +16,15 @@ class LocationCommand final : public Command {
   std::vector<Option> options() override { return devices_.options(); }
 
   Outcome run(Session& session) override {
-    TextTable table({"DEVICE", "PORT:BOX:BAY"});
+    TextTable table({"DEVICE", "HBA", "PORT:BOX:BAY"});
     Json devices = Json::array();
     for (OpenedDisk& opened : devices_.open(session)) {
       const auto found = askPlaces(session, opened);
       for (const Place& place : found.value_or(std::vector<Place>{})) {
-        table.addRow({printable(opened.record.disk.device), describe(place)});
+        table.addRow({printable(opened.record.disk.device), printable(opened.record.disk.hba), describe(place)});
       }
-      if (found && found->empty()) table.addRow({printable(opened.record.disk.device), kUnknown});
+      if (found && found->empty())
+        table.addRow({printable(opened.record.disk.device), printable(opened.record.disk.hba), kUnknown});
       Json device = toJson(opened.record);
       device["locations"] = found ? toJson(*found) : Json(nullptr);
       devices.push_back(std::move(device));

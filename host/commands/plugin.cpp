@@ -87,10 +87,8 @@ std::string whyNoLibrary(Session& session) {
   }
 }
 
-std::string joined(const std::vector<std::string>& words) {
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + printable(word);
-  return text.empty() ? kUnknown : text;
+std::string listOrUnknown(const std::vector<std::string>& words) {
+  return words.empty() ? kUnknown : printable(joined(words));
 }
 
 std::string textOrUnknown(const Json& text) {
@@ -113,10 +111,10 @@ std::string paragraphOf(const std::string& file, const FileFacts& facts, const L
   };
   add("name", textOrUnknown(loaded.name));
   add("version", textOrUnknown(loaded.version));
-  add("operations", joined(loaded.operations));
+  add("operations", listOrUnknown(loaded.operations));
   add("format", formatText(facts.identity));
   add("string layout", layoutText(facts.layout));
-  add("needs", joined(facts.needed));
+  add("needs", listOrUnknown(facts.needed));
   add("library", printable(session.libraryText().value_or(kUnknown)));
   add("loads here", loaded.refusal.empty() ? "yes" : "no");
   return text;

@@ -137,16 +137,6 @@ std::optional<SettingsChange> lastChange(std::span<const InterceptedCommand> sen
                                             : bitChanges(opcode, sense->data, write->data)};
 }
 
-std::string describe(const SettingsChange& change) {
-  std::string text = change.command + " would change ";
-  if (change.fields.empty()) return text + "nothing";
-  for (const FieldChange& field : change.fields) {
-    if (&field != &change.fields.front()) text += ", ";
-    text += field.field + ": " + std::to_string(field.before) + " -> " + std::to_string(field.after);
-  }
-  return text;
-}
-
 Json toJson(const SettingsChange& change) {
   Json fields = Json::array();
   for (const FieldChange& field : change.fields) {

@@ -33,8 +33,6 @@ struct SettingsChange {
 /// @return nothing when no settings were written, or none were read before
 [[nodiscard]] std::optional<SettingsChange> lastChange(std::span<const InterceptedCommand> sent);
 
-/// "blinkDriveTrayLed would change blink time in tenths of a second: 0 -> 600, drive 3 blinks: 0 -> 1".
-[[nodiscard]] std::string describe(const SettingsChange& change);
 [[nodiscard]] Json toJson(const SettingsChange& change);
 
 /// BMIC indexes of the drives that blink by the last blink buffer that was written; nothing when none was.

@@ -1,22 +1,17 @@
 // dmu-host temperature: how warm the drives of some disks are.
 #include <algorithm>
+#include <climits>
 #include <set>
 
 #include "host/commands/commands.h"
 #include "host/disks/device_arguments.h"
+#include "host/disks/disk_drives.h"
 #include "host/output/degrees.h"
 #include "host/output/text.h"
 #include "host/output/text_table.h"
 
 namespace host {
 namespace {
-
-/// One drive's temperatures in degrees Celsius, with its place where it is sure that the two belong together.
-struct Reading {
-  std::optional<uint32_t> current;
-  std::optional<uint32_t> maximum;
-  std::optional<Place> place;
-};
 
 /// The plugin gives temperatures in the order of the location texts, but one for all drives of the same text, and none
 /// for a drive that the controller's list misses.
@@ -27,7 +22,32 @@ bool belongTogether(size_t readings, const std::vector<Place>& found) {
   return found.size() == readings && texts.size() == found.size() && !anyFailed;
 }
 
-std::optional<std::vector<Reading>> readingsOf(Session& session, OpenedDisk& opened) {
+/// The plugin's answer alone, for a controller whose commands do not show its drives.
+std::vector<DiskDrive> answeredDrives(const std::vector<DriveTemperature>& answer, const std::vector<Place>& found) {
+  const bool withPlaces = belongTogether(answer.size(), found);
+  std::vector<DiskDrive> drives;
+  for (const DriveTemperature& temperature : answer) {
+    DiskDrive drive;
+    drive.current = degrees(temperature.currentTemperature);
+    drive.maximum = degrees(temperature.maximumTemperature);
+    if (withPlaces) drive.place = found[drives.size()];
+    drives.push_back(std::move(drive));
+  }
+  return drives;
+}
+
+std::string textOf(const std::vector<DriveTemperature>& temperatures) {
+  std::string text;
+  for (const DriveTemperature& temperature : temperatures) {
+    text += (text.empty() ? "" : ", ") + std::to_string(temperature.currentTemperature) + "/" +
+            std::to_string(temperature.maximumTemperature);
+  }
+  return text.empty() ? "none" : text;
+}
+
+/// The disk's drives with their temperatures: the controller's account of them, as long as the plugin's answer is what
+/// follows from it; else that answer.
+std::optional<std::vector<DiskDrive>> warmDrives(Session& session, OpenedDisk& opened) {
   if (!opened.isKnown()) return std::nullopt;
   const auto answer = temperatures(opened.handle);
   if (!answer.value) {
@@ -35,55 +55,69 @@ std::optional<std::vector<Reading>> readingsOf(Session& session, OpenedDisk& ope
     return std::nullopt;
   }
   const std::vector<Place> found = askPlaces(session, opened).value_or(std::vector<Place>{});
-  const bool withPlaces = belongTogether(answer.value->size(), found);
-  std::vector<Reading> readings;
-  for (const DriveTemperature& temperature : *answer.value) {
-    Reading reading{degrees(temperature.currentTemperature), degrees(temperature.maximumTemperature), std::nullopt};
-    if (withPlaces) reading.place = found[readings.size()];
-    readings.push_back(std::move(reading));
+  const auto expected = expectedTemperatures(session, opened.record);
+  if (!expected) return answeredDrives(*answer.value, found);
+  if (textOf(*expected) == textOf(*answer.value)) return drivesOf(session, opened.record);
+  session.report().failed(
+      opened.record, "temperature",
+      "the plugin answers with " + textOf(*answer.value) + ", the controller reported " + textOf(*expected));
+  return answeredDrives(*answer.value, found);
+}
+
+/// A line of the table.
+struct Row {
+  HostDisk disk;
+  DiskDrive drive;
+};
+
+/// Nothing is the largest margin.
+bool isCloser(const Row& one, const Row& other) {
+  return marginOf(one.drive).value_or(INT_MAX) < marginOf(other.drive).value_or(INT_MAX);
+}
+
+std::string tableOf(const std::vector<Row>& rows, const Terminal& terminal) {
+  TextTable table({"DEVICE", "HBA", "PORT:BOX:BAY", "CURRENT C", "MAXIMUM C", "MARGIN"});
+  for (const Row& row : rows) {
+    table.addRow({printable(row.disk.device), printable(row.disk.hba),
+                  placeText(row.drive) + (row.drive.isMissing ? " (missing)" : ""), orUnknown(row.drive.current),
+                  orUnknown(row.drive.maximum), marginText(row.drive)});
   }
-  return readings;
-}
-
-std::vector<std::string> rowOf(const DiskRecord& record, const Reading& reading) {
-  return {printable(record.disk.device), reading.place ? describe(*reading.place) : kUnknown,
-          orUnknown(reading.current), orUnknown(reading.maximum)};
-}
-
-Json toJson(const Reading& reading) {
-  return {{"current", orNull(reading.current)},
-          {"maximum", orNull(reading.maximum)},
-          {"location", reading.place ? toJson(*reading.place) : Json(nullptr)}};
+  return table.text(terminal);
 }
 
 class TemperatureCommand final : public Command {
  public:
   TemperatureCommand()
       : Command("temperature", "Show how warm the drives of some disks are, in degrees Celsius",
-                {"dmu-host temperature vmhba2:1:1:0", "dmu-host temperature --all --json"}) {}
+                {"dmu-host temperature vmhba2:1:1:0", "dmu-host temperature --all --sort margin"}) {}
 
-  std::vector<Option> options() override { return devices_.options(); }
+  std::vector<Option> options() override {
+    std::vector<Option> options = devices_.options();
+    options.push_back({"--sort", "ORDER",
+                       "Sort the drives by place, or by margin: those closest to their maximum first",
+                       Word{&order_, {"place", "margin"}}});
+    return options;
+  }
 
   Outcome run(Session& session) override {
-    TextTable table({"DEVICE", "PORT:BOX:BAY", "CURRENT C", "MAXIMUM C"});
+    std::vector<Row> rows;
     Json devices = Json::array();
     for (OpenedDisk& opened : devices_.open(session)) {
-      const auto readings = readingsOf(session, opened);
-      Json list = readings ? Json::array() : Json(nullptr);
-      for (const Reading& reading : readings.value_or(std::vector<Reading>{})) {
-        table.addRow(rowOf(opened.record, reading));
-        list.push_back(toJson(reading));
-      }
-      if (readings && readings->empty()) table.addRow(rowOf(opened.record, {}));
+      const auto drives = warmDrives(session, opened);
+      for (const DiskDrive& drive : drives.value_or(std::vector<DiskDrive>{}))
+        rows.push_back({opened.record.disk, drive});
+      if (drives && drives->empty()) rows.push_back({opened.record.disk, {}});
       Json device = toJson(opened.record);
-      device["temperatures"] = std::move(list);
+      device["temperatures"] = drives ? toJson(*drives) : Json(nullptr);
       devices.push_back(std::move(device));
     }
-    return {table.text(session.terminal()), {{"devices", std::move(devices)}}};
+    if (order_ == "margin") std::stable_sort(rows.begin(), rows.end(), isCloser);
+    return {tableOf(rows, session.terminal()), {{"devices", std::move(devices)}}};
   }
 
  private:
   DeviceArguments devices_;
+  std::string order_ = "place";
 };
 
 }  // namespace

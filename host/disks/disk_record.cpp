@@ -1,6 +1,7 @@
 // How a disk's record is worded.
 #include "host/disks/disk_record.h"
 
+#include "host/output/text.h"
 #include <dmu/plugin.h>
 
 namespace host {
@@ -31,6 +32,12 @@ std::optional<std::string> raidName(const DiskRecord& record) {
   return "RAID " + std::to_string(*record.raidLevel);
 }
 
+std::optional<std::string> stateName(const DiskRecord& record) {
+  if (!record.missing) return std::nullopt;
+  if (*record.missing == 0) return "ok";
+  return "degraded: " + std::to_string(*record.missing) + " of " + orUnknown(record.members) + " missing";
+}
+
 static Json toJson(const simulator::PciIdentity& pci) {
   return {{"isPciDevice", pci.isPciDevice},
           {"segment", pci.segment},
@@ -59,6 +66,8 @@ Json toJson(const DiskRecord& record) {
                {"kind", orNull(kindName(record))},
                {"raidLevel", orNull(record.raidLevel)},
                {"members", orNull(record.members)},
+               {"missing", orNull(record.missing)},
+               {"state", orNull(stateName(record))},
                {"note", orNull(record.note)},
                {"errors", std::move(errors)}});
   return json;

@@ -25,6 +25,7 @@ struct DiskRecord {
   std::optional<DiskKind> kind;
   std::optional<uint32_t> raidLevel;  ///< as people write it: 0, 1, 10, 4, 5, 6
   std::optional<uint32_t> members;    ///< member drives of a volume
+  std::optional<uint32_t> missing;    ///< of these, drives that the controller does not list; nothing: not known
   std::optional<std::string> note;    ///< why nothing more is known, where that is no failure
   std::vector<OperationError> errors;
 };
@@ -37,6 +38,9 @@ struct DiskRecord {
 
 /// "RAID 10"; nothing when the level is unknown.
 [[nodiscard]] std::optional<std::string> raidName(const DiskRecord& record);
+
+/// "ok", or "degraded: 1 of 4 missing"; nothing for a disk, or where it is not known.
+[[nodiscard]] std::optional<std::string> stateName(const DiskRecord& record);
 
 /// A disk's keys, as an inventory has them.
 [[nodiscard]] Json toJson(const HostDisk& disk);

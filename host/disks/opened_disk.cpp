@@ -1,7 +1,9 @@
 // Opens a disk through the plugin and fills its record.
 #include "host/disks/opened_disk.h"
 
+#include "host/disks/disk_drives.h"
 #include "host/disks/serial_number.h"
+#include "host/output/text.h"
 
 namespace host {
 namespace {
@@ -26,7 +28,21 @@ void readSerial(Report& report, OpenedDisk& opened) {
   if (isServed && !answer.error.empty()) report.failed(opened.record, "serial number", answer.error);
 }
 
-void readInformation(Report& report, OpenedDisk& opened) {
+/// The controller's own account of a volume: members that are missing, and their number, which the plugin passes on.
+void compareWithController(Session& session, DiskRecord& record) {
+  const model::Controller* controller = session.controllers().find(record.disk.hba);
+  const model::Volume* volume = controller == nullptr ? nullptr : controller->volumeOf(record.disk);
+  if (volume == nullptr || volume->isExternal) return;
+  if (volume->members) record.missing = static_cast<uint32_t>(missingMembers(*controller, *volume).size());
+  const uint32_t reported = volume->memberCount.value_or(0) & 0xFF;  // as much of it as the plugin has room for
+  if (record.members == reported) return;
+  session.report().failed(record, "device information",
+                          "the plugin answers with " + counted(record.members.value_or(0), "member") +
+                              ", the controller reported " + std::to_string(reported));
+}
+
+void readInformation(Session& session, OpenedDisk& opened) {
+  Report& report = session.report();
   const Answer<DmuDeviceInfo> answer = deviceInformation(opened.handle);
   if (!answer.value) {
     report.failed(opened.record, "device information", answer.error);
@@ -37,6 +53,7 @@ void readInformation(Report& report, OpenedDisk& opened) {
     opened.record.kind = DiskKind::volume;
     opened.record.members = information.physicalDisks;
     opened.record.raidLevel = raidLevelOf(information.raidLevel, information.physicalDisks);
+    compareWithController(session, opened.record);
   } else if (information.deviceType == kDmuPhysicalDisk) {
     opened.record.kind = DiskKind::disk;
   } else {
@@ -45,21 +62,37 @@ void readInformation(Report& report, OpenedDisk& opened) {
   }
 }
 
+std::string listOrNothing(const std::vector<std::string>& texts) {
+  return texts.empty() ? "nothing" : joined(texts);
+}
+
 }  // namespace
 
 OpenedDisk openDisk(Session& session, const HostDisk& disk, Named named) {
-  OpenedDisk opened{DiskRecord{disk, {}, {}, {}, {}, {}, {}}, openHandle(session.plugin(), disk)};
+  OpenedDisk opened{{}, openHandle(session.plugin(), disk)};
+  opened.record.disk = disk;
   const bool isServed = opened.handle.get() != nullptr;
   if (!isServed) reportNotOpened(session.report(), opened.record, named);
   readSerial(session.report(), opened);
-  if (isServed) readInformation(session.report(), opened);
+  if (isServed) readInformation(session, opened);
   return opened;
 }
 
 std::optional<std::vector<Place>> askPlaces(Session& session, OpenedDisk& opened) {
   if (!opened.isKnown()) return std::nullopt;
   auto answer = places(opened.handle);
-  if (!answer.value) session.report().failed(opened.record, "location", answer.error);
+  if (!answer.value) {
+    session.report().failed(opened.record, "location", answer.error);
+    return std::nullopt;
+  }
+  std::vector<std::string> texts;
+  for (const Place& place : *answer.value) texts.push_back(place.text);
+  const auto expected = expectedLocations(session, opened.record);
+  if (expected && texts != *expected) {
+    session.report().failed(
+        opened.record, "location",
+        "the plugin answers with " + listOrNothing(texts) + ", the controller reported " + listOrNothing(*expected));
+  }
   return std::move(answer.value);
 }
 

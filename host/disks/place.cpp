@@ -57,11 +57,13 @@ bool isSamePlace(const Place& one, const Place& other) {
   return one.isKnown() && one.port == other.port && one.box == other.box && one.bay == other.bay;
 }
 
+std::string bayText(const Place& place) {
+  if (!place.isKnown()) return kUnknown;
+  return printable(*place.port) + ":" + std::to_string(*place.box) + ":" + std::to_string(*place.bay);
+}
+
 std::string describe(const Place& place) {
-  const std::string text =
-      place.isKnown() ? printable(*place.port) + ":" + std::to_string(*place.box) + ":" + std::to_string(*place.bay)
-                      : kUnknown;
-  return place.failed ? text + " (failed)" : text;
+  return bayText(place) + (place.failed ? " (failed)" : "");
 }
 
 std::string describe(const std::vector<Place>& places) {

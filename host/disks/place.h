@@ -32,6 +32,9 @@ struct Place {
 /// "1I:1:3", "1I:1:3 (failed)"; "-" instead of a place that is not known.
 [[nodiscard]] std::string describe(const Place& place);
 
+/// "1I:1:3", or "-".
+[[nodiscard]] std::string bayText(const Place& place);
+
 /// The places with ", " between them.
 [[nodiscard]] std::string describe(const std::vector<Place>& places);
 

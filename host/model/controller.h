@@ -32,6 +32,8 @@ struct Drive {
   uint32_t index = 0;                     ///< BMIC drive index, the number of a bit in a volume's members
   bool isListed = true;                   ///< the report of physical LUNs has it
   bool isExposed = false;                 ///< the host sees it as a disk of its own
+  bool isMasked = false;                  ///< the host does not see it: such drives alone are members to the plugin
+  bool hasRoom = true;                    ///< the plugin's list of 1,088 devices, volumes first, has room for it
   std::optional<DriveIdentity> identity;  ///< nothing: the command was not sent or failed
 };
 

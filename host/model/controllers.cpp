@@ -14,6 +14,7 @@ namespace wire = simulator::wire;
 using simulator::Opcode;
 using Reply = std::span<const uint8_t>;
 
+constexpr size_t kMostDevices = 1088;  // in the plugin's list
 constexpr uint8_t kLastDriveType = 4;  // of an extended report's device types; the plugin lists no others
 
 /// The record at the beginning of a reply, or at a place in it; nothing where it is not whole.
@@ -79,6 +80,8 @@ void readDrives(Reply reply, Controller& controller) {
     Drive drive;
     drive.index = ((entry->address.bus & 0x3Fu) - 1) * 256 + entry->address.target;
     drive.isExposed = (entry->address.word & wire::kMaskedKind) == 0;
+    drive.isMasked = (entry->address.word & wire::kMaskedKind) == wire::kMaskedKind;
+    drive.hasRoom = controller.volumes.size() + controller.drives.size() < kMostDevices;
     controller.drives.push_back(std::move(drive));
   }
 }
@@ -138,8 +141,7 @@ void readDrive(Reply reply, uint32_t argument, Controller& controller) {
     drive.identity = read;
     isKnown = true;
   }
-  if (!isKnown)
-    controller.drives.push_back({.index = argument, .isListed = false, .isExposed = false, .identity = read});
+  if (!isKnown) controller.drives.push_back({.index = argument, .isListed = false, .hasRoom = false, .identity = read});
 }
 
 }  // namespace
@@ -148,7 +150,7 @@ void Controllers::see(const InterceptedCommand& command) {
   if (!command.command || command.command->layout->toController) return;
   const Opcode opcode = command.command->layout->opcode;
   if (opcode == Opcode::identifyController) controllers_.erase(command.hba);
-  if (!command.succeeded()) return;
+  if (!command.succeeded()) return forgetMissing(command);
   Controller& controller = controllers_[command.hba];
   controller.hba = command.hba;
   const uint32_t argument = command.command->argument;
@@ -168,6 +170,14 @@ void Controllers::see(const InterceptedCommand& command) {
     default:
       return;
   }
+}
+
+/// A missing member that does not answer any more is not known any more.
+void Controllers::forgetMissing(const InterceptedCommand& command) {
+  const auto found = controllers_.find(command.hba);
+  if (command.command->layout->opcode != Opcode::identifyPhysicalDevice || found == controllers_.end()) return;
+  std::erase_if(found->second.drives,
+                [&](const Drive& drive) { return !drive.isListed && drive.index == command.command->argument; });
 }
 
 const Controller* Controllers::find(const std::string& hba) const {

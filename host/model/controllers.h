@@ -22,6 +22,8 @@ class Controllers {
   [[nodiscard]] const std::map<std::string, Controller>& all() const { return controllers_; }
 
  private:
+  void forgetMissing(const InterceptedCommand& command);
+
   std::map<std::string, Controller> controllers_;
 };
 

@@ -30,6 +30,12 @@ std::string hex(uint64_t value) {
   return text;
 }
 
+std::string joined(const std::vector<std::string>& texts, const std::string& separator) {
+  std::string text;
+  for (const std::string& one : texts) text += (text.empty() ? "" : separator) + one;
+  return text;
+}
+
 std::string orUnknown(const std::optional<std::string>& text) {
   return text ? printable(*text) : kUnknown;
 }

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace host {
 
@@ -23,6 +24,9 @@ inline constexpr const char* kUnknown = "-";
 
 /// The text made printable, or kUnknown.
 [[nodiscard]] std::string orUnknown(const std::optional<std::string>& text);
+
+/// The texts with the separator between them.
+[[nodiscard]] std::string joined(const std::vector<std::string>& texts, const std::string& separator = ", ");
 
 /// The number in decimal, or kUnknown.
 template <typename Number>
