@@ -42,9 +42,4 @@ std::string JsonNode::text() const {
   return value_.get<std::string>();
 }
 
-bool JsonNode::truth() const {
-  if (!value_.is_boolean()) refuse("must be true or false");
-  return value_.get<bool>();
-}
-
 }  // namespace host

@@ -30,7 +30,6 @@ class JsonNode {
   [[nodiscard]] JsonNode at(const char* key) const;
   [[nodiscard]] std::vector<JsonNode> elements() const;
   [[nodiscard]] std::string text() const;
-  [[nodiscard]] bool truth() const;
 
   template <typename Number>
   [[nodiscard]] Number number() const {
