@@ -7,12 +7,18 @@
 
 namespace host {
 
+/// What could have been meant.
+struct Candidate {
+  std::string name;          ///< in the words that the program takes
+  std::string details = {};  ///< for people: other names of the same, and why it is no answer
+};
+
 /// Thrown when a command cannot be carried out, or no further; ends the program with exit status 1.
 struct Refusal : std::runtime_error {
-  explicit Refusal(const std::string& text, std::vector<std::string> candidateNames = {})
-      : std::runtime_error(text), candidates(std::move(candidateNames)) {}
+  explicit Refusal(const std::string& text, std::vector<Candidate> couldBeMeant = {})
+      : std::runtime_error(text), candidates(std::move(couldBeMeant)) {}
 
-  std::vector<std::string> candidates;  ///< what could have been meant, in the words that the program takes
+  std::vector<Candidate> candidates;
 };
 
 }  // namespace host

@@ -19,11 +19,20 @@ void Report::failed(DiskRecord& record, const std::string& operation, const std:
   complain(printable(record.disk.device) + ": " + operation + ": " + printable(text));
 }
 
+constexpr size_t kMostCandidates = 100;  // that people are shown
+
 void Report::refused(const Refusal& refusal) {
   status_ = ExitStatus::failed;
   refusals_.push_back(refusal);
   complain(refusal.what());
-  for (const std::string& candidate : refusal.candidates) std::fprintf(stderr, "  %s\n", printable(candidate).c_str());
+  size_t shown = 0;
+  for (const Candidate& candidate : refusal.candidates) {
+    if (shown++ == kMostCandidates && refusal.candidates.size() > kMostCandidates + 1) {
+      std::fprintf(stderr, "  and %zu more\n", refusal.candidates.size() - kMostCandidates);
+      return;
+    }
+    std::fprintf(stderr, "  %s\n", printable(joined({candidate.name, candidate.details}, "  ")).c_str());
+  }
 }
 
 void Report::note(const std::string& text) {
@@ -40,7 +49,9 @@ void Report::addTo(Json& document) const {
   document["exitStatus"] = static_cast<int>(status_);
   Json& errors = document["errors"] = Json::array();
   for (const Refusal& refusal : refusals_) {
-    errors.push_back({{"text", refusal.what()}, {"candidates", refusal.candidates}});
+    Json names = Json::array();
+    for (const Candidate& candidate : refusal.candidates) names.push_back(candidate.name);
+    errors.push_back({{"text", refusal.what()}, {"candidates", std::move(names)}});
   }
   document["notes"] = notes_;
 }

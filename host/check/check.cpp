@@ -62,8 +62,8 @@ std::vector<Rule> rulesNamed(const std::vector<std::string>& names) {
   for (const std::string& name : names) {
     const bool fits = std::any_of(all.begin(), all.end(), [&](const Rule& rule) { return isNamed(rule, name); });
     if (fits) continue;
-    std::vector<std::string> candidates;
-    for (const Rule& rule : all) candidates.emplace_back(rule.name);
+    std::vector<Candidate> candidates;
+    for (const Rule& rule : all) candidates.push_back({rule.name});
     throw Refusal(name + ": no such rule or group of rules; there are", candidates);
   }
   std::vector<Rule> chosen;

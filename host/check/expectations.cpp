@@ -4,11 +4,12 @@
 #include <algorithm>
 #include <map>
 
+#include "host/disks/place.h"
+
 namespace host::check {
 namespace {
 
 constexpr uint32_t kMirroredStripes = 64;
-constexpr size_t kPortCharacters = 8;
 
 uint32_t indexOf(const simulator::Drive& drive) {
   return (drive.bus - 1u) * 256 + drive.target;

@@ -8,6 +8,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   std::vector<std::unique_ptr<Command>> commands;
   commands.push_back(makeListCommand());
   commands.push_back(makeInfoCommand());
+  commands.push_back(makeFindCommand());
   commands.push_back(makeLocationCommand());
   commands.push_back(makeTemperatureCommand());
   commands.push_back(makeLocateCommand());

@@ -27,7 +27,7 @@ std::string usageOf(const Command& command, const std::vector<Option>& options) 
   std::string text = "Usage: dmu-host " + command.name() + " [OPTION...]";
   for (const Option& option : options) {
     if (!option.isArgument()) continue;
-    const bool isNeeded = std::holds_alternative<Word>(option.value);
+    const bool isNeeded = option.isNeeded || std::holds_alternative<Word>(option.value);
     text += isNeeded ? " " + wordsOf(option) : " [" + wordsOf(option) + "]";
   }
   return text + "\n";

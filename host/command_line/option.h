@@ -49,6 +49,7 @@ struct Option {
   std::string letter = {};                 ///< the short form: "-h"
   std::string insteadOf = {};              ///< the argument whose place it takes: one of the two has to be given
   std::vector<std::string> excludes = {};  ///< options that cannot be given beside it
+  bool isNeeded = false;                   ///< of a list: something has to be given
 
   [[nodiscard]] bool isArgument() const { return !name.starts_with('-'); }
   [[nodiscard]] bool isFlag() const {

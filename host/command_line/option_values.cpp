@@ -2,7 +2,6 @@
 #include "host/command_line/option_values.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <functional>
 #include <iterator>
@@ -11,11 +10,6 @@
 
 namespace host {
 namespace {
-
-std::string lowerCase(std::string text) {
-  for (char& character : text) character = static_cast<char>(std::tolower(static_cast<unsigned char>(character)));
-  return text;
-}
 
 /// Takes the values of one option or argument, one value at least.
 class Taking {
@@ -100,6 +94,11 @@ void refuseExcluded(const Option& option, const GivenWords& given) {
   }
 }
 
+void checkNeeded(const Option& option) {
+  if (!option.isNeeded || !std::get<Texts>(option.value).target->empty()) return;
+  throw WrongUsage("give a " + lowerCase(option.name));
+}
+
 /// The list has to be given, or the option that takes its place.
 void checkListOrOption(const std::vector<Option>& options, const Option& option, const GivenWords& given) {
   const auto isList = [&](const Option& other) { return other.name == option.insteadOf; };
@@ -118,6 +117,7 @@ void takeValues(const GivenWords& given, const std::vector<Option>& options) {
   takeArguments(options, given.arguments);
   for (const Option& option : options) {
     refuseExcluded(option, given);
+    checkNeeded(option);
     checkListOrOption(options, option, given);
   }
 }

@@ -9,6 +9,7 @@ namespace host {
 
 [[nodiscard]] std::unique_ptr<Command> makeListCommand();
 [[nodiscard]] std::unique_ptr<Command> makeInfoCommand();
+[[nodiscard]] std::unique_ptr<Command> makeFindCommand();
 [[nodiscard]] std::unique_ptr<Command> makeLocationCommand();
 [[nodiscard]] std::unique_ptr<Command> makeTemperatureCommand();
 [[nodiscard]] std::unique_ptr<Command> makeLocateCommand();

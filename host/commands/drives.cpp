@@ -1,7 +1,8 @@
-// dmu-host drives: what the simulated hardware does, box by box.
+// dmu-host drives: all drives of the controllers, box by box, and what the simulated ones do.
 #include <map>
 
 #include "host/commands/commands.h"
+#include "host/disks/opened_disk.h"
 #include "host/output/degrees.h"
 #include "host/output/grid.h"
 #include "host/output/text.h"
@@ -10,8 +11,58 @@
 namespace host {
 namespace {
 
-using simulator::ControllerState;
-using simulator::DriveState;
+/// One drive as it is drawn: of the simulated hardware, or as its controller reported it.
+struct DriveView {
+  simulator::Drive drive;
+  bool isPresent = true;                ///< false: it left its bay
+  std::optional<uint32_t> blinkTenths;  ///< that are left, 0: it does not blink; nothing: a real drive does not tell
+};
+
+struct ControllerView {
+  std::string hba;
+  std::optional<bool> driveCacheOn;
+  std::vector<DriveView> drives;
+  std::vector<simulator::VolumeState> volumes;  ///< of the simulated hardware alone
+  size_t unidentified = 0;                      ///< drives that are listed, but did not say what and where they are
+};
+
+ControllerView viewOf(const simulator::ControllerState& controller) {
+  ControllerView view{controller.hba, controller.driveCacheOn, {}, controller.volumes, 0};
+  for (const simulator::DriveState& state : controller.drives) {
+    view.drives.push_back({state.drive, state.present, state.blinking ? state.blinkTenthsLeft : 0});
+  }
+  return view;
+}
+
+/// @param disks  that the host sees, with their serial numbers
+ControllerView viewOf(const model::Controller& controller, const std::vector<DiskRecord>& disks) {
+  ControllerView view{controller.hba, {}, {}, {}, 0};
+  for (const model::Drive& drive : controller.drives) {
+    if (!drive.isListed) continue;
+    if (!drive.identity) {
+      ++view.unidentified;
+      continue;
+    }
+    const model::DriveIdentity& identity = *drive.identity;
+    simulator::Drive shown;
+    shown.bus = static_cast<uint8_t>(drive.index / 256 + 1);
+    shown.target = static_cast<uint8_t>(drive.index % 256);
+    shown.serial = identity.serial;
+    shown.port = identity.bay.port;
+    shown.box = identity.bay.box;
+    shown.bay = identity.bay.bay;
+    shown.currentTemperature = identity.currentTemperature;
+    shown.maximumTemperature = identity.maximumTemperature;
+    for (const DiskRecord& record : disks) {
+      const bool isThis = record.disk.hba == controller.hba && record.kind == DiskKind::disk &&
+                          controller.exposedDrive(record.serial.value_or("")) == &drive;
+      if (isThis) shown.device = record.disk.device;
+    }
+    shown.exposed = !shown.device.empty();
+    view.drives.push_back({std::move(shown), true, {}});
+  }
+  return view;
+}
 
 /// Longer runs of empty bays are drawn as one cell.
 constexpr unsigned kMostEmptyCells = 4;
@@ -20,7 +71,7 @@ constexpr unsigned kMostEmptyCells = 4;
 struct Box {
   std::string port;
   uint8_t box = 0;
-  std::multimap<unsigned, const DriveState*> drives;
+  std::multimap<unsigned, const DriveView*> drives;
 
   /// Bays from the first one to the last in use.
   [[nodiscard]] unsigned lastBay() const { return drives.empty() ? 0 : drives.rbegin()->first; }
@@ -28,13 +79,13 @@ struct Box {
 };
 
 /// The boxes of a controller by port and number. A drive that is gone leaves its bay, which stays.
-std::vector<Box> boxesOf(const ControllerState& controller) {
+std::vector<Box> boxesOf(const ControllerView& controller) {
   std::map<std::pair<std::string, uint8_t>, Box> boxes;
-  for (const DriveState& state : controller.drives) {
-    Box& box = boxes[{state.drive.port, state.drive.box}];
-    box.port = state.drive.port;
-    box.box = state.drive.box;
-    box.drives.emplace(state.drive.bay, state.present ? &state : nullptr);
+  for (const DriveView& view : controller.drives) {
+    Box& box = boxes[{view.drive.port, view.drive.box}];
+    box.port = view.drive.port;
+    box.box = view.drive.box;
+    box.drives.emplace(view.drive.bay, view.isPresent ? &view : nullptr);
   }
   std::vector<Box> list;
   list.reserve(boxes.size());
@@ -52,19 +103,20 @@ void forEachBay(const Box& box, Visit visit) {
   }
 }
 
-/// Seconds, rounded up so that a drive that still blinks never shows 0.
-uint32_t secondsLeft(const DriveState& state) {
-  return (state.blinkTenthsLeft + 9) / 10;
+/// Seconds, rounded up so that a drive that still blinks never shows 0; empty for a drive that does not.
+std::string blinkText(const DriveView& view) {
+  const uint32_t tenths = view.blinkTenths.value_or(0);
+  return tenths == 0 ? "" : "blinks, " + std::to_string((tenths + 9) / 10) + " s left";
 }
 
-GridCell cellOf(unsigned bay, const DriveState& state) {
-  const simulator::Drive& drive = state.drive;
+GridCell cellOf(unsigned bay, const DriveView& view) {
+  const simulator::Drive& drive = view.drive;
   GridCell cell;
   cell.lines = {
       "bay " + std::to_string(bay), printable(drive.serial),
       orUnknown(degrees(drive.currentTemperature)) + " C, max " + orUnknown(degrees(drive.maximumTemperature)) + " C",
-      state.blinking ? "blinks, " + std::to_string(secondsLeft(state)) + " s left" : ""};
-  cell.isHighlighted = state.blinking;
+      blinkText(view)};
+  cell.isHighlighted = view.blinkTenths.value_or(0) != 0;
   return cell;
 }
 
@@ -79,7 +131,7 @@ void addEmptyBays(std::vector<GridCell>& cells, unsigned first, unsigned end) {
 std::string pictureOf(const Box& box, const Terminal& terminal) {
   std::vector<GridCell> cells;
   unsigned emptySince = box.firstBay();
-  forEachBay(box, [&](unsigned bay, const DriveState* state) {
+  forEachBay(box, [&](unsigned bay, const DriveView* state) {
     if (state == nullptr) return;
     if (emptySince < bay) addEmptyBays(cells, emptySince, bay);
     cells.push_back(cellOf(bay, *state));
@@ -89,12 +141,15 @@ std::string pictureOf(const Box& box, const Terminal& terminal) {
   return drawGrid(cells, terminal);
 }
 
-std::string textOf(const ControllerState& controller, const Terminal& terminal) {
-  std::string text = terminal.bold(printable(controller.hba)) + "  drives' write cache " +
-                     (controller.driveCacheOn ? "on" : "off") + "\n";
+std::string textOf(const ControllerView& controller, const Terminal& terminal) {
+  std::string text = terminal.bold(printable(controller.hba));
+  if (controller.driveCacheOn)
+    text += std::string("  drives' write cache ") + (*controller.driveCacheOn ? "on" : "off");
+  text += "\n";
   for (const Box& box : boxesOf(controller)) {
     text += "port " + printable(box.port) + ", box " + std::to_string(box.box) + "\n" + pictureOf(box, terminal);
   }
+  if (controller.unidentified != 0) text += counted(controller.unidentified, "drive") + " not identified\n";
   if (controller.volumes.empty()) return text;
   TextTable table({"VOLUME", "NUMBER", "LABEL", "CACHE"});
   for (const simulator::VolumeState& state : controller.volumes) {
@@ -105,27 +160,28 @@ std::string textOf(const ControllerState& controller, const Terminal& terminal) 
   return text + table.text(terminal);
 }
 
-Json toJson(const DriveState& state) {
-  const simulator::Drive& drive = state.drive;
+Json toJson(const DriveView& view) {
+  const simulator::Drive& drive = view.drive;
+  const auto& tenths = view.blinkTenths;
   return {{"bus", drive.bus},
           {"target", drive.target},
           {"device", drive.exposed ? Json(drive.device) : Json(nullptr)},
           {"serial", drive.serial},
           {"currentTemperature", orNull(degrees(drive.currentTemperature))},
           {"maximumTemperature", orNull(degrees(drive.maximumTemperature))},
-          {"blinking", state.blinking},
-          {"blinkTenthsLeft", state.blinkTenthsLeft}};
+          {"blinking", tenths ? Json(*tenths != 0) : Json(nullptr)},
+          {"blinkTenthsLeft", orNull(tenths)}};
 }
 
 Json toJson(const Box& box) {
   Json bays = Json::array();
-  forEachBay(box, [&](unsigned bay, const DriveState* state) {
+  forEachBay(box, [&](unsigned bay, const DriveView* state) {
     bays.push_back({{"bay", bay}, {"drive", state == nullptr ? Json(nullptr) : toJson(*state)}});
   });
   return {{"port", box.port}, {"box", box.box}, {"bays", std::move(bays)}};
 }
 
-Json toJson(const ControllerState& controller) {
+Json toJson(const ControllerView& controller) {
   Json boxes = Json::array();
   for (const Box& box : boxesOf(controller)) boxes.push_back(toJson(box));
   Json volumes = Json::array();
@@ -137,27 +193,43 @@ Json toJson(const ControllerState& controller) {
                        {"cacheOn", state.volume.external ? Json(nullptr) : Json(state.volume.cacheOn)}});
   }
   return {{"hba", controller.hba},
-          {"driveCacheOn", controller.driveCacheOn},
+          {"driveCacheOn", orNull(controller.driveCacheOn)},
           {"boxes", std::move(boxes)},
+          {"unidentified", controller.unidentified},
           {"volumes", std::move(volumes)}};
 }
 
 class DrivesCommand final : public Command {
  public:
   DrivesCommand()
-      : Command("drives", "Show what the simulated hardware does, box by box",
+      : Command("drives", "Show all drives box by box, those that belong to no disk too",
                 {"dmu-host drives --state state.json", "dmu-host drives --json"}) {}
 
   [[nodiscard]] Json emptyResult() const override { return {{"controllers", Json::array()}}; }
 
   Outcome run(Session& session) override {
     Outcome outcome{"", emptyResult()};
-    for (const ControllerState& controller : session.simulatedHost("drives").state()) {
+    for (const ControllerView& controller : controllers(session)) {
       if (!outcome.text.empty()) outcome.text += "\n";
       outcome.text += textOf(controller, session.terminal());
       outcome.json["controllers"].push_back(toJson(controller));
     }
     return outcome;
+  }
+
+ private:
+  /// The simulated hardware as it is; of another host what its controllers report when their disks are asked for.
+  static std::vector<ControllerView> controllers(Session& session) {
+    std::vector<ControllerView> views;
+    simulator::SimulatedHost* const simulated = session.isReplay() ? nullptr : session.simulatedHostIfAny();
+    if (simulated != nullptr) {
+      for (const simulator::ControllerState& state : simulated->state()) views.push_back(viewOf(state));
+      return views;
+    }
+    std::vector<DiskRecord> records;
+    for (const HostDisk& disk : session.disks()) records.push_back(openDisk(session, disk, Named::no).record);
+    for (const auto& [hba, controller] : session.controllers().all()) views.push_back(viewOf(controller, records));
+    return views;
   }
 };
 

@@ -7,7 +7,7 @@ namespace host {
 
 std::vector<Option> DeviceArguments::options() {
   return {
-      {"DEVICE", "", "A disk: its name, HBA:CHANNEL:TARGET:LUN, serial:TEXT or bay:PORT:BOX:BAY", Texts{&names_}},
+      {"DEVICE", "", "A disk: its name, HBA:CHANNEL:TARGET:LUN, serial:TEXT or bay:[HBA:]PORT:BOX:BAY", Texts{&names_}},
       {.name = "--all",
        .valueName = "",
        .help = "All disks that the plugin serves, instead of devices",

@@ -7,6 +7,7 @@
 
 #include "host/disks/plugin_calls.h"
 #include "host/disks/serial_number.h"
+#include "host/interception/host_calls.h"
 #include "host/output/text.h"
 
 namespace host {
@@ -14,7 +15,7 @@ namespace {
 
 constexpr std::string_view kSerialPrefix = "serial:";
 constexpr std::string_view kBayPrefix = "bay:";
-constexpr size_t kMostCandidates = 20;
+constexpr size_t kMostDetails = 20;  // reading a serial number takes its time
 
 using Match = std::function<bool(const HostDisk&)>;
 
@@ -24,29 +25,47 @@ std::vector<HostDisk> matching(const std::vector<HostDisk>& disks, const Match& 
   return found;
 }
 
-/// A disk in all the words that name it.
-std::string candidate(const HostDisk& disk) {
-  std::string text = disk.device + "  " + disk.hba + ":" + addressOf(disk);
-  if (const auto serial = readSerialNumber(disk.device).serial) text += "  serial:" + *serial;
-  return text;
+/// The disks with this name, else those with it in another case.
+std::vector<HostDisk> namedSo(const std::vector<HostDisk>& disks, const std::string& name,
+                              const std::function<std::string(const HostDisk&)>& nameOf) {
+  auto found = matching(disks, [&](const HostDisk& disk) { return nameOf(disk) == name; });
+  if (!found.empty()) return found;
+  return matching(disks, [&](const HostDisk& disk) { return lowerCase(nameOf(disk)) == lowerCase(name); });
 }
 
-/// As many texts as people will read.
-std::vector<std::string> shortened(std::vector<std::string> texts) {
-  if (texts.size() <= kMostCandidates) return texts;
-  const size_t more = texts.size() - kMostCandidates;
-  texts.resize(kMostCandidates);
-  texts.push_back("and " + std::to_string(more) + " more; \"dmu-host list\" shows them");
-  return texts;
-}
-
-std::vector<std::string> candidates(const std::vector<HostDisk>& disks) {
-  std::vector<std::string> texts;
+std::vector<Candidate> candidates(const std::vector<HostDisk>& disks) {
+  std::vector<Candidate> all;
   for (const HostDisk& disk : disks) {
-    // Reading a serial number takes its time: only for what will be shown.
-    texts.push_back(texts.size() < kMostCandidates ? candidate(disk) : disk.device);
+    Candidate candidate{disk.device, disk.hba + ":" + addressOf(disk)};
+    const auto serial = all.size() < kMostDetails ? readSerialNumber(disk.device).serial : std::nullopt;
+    if (serial) candidate.details += "  serial:" + *serial;
+    all.push_back(std::move(candidate));
   }
-  return shortened(std::move(texts));
+  return all;
+}
+
+/// A bay as a name gives it: "[HBA:]PORT:BOX:BAY".
+struct NamedBay {
+  std::string hba;  ///< empty: any
+  Place place;
+
+  [[nodiscard]] bool isOn(const std::string& controller) const { return hba.empty() || hba == controller; }
+};
+
+/// A port may hold a colon itself: a controller's name is one only if the host has that controller.
+NamedBay parseBay(const std::vector<HostDisk>& disks, const std::string& name) {
+  std::string rest = name.substr(kBayPrefix.size());
+  NamedBay bay;
+  for (const HostDisk& disk : disks) {
+    if (!lowerCase(rest).starts_with(lowerCase(disk.hba) + ":")) continue;
+    bay.hba = disk.hba;
+    rest.erase(0, disk.hba.size() + 1);
+    break;
+  }
+  const auto place = parsePlace(rest);
+  if (!place) throw Refusal(printable(name) + ": a place is written bay:[HBA:]PORT:BOX:BAY");
+  bay.place = *place;
+  return bay;
 }
 
 /// The physical disks of the host and the volumes, each with the places of its drives.
@@ -73,48 +92,68 @@ PlacedDisks askAllPlaces(Session& session) {
   return placed;
 }
 
-std::vector<HostDisk> disksAt(const Place& place, const std::vector<std::pair<HostDisk, std::vector<Place>>>& placed) {
+std::vector<HostDisk> disksAt(const NamedBay& bay, const std::vector<std::pair<HostDisk, std::vector<Place>>>& placed) {
   std::vector<HostDisk> there;
   for (const auto& [disk, places] : placed) {
     const bool sitsThere =
-        std::any_of(places.begin(), places.end(), [&](const Place& other) { return isSamePlace(place, other); });
-    if (sitsThere) there.push_back(disk);
+        std::any_of(places.begin(), places.end(), [&](const Place& other) { return isSamePlace(bay.place, other); });
+    if (sitsThere && bay.isOn(disk.hba)) there.push_back(disk);
   }
   return there;
 }
 
-/// The physical disks in a bay. An empty bay is refused, and one whose drive the host does not see, with its volumes.
-std::vector<HostDisk> findByPlace(Session& session, const std::string& name, const Place& place) {
+/// What the controllers reported of a bay in which no disk sits.
+std::string whyEmpty(Session& session, const NamedBay& bay) {
+  bool isBoxKnown = false;
+  for (const auto& [hba, controller] : session.controllers().all()) {
+    if (!bay.isOn(hba)) continue;
+    for (const model::Drive& drive : controller.drives) {
+      if (!drive.identity || !drive.isListed) continue;
+      Place place{"", drive.identity->bay.port, drive.identity->bay.box, drive.identity->bay.bay, false};
+      if (isSamePlace(bay.place, place)) {
+        return "the drive in that bay of " + hba + ", serial:" + drive.identity->serial + ", belongs to no disk";
+      }
+      place.bay = bay.place.bay;
+      isBoxKnown = isBoxKnown || isSamePlace(bay.place, place);
+    }
+  }
+  return isBoxKnown ? "that bay is empty" : "no such bay: there is no drive in that box of that port";
+}
+
+/// The physical disks in a bay. Other bays are refused: with the volumes of the drive, or what else is there.
+std::vector<HostDisk> findByPlace(Session& session, const std::string& name) {
+  const NamedBay bay = parseBay(session.disks(), name);
   const PlacedDisks placed = askAllPlaces(session);
-  auto found = disksAt(place, placed.disks);
+  auto found = disksAt(bay, placed.disks);
   if (!found.empty()) return found;
-  if (const auto volumes = disksAt(place, placed.volumes); !volumes.empty()) {
+  if (const auto volumes = disksAt(bay, placed.volumes); !volumes.empty()) {
     throw Refusal(printable(name) + ": no such device; the drive in that bay belongs to", candidates(volumes));
   }
-  std::vector<std::string> texts;
-  for (const auto& [disk, places] : placed.disks) texts.push_back(disk.device + "  bay:" + describe(places));
-  std::string text = printable(name) + ": no such device";
+  std::vector<Candidate> bays;
+  for (const auto& [disk, places] : placed.disks) bays.push_back({disk.device, "bay:" + describe(places)});
+  std::string text = printable(name + ": " + whyEmpty(session, bay));
   if (placed.notAsked > 0) text += " (" + counted(placed.notAsked, "disk") + " could not be asked for their place)";
-  if (!texts.empty()) text += "; this host has";
-  throw Refusal(text, shortened(std::move(texts)));
+  if (!bays.empty()) text += "; this host has";
+  throw Refusal(text, std::move(bays));
+}
+
+std::string withoutPath(const std::string& name) {
+  return name.starts_with(kNodes) ? name.substr(kNodes.size()) : name;
+}
+
+std::string serialOf(const HostDisk& disk) {
+  return readSerialNumber(disk.device).serial.value_or("");
 }
 
 std::vector<HostDisk> findByName(Session& session, const std::string& name) {
   const std::vector<HostDisk>& disks = session.disks();
-  auto found = matching(disks, [&](const HostDisk& disk) { return disk.device == name; });
-  if (found.empty()) {
-    found = matching(disks, [&](const HostDisk& disk) { return disk.hba + ":" + addressOf(disk) == name; });
-  }
-  if (found.empty() && name.starts_with(kSerialPrefix)) {
-    const std::string serial = name.substr(kSerialPrefix.size());
-    found = matching(disks, [&](const HostDisk& disk) { return readSerialNumber(disk.device).serial == serial; });
-  }
-  if (found.empty() && name.starts_with(kBayPrefix)) {
-    const auto place = parsePlace(name.substr(kBayPrefix.size()));
-    if (!place) throw Refusal(printable(name) + ": a place is written bay:PORT:BOX:BAY");
-    found = findByPlace(session, name, *place);
-  }
-  return found;
+  auto found = namedSo(disks, withoutPath(name), [](const HostDisk& disk) { return disk.device; });
+  if (found.empty())
+    found = namedSo(disks, name, [](const HostDisk& disk) { return disk.hba + ":" + addressOf(disk); });
+  if (!found.empty()) return found;
+  if (name.starts_with(kBayPrefix)) return findByPlace(session, name);
+  const std::string serial = name.starts_with(kSerialPrefix) ? name.substr(kSerialPrefix.size()) : name;
+  return serial.empty() ? found : namedSo(disks, serial, serialOf);
 }
 
 HostDisk diskNamed(Session& session, const std::string& name) {

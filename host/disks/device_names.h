@@ -10,8 +10,8 @@ namespace host {
 
 /// The disks of the names, in their order; a disk named twice comes once.
 ///
-/// @param names  each a device name, "HBA:CHANNEL:TARGET:LUN", "serial:TEXT", or "bay:PORT:BOX:BAY" for the physical
-///               disk that sits there
+/// @param names  each whole and in any case: a device name with or without its path, "HBA:CHANNEL:TARGET:LUN", a serial
+///               number with or without "serial:", or "bay:[HBA:]PORT:BOX:BAY" for the physical disk that sits there
 /// @throws Refusal  for a name that fits no disk or more than one; it lists the candidates
 [[nodiscard]] std::vector<HostDisk> disksNamed(Session& session, const std::vector<std::string>& names);
 

@@ -12,8 +12,7 @@
 namespace host {
 namespace {
 
-constexpr int kCloseToMaximum = 5;     // degrees
-constexpr size_t kPortCharacters = 8;  // as many as the plugin keeps of a port's name
+constexpr int kCloseToMaximum = 5;  // degrees
 
 struct FoundDisk {
   const model::Controller* controller = nullptr;

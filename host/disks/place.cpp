@@ -54,7 +54,9 @@ Place placeOf(const std::string& locationText) {
 }
 
 bool isSamePlace(const Place& one, const Place& other) {
-  return one.isKnown() && one.port == other.port && one.box == other.box && one.bay == other.bay;
+  const bool areKnown = one.isKnown() && other.isKnown();
+  return areKnown && one.port->substr(0, kPortCharacters) == other.port->substr(0, kPortCharacters) &&
+         one.box == other.box && one.bay == other.bay;
 }
 
 std::string bayText(const Place& place) {

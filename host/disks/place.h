@@ -10,6 +10,9 @@
 
 namespace host {
 
+/// How many characters of a port's name the plugin keeps.
+inline constexpr size_t kPortCharacters = 8;
+
 struct Place {
   std::string text;                 ///< as the plugin gave it
   std::optional<std::string> port;  ///< nothing, here and below, when the text does not say
@@ -26,7 +29,7 @@ struct Place {
 /// Takes "PORT:BOX:BAY" apart; nothing when the text is not of that form.
 [[nodiscard]] std::optional<Place> parsePlace(const std::string& text);
 
-/// Whether both are known and the same bay.
+/// Whether both are known and the same bay, as far as the plugin keeps its port's name.
 [[nodiscard]] bool isSamePlace(const Place& one, const Place& other);
 
 /// "1I:1:3", "1I:1:3 (failed)"; "-" instead of a place that is not known.

@@ -20,6 +20,13 @@ std::string printable(std::string_view text) {
   return safe;
 }
 
+std::string lowerCase(std::string text) {
+  for (char& character : text) {
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
+  }
+  return text;
+}
+
 std::string counted(size_t number, const std::string& noun) {
   return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
 }
@@ -32,7 +39,9 @@ std::string hex(uint64_t value) {
 
 std::string joined(const std::vector<std::string>& texts, const std::string& separator) {
   std::string text;
-  for (const std::string& one : texts) text += (text.empty() ? "" : separator) + one;
+  for (const std::string& one : texts) {
+    if (!one.empty()) text += (text.empty() ? "" : separator) + one;
+  }
   return text;
 }
 

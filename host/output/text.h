@@ -16,6 +16,9 @@ inline constexpr const char* kUnknown = "-";
 /// A device's text with every byte outside printable ASCII as "\xNN", so that it cannot steer a terminal.
 [[nodiscard]] std::string printable(std::string_view text);
 
+/// ASCII letters in lower case.
+[[nodiscard]] std::string lowerCase(std::string text);
+
 /// "1 drive", "3 drives".
 [[nodiscard]] std::string counted(size_t number, const std::string& noun);
 
@@ -25,7 +28,7 @@ inline constexpr const char* kUnknown = "-";
 /// The text made printable, or kUnknown.
 [[nodiscard]] std::string orUnknown(const std::optional<std::string>& text);
 
-/// The texts with the separator between them.
+/// The texts that are not empty, with the separator between them.
 [[nodiscard]] std::string joined(const std::vector<std::string>& texts, const std::string& separator = ", ");
 
 /// The number in decimal, or kUnknown.
