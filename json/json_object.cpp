@@ -69,19 +69,6 @@ const nlohmann::json* JsonObject::find(const char* key, Need need) {
   return nullptr;
 }
 
-bool JsonObject::wholeNumber(const char* key, uint64_t& value, Need need, uint64_t least, uint64_t most) {
-  const nlohmann::json* found = find(key, need);
-  if (found == nullptr) return false;
-  const bool fits = found->is_number_unsigned() && found->get<uint64_t>() >= least && found->get<uint64_t>() <= most;
-  if (fits) {
-    value = found->get<uint64_t>();
-  } else {
-    refuse(key, "must be a whole number from " + std::to_string(least) + " to " + std::to_string(most) + ", not " +
-                    shown(*found));
-  }
-  return fits;
-}
-
 bool JsonObject::flag(const char* key, bool& field, Need need) {
   const nlohmann::json* found = find(key, need);
   if (found == nullptr) return false;

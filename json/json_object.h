@@ -8,6 +8,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "json/mistakes.h"
@@ -17,18 +19,20 @@ namespace input {
 /// A key that is optional keeps the value that the field had before.
 enum class Need { optional, required };
 
+/// A value as a message shows it.
+[[nodiscard]] std::string shown(const nlohmann::json& value);
+
 class JsonObject {
  public:
   /// @param path  JSON pointer of `value`, which need not be an object: that is the first mistake then
   JsonObject(const nlohmann::json& value, std::string path, Mistakes& mistakes);
 
   template <typename Number>
-  bool number(const char* key, Number& field, Need need, uint64_t least = 0,
-              uint64_t most = std::numeric_limits<Number>::max()) {
-    uint64_t value = field;
-    if (!wholeNumber(key, value, need, least, most)) return false;
-    field = static_cast<Number>(value);
-    return true;
+  bool number(const char* key, Number& field, Need need,
+              std::type_identity_t<Number> least = std::numeric_limits<Number>::min(),
+              std::type_identity_t<Number> most = std::numeric_limits<Number>::max()) {
+    const nlohmann::json* found = find(key, need);
+    return found != nullptr && wholeNumber({*found, pathOf(key)}, field, least, most);
   }
   bool flag(const char* key, bool& field, Need need);
   bool text(const char* key, std::string& field, Need need, size_t least, size_t most);
@@ -46,6 +50,14 @@ class JsonObject {
   };
   std::vector<Element> list(const char* key, Need need);
 
+  /// List of whole numbers.
+  template <typename Number>
+  void numbers(const char* key, std::vector<Number>& field, Need need) {
+    for (const Element& element : list(key, need))
+      wholeNumber(element, field.emplace_back(), std::numeric_limits<Number>::min(),
+                  std::numeric_limits<Number>::max());
+  }
+
   /// @return the value, or null when the key is not there
   const nlohmann::json* find(const char* key, Need need);
 
@@ -58,16 +70,29 @@ class JsonObject {
   [[nodiscard]] const std::string& path() const { return path_; }
 
  private:
-  bool wholeNumber(const char* key, uint64_t& value, Need need, uint64_t least, uint64_t most);
+  template <typename Number>
+  bool wholeNumber(const Element& element, Number& field, Number least, Number most) {
+    const nlohmann::json& value = element.value;
+    // A whole number is held as unsigned unless it is negative.
+    const bool fits =
+        value.is_number_unsigned()
+            ? std::cmp_greater_equal(value.get<uint64_t>(), least) && std::cmp_less_equal(value.get<uint64_t>(), most)
+            : value.is_number_integer() && std::cmp_greater_equal(value.get<int64_t>(), least) &&
+                  std::cmp_less_equal(value.get<int64_t>(), most);
+    if (fits) {
+      field = value.get<Number>();
+    } else {
+      mistakes_.add(element.path, "must be a whole number from " + std::to_string(least) + " to " +
+                                      std::to_string(most) + ", not " + shown(value));
+    }
+    return fits;
+  }
 
   const nlohmann::json& value_;
   std::string path_;
   Mistakes& mistakes_;
   std::vector<std::string_view> known_;  // literals
 };
-
-/// A value as a message shows it.
-[[nodiscard]] std::string shown(const nlohmann::json& value);
 
 /// @return `; did you mean "NAME"?` with the candidate that differs in at most two places; empty when there is none
 [[nodiscard]] std::string suggestion(std::string_view name, std::span<const std::string_view> candidates);

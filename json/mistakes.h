@@ -13,6 +13,9 @@ class Mistakes {
   /// @param file  name of the file in the messages
   explicit Mistakes(std::string file) : file_(std::move(file)) {}
 
+  /// The mistakes from now on are in this line of the file.
+  void enterLine(size_t number) { line_ = "line " + std::to_string(number) + ": "; }
+
   /// @param path  JSON pointer
   void add(std::string_view path, std::string_view reason) { add(std::string(path).append(": ").append(reason)); }
 
@@ -20,7 +23,8 @@ class Mistakes {
   void add(std::string_view mistake) {
     if (enough()) return;
     if (!text_.empty()) text_ += '\n';
-    text_.append(file_).append(": ").append(++count_ < kMost ? mistake : "more mistakes than are told here");
+    text_.append(file_).append(": ").append(line_).append(++count_ < kMost ? mistake
+                                                                           : "more mistakes than are told here");
   }
   [[nodiscard]] bool none() const { return count_ == 0; }
 
@@ -38,6 +42,7 @@ class Mistakes {
   static constexpr size_t kMost = 100;
 
   std::string file_;
+  std::string line_;  // before the mistakes of a file that is read line by line
   std::string text_;
   size_t count_ = 0;
 };

@@ -48,14 +48,6 @@ HostDisk diskOf(const JsonObject::Element& element, input::Mistakes& mistakes) {
   return disk;
 }
 
-HostDisk diskOf(const JsonNode& node) {
-  const nlohmann::json value = node.json();
-  input::Mistakes mistakes(node.file());
-  HostDisk disk = diskOf({value, node.path()}, mistakes);
-  if (!mistakes.none()) throw Refusal(mistakes.text().substr(0, mistakes.text().find('\n')));
-  return disk;
-}
-
 std::vector<HostDisk> readInventory(const std::string& file) {
   std::string error;
   const auto content = readFile(file, error);

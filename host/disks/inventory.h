@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "host/disks/host_disk.h"
-#include "host/json_node.h"
 #include "json/json_object.h"
 
 namespace host {
@@ -18,9 +17,5 @@ namespace host {
 /// Reads one disk, as the file has it.
 /// @return the disk; of no use when there are mistakes
 [[nodiscard]] HostDisk diskOf(const input::JsonObject::Element& element, input::Mistakes& mistakes);
-
-/// The same for a line of a recording.
-/// @throws Refusal  the same for the first mistake
-[[nodiscard]] HostDisk diskOf(const JsonNode& node);
 
 }  // namespace host

@@ -7,9 +7,9 @@
 
 #include "host/disks/host_disk.h"
 #include "host/interception/host_calls.h"
+#include "host/recording/calls.h"
 #include "host/recording/command_outputs.h"
 #include "host/recording/recording_file.h"
-#include "host/recording/requests.h"
 
 namespace host::recording {
 
@@ -44,7 +44,7 @@ class Recorder final : public HostCalls {
   /// The channel is about to be closed: its address may be another's then.
   void forget(vmk_MgmtUserHandle* channel);
 
-  void write(const Request& request, Json answer, uint32_t channel = 0);
+  void write(AnyCall call, uint32_t channel = 0);
 
   HostCalls& machine_ = nextCalls();
   std::mutex mutex_;

@@ -1,82 +1,65 @@
 // Reads a recording line by line.
 #include "host/recording/recording.h"
 
+#include <optional>
+#include <string_view>
+#include <utility>
+#include <variant>
+
 #include "host/file_content.h"
-#include "host/json_file.h"
 #include "host/output/text.h"
-#include "host/recording/line_checks.h"
+#include "host/recording/lines.h"
 #include "host/refusal.h"
+#include "json/json_check.h"
 
 namespace host::recording {
 namespace {
 
-/// The order of keys in the file does not matter.
-std::string keyOf(const Request& request) {
-  return request.call + " " + nlohmann::json(request.parameters).dump();
-}
-
-/// Any file may have been named, and the parser's message quotes its bytes.
-Json parseLine(const std::string& line, const std::string& place) {
-  try {
-    return readJsonLine(line, "");
-  } catch (const Refusal& refusal) {
-    throw Refusal(place + printable(refusal.what()));
-  }
+/// @return nothing when the line is no JSON, which is a mistake then
+std::optional<nlohmann::json> parseLine(const std::string& line, Source& source) {
+  constexpr std::string_view kOnlyLine = "line 1, ";
+  auto mistake = input::mistakeInJson(line);
+  if (!mistake) return nlohmann::json::parse(line);
+  if (mistake->starts_with(kOnlyLine)) mistake->erase(0, kOnlyLine.size());
+  // Any file may have been named, and the parser's message quotes its bytes.
+  source.mistakes.add(printable(*mistake));
+  return std::nullopt;
 }
 
 }  // namespace
 
-Recording Recording::read(const std::string& file) {
+Recording::Recording(std::string file) : file_(std::move(file)) {
   std::string error;
-  const auto content = readFile(file, error);
-  if (!content) throw Refusal(file + ": cannot be read: " + error);
-  if (content->empty()) throw Refusal(file + ": not a recording: it is empty");
+  const auto content = readFile(file_, error);
+  if (!content) throw Refusal(file_ + ": cannot be read: " + error);
+  if (content->empty()) throw Refusal(file_ + ": not a recording: it is empty");
+  Source source{input::Mistakes(file_)};
+  readLines(*content, source);
+  if (!source.mistakes.none()) throw Refusal(source.mistakes.text());
+}
 
-  Recording recording;
-  recording.file_ = file;
+void Recording::readLines(const std::string& content, Source& source) {
+  bool hasEnded = false;
   size_t number = 0;
-  for (size_t begin = 0; begin < content->size();) {
-    const std::string place = file + ": line " + std::to_string(++number);
-    const size_t end = content->find('\n', begin);
-    if (end == std::string::npos) throw Refusal(place + ": the recording is cut in this line");
-    const std::string line = content->substr(begin, end - begin);
+  size_t end = 0;
+  for (size_t begin = 0; begin < content.size(); begin = end + 1) {
+    source.mistakes.enterLine(++number);
+    if (hasEnded) return source.mistakes.add("nothing may come after the end");
+    end = content.find('\n', begin);
+    if (end == std::string::npos) return source.mistakes.add("the recording is cut in this line");
+    const auto line = parseLine(content.substr(begin, end - begin), source);
     if (number == 1) {
-      const Json first = parseLine(line, place);
-      checkFirstLine(JsonNode(first, place));
-    } else {
-      recording.addLine(line, place);
+      if (line) readFirstLine(*line, source);
+      if (!source.mistakes.none()) return;  // whatever it is, it is no recording that this program knows
+    } else if (line && isLastLine(*line)) {
+      hasEnded = true;
+    } else if (auto call = line ? readCall(*line, source) : std::nullopt) {
+      std::visit([&]<typename Call>(Call& one) { answersTo<Call>(one.request).all.push_back(std::move(one.answer)); },
+                 *call);
     }
-    begin = end + 1;
   }
-  if (!recording.ended_) {
-    throw Refusal(file + ": line " + std::to_string(number + 1) + ": the recording is cut: its last line, " +
-                  R"({"end":true}, is missing)");
-  }
-  return recording;
-}
-
-void Recording::addLine(const std::string& line, const std::string& place) {
-  if (ended_) throw Refusal(place + ": nothing may come after the end");
-  const Json json = parseLine(line, place);
-  if (json.is_object() && json.contains("end")) {
-    ended_ = true;
-    return;
-  }
-  checkCall(JsonNode(json, place));
-  const Request request{json.at("call"), json.at("request")};
-  answers_[keyOf(request)].all.push_back(json.at("answer"));
-}
-
-const Json* Recording::next(const Request& request) {
-  const auto found = answers_.find(keyOf(request));
-  if (found == answers_.end()) return nullptr;
-  Answers& answers = found->second;
-  return answers.given == answers.all.size() ? nullptr : &answers.all[answers.given++];
-}
-
-size_t Recording::count(const Request& request) const {
-  const auto found = answers_.find(keyOf(request));
-  return found == answers_.end() ? 0 : found->second.all.size();
+  source.mistakes.enterLine(number + 1);
+  if (!hasEnded) source.mistakes.add(R"(the recording is cut: its last line, {"end":true}, is missing)");
 }
 
 }  // namespace host::recording

@@ -4,38 +4,51 @@
 
 #include <map>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
-#include "host/recording/requests.h"
+#include "host/recording/calls.h"
 
 namespace host::recording {
+
+/// The answers to one request.
+template <typename Answer>
+struct Answers {
+  std::vector<Answer> all;
+  size_t given = 0;
+
+  /// @return null when there is none left
+  [[nodiscard]] const Answer* next() { return given == all.size() ? nullptr : &all[given++]; }
+};
 
 class Recording {
  public:
   /// Reads and checks a whole recording.
-  /// @throws Refusal  "FILE: line N: PATH: REASON" for the first mistake
-  [[nodiscard]] static Recording read(const std::string& file);
+  /// @throws Refusal  "FILE: line N: POINTER: REASON", a line for each mistake
+  explicit Recording(std::string file);
 
-  /// The next answer to a request.
-  /// @return null when there is none (left); valid as long as this object
-  [[nodiscard]] const Json* next(const Request& request);
-
-  /// How many answers to a request there are in the file.
-  [[nodiscard]] size_t count(const Request& request) const;
+  /// @return valid as long as this object
+  template <typename Call>
+  [[nodiscard]] Answers<typename Call::Answer>& answersTo(const typename Call::Request& request) {
+    return std::get<ByRequest<Call>>(calls_).answers[request];
+  }
 
   [[nodiscard]] const std::string& file() const { return file_; }
 
  private:
-  struct Answers {
-    std::vector<Json> all;
-    size_t given = 0;
+  /// The calls of one kind.
+  template <typename Call>
+  struct ByRequest {
+    std::map<typename Call::Request, Answers<typename Call::Answer>> answers;
   };
+  template <typename... Calls>
+  static std::tuple<ByRequest<Calls>...> allOf(const std::variant<Calls...>& call);
 
-  void addLine(const std::string& line, const std::string& place);
+  void readLines(const std::string& content, Source& source);
 
   std::string file_;
-  bool ended_ = false;
-  std::map<std::string, Answers> answers_;  // by keyOf
+  decltype(allOf(AnyCall())) calls_;
 };
 
 }  // namespace host::recording

@@ -11,10 +11,10 @@
 #include <system_error>
 #include <unistd.h>
 
-#include "host/json_file.h"
-#include "host/recording/format.h"
+#include "host/recording/lines.h"
 #include "host/refusal.h"
 #include "host/report.h"
+#include "json/json_check.h"
 #include "simulator/link_target.h"
 
 namespace host::recording {
@@ -45,12 +45,7 @@ bool isRecording(const std::string& file) {
   const std::unique_ptr<FILE, int (*)(FILE*)> stream(std::fopen(file.c_str(), "re"), std::fclose);
   std::array<char, 4096> line{};
   if (stream == nullptr || std::fgets(line.data(), line.size(), stream.get()) == nullptr) return false;
-  try {
-    const Json first = readJsonLine(line.data(), file);
-    return first.is_object() && first.value("format", Json()) == kFormat;
-  } catch (const Refusal&) {
-    return false;
-  }
+  return !input::mistakeInJson(line.data()) && beginsRecording(nlohmann::json::parse(line.data()));
 }
 
 [[noreturn]] void refuse(const std::string& file, const std::string& reason) {
@@ -82,7 +77,7 @@ RecordingFile::RecordingFile(const std::string& file, const std::vector<RunFile>
   }
   (void)fchmod(descriptor, older ? older->st_mode & 0777 : newMode());
   file_.reset(fdopen(descriptor, "w"));
-  write({{"format", kFormat}, {"version", kVersion}});
+  write(firstLine());
   if (error_ == 0) return;
   unlink(beside_.c_str());
   refuse(file, std::strerror(error_));
@@ -109,7 +104,7 @@ void RecordingFile::takePlace() {
 }
 
 std::optional<std::string> RecordingFile::finish() {
-  write({{"end", true}});
+  write(lastLine());
   if (error_ != 0) return name_ + ": the recording is not whole: " + std::strerror(error_);
   if (!beside_.empty() && isAt(beside_)) {
     complain(name_ + ": nothing was recorded: the run asked its host nothing");

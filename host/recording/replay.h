@@ -36,7 +36,8 @@ class Replay final : public HostCalls {
 
  private:
   /// The answer to a request; null, and noted, when there is none.
-  const Json* answerTo(const Request& request);
+  template <typename Call>
+  const typename Call::Answer* answerTo(const typename Call::Request& request);
   void miss(const std::string& what);
   [[nodiscard]] bool isOpen(vmk_MgmtUserHandle* channel);
 
