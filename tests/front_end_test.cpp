@@ -30,7 +30,11 @@ TEST_F(FrontEnd, NamesAreCutTo49Characters) {
 TEST_F(FrontEnd, ASerialNumberIsAskedOfANodeThatIsClosedAgain) {
   const std::string device = host.disks().front().device;
   hostCalls.recording = true;
-  hostCalls.diskAnswer = [](sg_io_hdr&) { return -1; };
+  hostCalls.diskAnswer = [this](sg_io_hdr&) {
+    host.resetCounts();
+    EXPECT_EQ(host.counts().openNodes, 1u) << "it is open all the same";
+    return -1;
+  };
   EXPECT_EQ(PUBLISHED(Get_Dev_SN)(device.c_str(), error), "");
   EXPECT_EQ(error, "Failed to get device serial number: /dev/disks/" + device);
   EXPECT_EQ(hostCalls.openFlags, O_RDONLY | O_NONBLOCK | O_CLOEXEC);
