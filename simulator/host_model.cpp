@@ -153,7 +153,7 @@ std::vector<HostDisk> HostModel::disks() const {
       if (drive.exposed && controller.present(drive)) add(driveDisk(drive));
   }
   for (const ForeignDisk& disk : topology_.foreignDisks)
-    disks.push_back({disk.device, disk.hba, disk.channel, disk.target, disk.lun, disk.driver, {}});
+    disks.push_back({disk.device, disk.hba, disk.channel, disk.target, disk.lun, disk.driver, {.isPciDevice = false}});
   return disks;
 }
 

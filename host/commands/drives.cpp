@@ -109,13 +109,17 @@ std::string blinkText(const DriveView& view) {
   return tenths == 0 ? "" : "blinks, " + std::to_string((tenths + 9) / 10) + " s left";
 }
 
+std::string temperatureText(const simulator::Drive& drive) {
+  const auto current = degrees(drive.currentTemperature);
+  const auto maximum = degrees(drive.maximumTemperature);
+  if (!current && !maximum) return kUnknown;
+  return orUnknown(current) + " C, max " + orUnknown(maximum) + " C";
+}
+
 GridCell cellOf(unsigned bay, const DriveView& view) {
   const simulator::Drive& drive = view.drive;
   GridCell cell;
-  cell.lines = {
-      "bay " + std::to_string(bay), printable(drive.serial),
-      orUnknown(degrees(drive.currentTemperature)) + " C, max " + orUnknown(degrees(drive.maximumTemperature)) + " C",
-      blinkText(view)};
+  cell.lines = {"bay " + std::to_string(bay), printable(drive.serial), temperatureText(drive), blinkText(view)};
   cell.isHighlighted = view.blinkTenths.value_or(0) != 0;
   return cell;
 }

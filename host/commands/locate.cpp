@@ -81,6 +81,9 @@ class LocateCommand final : public Command {
     Outcome outcome{"", emptyResult()};
     auto opened = devices_.open(session);
     if (dryRun_) session.commands().holdBackWrites();
+    if (!dryRun_ && !session.isReplay() && session.simulatedHostIfAny() == nullptr) {
+      session.report().note("The plugin cannot read LEDs back: look whether the drives do what is said here.");
+    }
     std::vector<Located> all;
     std::map<std::string, ControllerBlink> controllers;
     for (OpenedDisk& disk : opened) all.push_back(locate(session, disk, controllers[disk.record.disk.hba]));

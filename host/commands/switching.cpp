@@ -1,21 +1,23 @@
 // Judges operations that switch something.
 #include "host/commands/switching.h"
 
+#include "host/output/text.h"
+
 namespace host {
 
-/// A volume without a RAID level that anybody knows is most likely external.
-static bool mayBeExternal(const DiskRecord& record) {
-  return record.kind == DiskKind::volume && !record.raidLevel;
+/// What of an external volume cannot be switched: it says that no command was sent for it, and why.
+static constexpr const char* kExternal = "an external volume: its drives and its cache are not this controller's";
+
+static bool isExternal(Session& session, const HostDisk& disk) {
+  const model::Controller* controller = session.controllers().find(disk.hba);
+  const model::Volume* volume = controller == nullptr ? nullptr : controller->volumeOf(disk);
+  return volume != nullptr && volume->isExternal;
 }
 
-static std::string whyItFailed(const DiskRecord& record, const CallResult& action, MustCount mustCount,
+static std::string whyItFailed(const CallResult& action, MustCount mustCount,
                                std::span<const InterceptedCommand> sent) {
   if (!action.error.empty()) return action.error;
-  const std::string result = " (result " + std::to_string(action.result) + ")";
-  if (sent.empty() && mayBeExternal(record)) {
-    return "the plugin sent no command; the drives and the cache of an external volume are not this controller's" +
-           result;
-  }
+  const std::string result = action.result == 0 ? "" : " (result " + std::to_string(action.result) + ")";
   if (const std::string reason = whyNothingChanged(sent); !reason.empty()) return reason + result;
   if (mustCount == MustCount::yes && action.result <= 0) return "the plugin switched nothing" + result;
   return "";
@@ -31,7 +33,14 @@ Switched switchDisk(Session& session, OpenedDisk& opened, const std::string& ope
   const auto sent = log.since(before);
 
   switched.result = action.result;
-  if (const std::string failure = whyItFailed(opened.record, action, mustCount, sent); !failure.empty()) {
+  if (action.error.empty() && sent.empty() && isExternal(session, opened.record.disk)) {
+    if (opened.named == Named::yes) {
+      session.report().failed(opened.record, operation, kExternal);
+    } else {
+      opened.record.note = kExternal;
+      session.report().note(printable(opened.record.disk.device) + ": " + kExternal);
+    }
+  } else if (const std::string failure = whyItFailed(action, mustCount, sent); !failure.empty()) {
     session.report().failed(opened.record, operation, failure);
   } else if (log.holdsBackWrites()) {
     switched.heldBack = lastChange(sent);

@@ -69,7 +69,7 @@ std::string listOrNothing(const std::vector<std::string>& texts) {
 }  // namespace
 
 OpenedDisk openDisk(Session& session, const HostDisk& disk, Named named) {
-  OpenedDisk opened{{}, openHandle(session.plugin(), disk)};
+  OpenedDisk opened{{}, openHandle(session.plugin(), disk), named};
   opened.record.disk = disk;
   const bool isServed = opened.handle.get() != nullptr;
   if (!isServed) reportNotOpened(session.report(), opened.record, named);

@@ -12,6 +12,7 @@ enum class Named { no, yes };
 struct OpenedDisk {
   DiskRecord record;
   DeviceHandle handle;  ///< holds null when the plugin does not serve the disk
+  Named named = Named::no;
 
   /// The plugin knows the disk, so that further operations make sense.
   [[nodiscard]] bool isKnown() const { return record.kind.has_value(); }

@@ -42,21 +42,41 @@ std::string cdbText(const InterceptedCommand& command) {
   return text;
 }
 
+std::string resultText(int32_t result, uint32_t driverStatus) {
+  if (result != 0) return "call failed with " + hex(static_cast<uint32_t>(result));
+  return driverStatus != 0 ? "driver status " + hex(driverStatus) : "ok";
+}
+
+/// The cells of a line; what a call does not have is empty.
+std::string lineOf(const std::string& hba, const std::string& name, const std::string& argument, const std::string& cdb,
+                   const std::string& length, const std::string& result, std::chrono::microseconds duration) {
+  char line[512];
+  std::snprintf(line, sizeof(line), "%-8s  %-25s  %-11s  %-35s  %11s  %s  %lld us\n", hba.c_str(), name.c_str(),
+                argument.c_str(), cdb.c_str(), length.c_str(), result.c_str(),
+                static_cast<long long>(duration.count()));
+  return line;
+}
+
 std::string lineOf(const InterceptedCommand& command) {
   const char* about = argumentName(command);
   const std::string argument =
       about == nullptr ? kUnknown : std::string(about) + ' ' + std::to_string(command.command->argument);
-  char line[256];
-  std::snprintf(line, sizeof(line), "controller %u  %-25s  %-11s  %-35s  %5u bytes  %s  %lld us", command.instance,
-                nameOf(command).c_str(), argument.c_str(), cdbText(command).c_str(), lengthOf(command),
-                resultText(command).c_str(), static_cast<long long>(command.duration.count()));
-  return line;
+  const std::string hba =
+      command.hba.empty() ? "controller " + std::to_string(command.instance) : printable(command.hba);
+  return lineOf(hba, nameOf(command), argument, cdbText(command), std::to_string(lengthOf(command)) + " bytes",
+                resultText(command), command.duration);
+}
+
+std::string lineOf(const ChannelCall& call) {
+  return lineOf(kUnknown, call.name, kUnknown, kUnknown, kUnknown, resultText(call.result, call.driverStatus),
+                call.duration);
 }
 
 Json toJson(const InterceptedCommand& command) {
   Json argument = nullptr;
   if (const char* about = argumentName(command)) argument = Json{{about, command.command->argument}};
   return {{"controller", command.instance},
+          {"hba", command.hba.empty() ? Json(nullptr) : Json(command.hba)},
           {"name", nameOf(command)},
           {"argument", std::move(argument)},
           {"cdb", cdbText(command)},
@@ -67,6 +87,19 @@ Json toJson(const InterceptedCommand& command) {
           {"microseconds", command.duration.count()}};
 }
 
+Json toJson(const ChannelCall& call) {
+  return {{"controller", nullptr},
+          {"hba", nullptr},
+          {"name", call.name},
+          {"argument", nullptr},
+          {"cdb", nullptr},
+          {"length", nullptr},
+          {"sent", true},
+          {"callResult", call.result},
+          {"driverStatus", call.driverStatus},
+          {"microseconds", call.duration.count()}};
+}
+
 }  // namespace
 
 std::string nameOf(const InterceptedCommand& command) {
@@ -75,9 +108,7 @@ std::string nameOf(const InterceptedCommand& command) {
 
 std::string resultText(const InterceptedCommand& command) {
   if (command.wasHeldBack) return "not sent";
-  if (command.result != 0) return "call failed with " + hex(static_cast<uint32_t>(command.result));
-  if (command.driverStatus != 0) return "driver status " + hex(command.driverStatus);
-  return "ok";
+  return resultText(command.result, command.driverStatus);
 }
 
 std::span<const InterceptedCommand> CommandLog::since(size_t place) const {
@@ -85,10 +116,7 @@ std::span<const InterceptedCommand> CommandLog::since(size_t place) const {
 }
 
 void CommandLog::addTo(Json& document) const {
-  Json& commands = document["commands"] = nullptr;
-  if (show_ != Show::inDocument) return;
-  commands = Json::array();
-  for (const InterceptedCommand& command : commands_) commands.push_back(toJson(command));
+  document["commands"] = show_ == Show::inDocument ? shown_ : Json(nullptr);
 }
 
 bool CommandLog::holdsBack(const InterceptedCommand& command) {
@@ -96,11 +124,20 @@ bool CommandLog::holdsBack(const InterceptedCommand& command) {
 }
 
 void CommandLog::passed(InterceptedCommand command) {
-  if (show_ == Show::onStandardOutput) {
-    print(lineOf(command) + "\n");
-    flushOutput();
-  }
+  showCall(command);
   commands_.push_back(std::move(command));
+}
+
+void CommandLog::channelCalled(const ChannelCall& call) {
+  showCall(call);
+}
+
+template <typename Call>
+void CommandLog::showCall(const Call& call) {
+  if (show_ == Show::inDocument) shown_.push_back(toJson(call));
+  if (show_ != Show::onStandardOutput) return;
+  print(lineOf(call));
+  flushOutput();
 }
 
 }  // namespace host

@@ -36,8 +36,13 @@ class CommandLog final : public CommandWatcher {
  private:
   [[nodiscard]] bool holdsBack(const InterceptedCommand& command) override;
   void passed(InterceptedCommand command) override;
+  void channelCalled(const ChannelCall& call) override;
+
+  template <typename Call>
+  void showCall(const Call& call);
 
   const Show show_;
+  Json shown_ = Json::array();
   bool holdsBackWrites_ = false;
   std::vector<InterceptedCommand> commands_;
 };

@@ -10,6 +10,20 @@ namespace host {
 
 namespace wire = simulator::wire;
 
+namespace {
+
+class Stopwatch {
+ public:
+  [[nodiscard]] std::chrono::microseconds time() const {
+    return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start_);
+  }
+
+ private:
+  std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
+};
+
+}  // namespace
+
 /// How many bytes of a command's buffer mean something: of a report those that it announces.
 static size_t meaningfulBytes(const simulator::DecodedCommand& command, const uint8_t* data) {
   if (!command.layout->isReport() || command.length < sizeof(wire::ReportHeader)) return command.length;
@@ -33,11 +47,17 @@ void CommandWatcher::stepAside() {
 }
 
 uint32_t CommandWatcher::openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) {
-  return next_->openChannel(signature, reserved, channel);
+  const Stopwatch watch;
+  const uint32_t result = next_->openChannel(signature, reserved, channel);
+  channelCalled({"init", static_cast<int32_t>(result), 0, watch.time()});
+  return result;
 }
 
 int32_t CommandWatcher::closeChannel(vmk_MgmtUserHandle* channel) {
-  return next_->closeChannel(channel);
+  const Stopwatch watch;
+  const int32_t result = next_->closeChannel(channel);
+  channelCalled({"destroy", result, 0, watch.time()});
+  return result;
 }
 
 int32_t CommandWatcher::invoke(const CallbackCall& call) {
@@ -47,9 +67,11 @@ int32_t CommandWatcher::invoke(const CallbackCall& call) {
 }
 
 int32_t CommandWatcher::listInstances(const CallbackCall& call) {
+  const Stopwatch watch;
   const int32_t result = next_->invoke(call);
   uint32_t status = 0;
   if (result == 0) std::memcpy(&status, call.parameters[1], sizeof(status));
+  channelCalled({"query", result, status, watch.time()});
   if (result != 0 || status != 0) return result;
   wire::InstanceList list{};
   std::memcpy(&list, call.parameters[0], sizeof(list));
@@ -74,14 +96,14 @@ int32_t CommandWatcher::passOn(const CallbackCall& call) {
   const bool isWrite = command.command && command.command->layout->toController;
   if (isWrite) copyData(command);
 
-  const auto start = std::chrono::steady_clock::now();
+  const Stopwatch watch;
   command.wasHeldBack = holdsBack(command);
   if (command.wasHeldBack) {
     std::memset(call.parameters[2], 0, sizeof(command.driverStatus));
   } else {
     command.result = next_->invoke(call);
   }
-  command.duration = std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - start);
+  command.duration = watch.time();
   if (command.result == 0) std::memcpy(&command.driverStatus, call.parameters[2], sizeof(command.driverStatus));
 
   const int32_t result = command.result;

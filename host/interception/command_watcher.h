@@ -31,6 +31,14 @@ struct InterceptedCommand {
   [[nodiscard]] bool writes() const { return record.typeAttributeDirection == simulator::wire::kWriteDirection; }
 };
 
+/// A call that opens or closes the management channel or asks for the driver's controllers, after it came back.
+struct ChannelCall {
+  const char* name = "";  ///< as fault rules name it: "init", "destroy", "query"
+  int32_t result = 0;     ///< of the management call
+  uint32_t driverStatus = 0;
+  std::chrono::microseconds duration{};
+};
+
 class CommandWatcher : public HostCalls {
  public:
   ~CommandWatcher() override { stepAside(); }
@@ -40,8 +48,8 @@ class CommandWatcher : public HostCalls {
   void stepInFront();
   void stepAside();
 
-  uint32_t openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) override;
-  int32_t closeChannel(vmk_MgmtUserHandle* channel) override;
+  uint32_t openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) final;
+  int32_t closeChannel(vmk_MgmtUserHandle* channel) final;
   int32_t invoke(const CallbackCall& call) final;
   int openNode(const NodeOpening& opening) final;
   int requestOfNode(const std::string& device, int descriptor, unsigned long request, void* argument) final;
@@ -56,6 +64,9 @@ class CommandWatcher : public HostCalls {
 
   /// Called for every command after it came back or was held back.
   virtual void passed(InterceptedCommand command) = 0;
+
+  /// Called for what is needed before a command can be sent.
+  virtual void channelCalled(const ChannelCall& /*call*/) {}
 
  private:
   int32_t passOn(const CallbackCall& call);

@@ -11,7 +11,7 @@ static std::string formatted(const char* format, time_t time) {
 }
 
 std::string localTime(time_t time) {
-  return formatted("%Y-%m-%d %H:%M:%S", time);
+  return formatted("%Y-%m-%d %H:%M:%S %Z", time);
 }
 
 std::string isoTime(time_t time) {

@@ -6,7 +6,7 @@
 
 namespace host {
 
-/// "2024-05-17 14:03:20".
+/// "2024-05-17 14:03:20 CEST".
 [[nodiscard]] std::string localTime(time_t time);
 
 /// "2024-05-17T14:03:20+0200".
