@@ -1,13 +1,10 @@
-// Reads a file whole, within the limits of json/input.h.
+// The function of json/input.h under the name that recordings use.
 #pragma once
 
-#include <optional>
-#include <string>
+#include "json/input.h"
 
 namespace host {
 
-/// @param error  receives why the file cannot be read
-/// @return the file's bytes, or nothing
-[[nodiscard]] std::optional<std::string> readFile(const std::string& file, std::string& error);
+using input::readFile;
 
 }  // namespace host

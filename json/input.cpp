@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <fcntl.h>
+#include <memory>
 #include <poll.h>
 #include <unistd.h>
 #include <vector>
@@ -24,8 +27,7 @@ bool awaitMore(int descriptor, Clock::time_point end) {
   }
 }
 
-}  // namespace
-
+/// @param descriptor  borrowed; with O_NONBLOCK, so that a pipe without a writer is waited for no longer either
 std::optional<std::string> readWhole(int descriptor, std::string& mistake) {
   constexpr size_t kPart = 65536;
   const auto end = Clock::now() + kLimits.wait;
@@ -46,6 +48,16 @@ std::optional<std::string> readWhole(int descriptor, std::string& mistake) {
     }
   }
   mistake = "its end did not come within " + std::to_string(kLimits.wait.count()) + " seconds";
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> readFile(const std::string& file, std::string& mistake) {
+  const int descriptor = openat(AT_FDCWD, file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  const std::unique_ptr<FILE, int (*)(FILE*)> stream(descriptor < 0 ? nullptr : fdopen(descriptor, "r"), std::fclose);
+  if (stream != nullptr) return readWhole(descriptor, mistake);
+  mistake = std::strerror(errno);
   return std::nullopt;
 }
 

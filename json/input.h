@@ -21,11 +21,11 @@ struct Limits {
 };
 inline constexpr Limits kLimits{32, std::chrono::seconds{10}, 100, 1000, 20'000, 2'000'000};
 
-/// Reads what an open file has to give, up to its end.
+/// Reads a file up to its end. It is opened and closed by the C library, also in a process that has an `open` and a
+/// `close` of its own, as the simulated host has for disk nodes.
 ///
-/// @param descriptor  borrowed; opened with O_NONBLOCK, so that a pipe without a writer is waited for no longer either
-/// @param mistake     receives why there is no text
-[[nodiscard]] std::optional<std::string> readWhole(int descriptor, std::string& mistake);
+/// @param mistake  receives why there is no text
+[[nodiscard]] std::optional<std::string> readFile(const std::string& file, std::string& mistake);
 
 /// A text of a file as a message quotes it: no more than its beginning when it is long.
 [[nodiscard]] std::string cut(std::string_view text);

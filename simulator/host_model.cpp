@@ -5,10 +5,10 @@
 #include <cstdlib>
 #include <new>
 
+#include "json/input.h"
 #include "simulator/built_in_topology.h"
 #include "simulator/drive_address.h"
 #include "simulator/exported.h"
-#include "simulator/files.h"
 #include "simulator/module_loader.h"
 #include "simulator/topology_checks.h"
 #include "simulator/topology_reader.h"
@@ -38,7 +38,7 @@ std::optional<std::string> parse(const std::string& json, const std::string& nam
 
 std::optional<std::string> parseFile(const std::string& file, Topology& topology) {
   std::string mistake;
-  const auto text = readFile(file, mistake);
+  const auto text = input::readFile(file, mistake);
   if (!text) return file + ": cannot be read: " + mistake;
   return parse(*text, file, topology);
 }

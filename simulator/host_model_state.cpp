@@ -4,8 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "json/input.h"
 #include "simulator/complaint.h"
-#include "simulator/files.h"
+#include "simulator/file_replacement.h"
 #include "simulator/host_model.h"
 #include "simulator/link_target.h"
 #include "simulator/state_file.h"
@@ -41,7 +42,7 @@ std::optional<std::string> HostModel::useStateFile(const std::string& file, Stat
 std::optional<std::string> HostModel::readState() {
   if (access(stateFile_.c_str(), F_OK) != 0 && errno == ENOENT) return std::nullopt;
   std::string mistake;
-  const auto text = readFile(stateFile_, mistake);
+  const auto text = input::readFile(stateFile_, mistake);
   if (!text) return stateFile_ + ": cannot be read: " + mistake;
   return restoreState(*text, stateFile_, controllers_);
 }

@@ -1,11 +1,11 @@
 // dmu-host plugin: what a plugin is, by its file and by what it says once loaded, and why it does not load here.
 
 #include "host/commands/commands.h"
-#include "host/file_content.h"
 #include "host/loading/elf_file.h"
 #include "host/loading/isolated_call.h"
 #include "host/loading/string_layout.h"
 #include "host/output/text.h"
+#include "json/input.h"
 
 namespace host {
 namespace {
@@ -29,7 +29,7 @@ struct LoadedFacts {
 
 FileFacts factsOf(const std::string& file) {
   std::string error;
-  const auto content = readFile(file, error);
+  const auto content = input::readFile(file, error);
   if (!content) throw Refusal("plugin " + file + ": " + error);
   return {identifyElf(*content), neededLibraries(*content), stringLayoutOf(undefinedSymbols(*content))};
 }

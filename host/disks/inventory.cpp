@@ -1,8 +1,8 @@
 // Reads the inventory file, disk by disk, with every mistake that is in it.
 #include "host/disks/inventory.h"
 
-#include "host/file_content.h"
 #include "host/refusal.h"
+#include "json/input.h"
 #include "json/json_text.h"
 #include "json/unique.h"
 #include "simulator/disk_identity.h"
@@ -50,7 +50,7 @@ HostDisk diskOf(const JsonObject::Element& element, input::Mistakes& mistakes) {
 
 std::vector<HostDisk> readInventory(const std::string& file) {
   std::string error;
-  const auto content = readFile(file, error);
+  const auto content = input::readFile(file, error);
   if (!content) throw Refusal(file + ": cannot be read: " + error);
   input::Mistakes mistakes(file);
   const nlohmann::json document = input::parseJson(*content, mistakes);

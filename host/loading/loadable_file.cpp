@@ -5,9 +5,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "host/file_content.h"
 #include "host/loading/elf_file.h"
 #include "host/refusal.h"
+#include "json/input.h"
 
 namespace host {
 
@@ -32,7 +32,7 @@ std::string readLoadable(const std::string& kind, const std::string& path) {
   struct stat status = {};
   if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw Refusal(name + "it is no regular file");
   std::string error;
-  auto content = readFile(path, error);
+  auto content = input::readFile(path, error);
   if (!content) throw Refusal(name + error);
   const auto identity = identifyElf(*content);
   if (!identity) throw Refusal(name + "it is no ELF file");
@@ -45,7 +45,7 @@ std::string readLoadable(const std::string& kind, const std::string& path) {
 
 bool isOfOtherClass(const std::string& path) {
   std::string error;
-  const auto content = readFile(path, error);
+  const auto content = input::readFile(path, error);
   const auto identity = content ? identifyElf(*content) : std::nullopt;
   return identity && classOf(*identity) != ownClass();
 }

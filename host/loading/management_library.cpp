@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 #include <dlfcn.h>
+#include <filesystem>
 #include <link.h>
 #include <optional>
 #include <string_view>
@@ -30,10 +31,8 @@ bool exists(const std::string& file) {
 }
 
 bool areSame(const std::string& one, const std::string& other) {
-  struct stat first = {};
-  struct stat second = {};
-  return stat(one.c_str(), &first) == 0 && stat(other.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-         first.st_ino == second.st_ino;
+  std::error_code error;  // there is no such file
+  return std::filesystem::equivalent(one, other, error);
 }
 
 std::string fileOf(void* library) {

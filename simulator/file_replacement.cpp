@@ -1,14 +1,12 @@
-// Whole files, read and replaced.
-#include "simulator/files.h"
+// Replaces whole files.
+#include "simulator/file_replacement.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
 
-#include "json/input.h"
 #include "simulator/c_library.h"
 
 namespace simulator {
@@ -41,13 +39,6 @@ bool writeAll(int descriptor, const std::string& text) {
 }
 
 }  // namespace
-
-std::optional<std::string> readFile(const std::string& file, std::string& mistake) {
-  const Descriptor descriptor(cLibrary().open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
-  if (descriptor.number() >= 0) return input::readWhole(descriptor.number(), mistake);
-  mistake = std::strerror(errno);
-  return std::nullopt;
-}
 
 bool replaceFile(const std::string& file, const std::string& text) {
   std::string temporary = file + ".XXXXXX";
