@@ -6,10 +6,10 @@
 #include <utility>
 #include <variant>
 
-#include "host/file_content.h"
 #include "host/output/text.h"
 #include "host/recording/lines.h"
 #include "host/refusal.h"
+#include "json/input.h"
 #include "json/json_check.h"
 
 namespace host::recording {
@@ -30,7 +30,7 @@ std::optional<nlohmann::json> parseLine(const std::string& line, Source& source)
 
 Recording::Recording(std::string file) : file_(std::move(file)) {
   std::string error;
-  const auto content = readFile(file_, error);
+  const auto content = input::readFile(file_, error);
   if (!content) throw Refusal(file_ + ": cannot be read: " + error);
   if (content->empty()) throw Refusal(file_ + ": not a recording: it is empty");
   Source source{input::Mistakes(file_)};
