@@ -14,6 +14,8 @@ install(TARGETS vmkmgmt vmkload_mod
 file(CREATE_LINK ../${home}/dmu-host ${CMAKE_BINARY_DIR}/link-to-dmu-host SYMBOLIC)
 install(FILES ${CMAKE_BINARY_DIR}/link-to-dmu-host DESTINATION bin RENAME dmu-host)
 
+install(FILES host/command_line/completion.bash DESTINATION share/bash-completion/completions RENAME dmu-host)
+
 install(DIRECTORY include/dmu DESTINATION include)
 install(FILES README.md DESTINATION ${documents})
 install(FILES simulator/built_in_topology.json DESTINATION ${documents}/simulator)

@@ -17,13 +17,29 @@ struct Outcome {
   Json json;         ///< the command's own keys of the document
 };
 
+/// A command line and what it is for.
+struct Example {
+  std::string purpose;
+  std::string line;
+};
+
+/// What the help says of a command, besides its options.
+struct Description {
+  std::string name;               ///< the word on the command line
+  std::string group;              ///< its heading in the help: one of those below
+  std::string summary;            ///< what it does, in half a line
+  std::string onRealHost;         ///< what of it works there, in a sentence
+  std::vector<Example> examples;  ///< the shortest first
+};
+inline constexpr const char* kLooking = "Look";
+inline constexpr const char* kSwitching = "Switch";
+inline constexpr const char* kForPluginAuthors = "For plugin authors";
+inline constexpr const char* kWorksThere = "Works on a real host.";
+inline constexpr const char* kNeedsInventory = "Works on a real host with --inventory FILE.";
+
 class Command {
  public:
-  /// @param name      the word on the command line
-  /// @param summary   what it does, in half a line
-  /// @param examples  whole command lines, the shortest first
-  Command(std::string name, std::string summary, std::vector<std::string> examples)
-      : name_(std::move(name)), summary_(std::move(summary)), examples_(std::move(examples)) {}
+  explicit Command(Description description) : description_(std::move(description)) {}
   virtual ~Command() = default;
   Command(const Command&) = delete;
   Command& operator=(const Command&) = delete;
@@ -41,17 +57,17 @@ class Command {
   /// The command's own keys of the document when it was refused.
   [[nodiscard]] virtual Json emptyResult() const { return {{"devices", Json::array()}}; }
 
-  [[nodiscard]] const std::string& name() const { return name_; }
-  [[nodiscard]] const std::string& summary() const { return summary_; }
-  [[nodiscard]] const std::vector<std::string>& examples() const { return examples_; }
+  [[nodiscard]] const std::string& name() const { return description_.name; }
+  [[nodiscard]] const Description& description() const { return description_; }
 
  private:
-  std::string name_;
-  std::string summary_;
-  std::vector<std::string> examples_;
+  const Description description_;
 };
 
-/// All commands, in the order in which the help shows them.
+/// The command of this name; null: there is none.
+[[nodiscard]] Command* findCommand(const std::vector<std::unique_ptr<Command>>& commands, const std::string& name);
+
+/// All commands, in the order in which the help shows them, group by group.
 [[nodiscard]] std::vector<std::unique_ptr<Command>> allCommands();
 
 }  // namespace host

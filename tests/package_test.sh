@@ -24,6 +24,7 @@ FIELDS
 ./usr/lib/dmu-veltrane-plugin/dmu-veltrane-plugin.so
 ./usr/lib/dmu-veltrane-plugin/simulated-host/libvmkmgmt.so
 ./usr/lib/dmu-veltrane-plugin/simulated-host/vmkload_mod
+./usr/share/bash-completion/completions/dmu-host
 ./usr/share/doc/dmu-veltrane-plugin/README.md
 ./usr/share/doc/dmu-veltrane-plugin/changelog.Debian.gz
 ./usr/share/doc/dmu-veltrane-plugin/changelog.gz

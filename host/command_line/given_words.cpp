@@ -11,6 +11,12 @@ namespace {
 
 constexpr const char* kArguments = "ARGUMENTS";  // whatever is no option, to be told apart by the table
 
+CLI::App& addCommand(CLI::App& app, const std::string& name) {
+  CLI::App& command = *app.add_subcommand(name);
+  command.add_option(kArguments)->expected(-1)->take_all();
+  return command;
+}
+
 void declare(CLI::App& app, const std::vector<Option>& options) {
   for (const Option& option : options) {
     if (option.isArgument()) continue;
@@ -63,12 +69,12 @@ GivenWords sortWords(int argc, char** argv, const std::vector<Option>& options,
   declare(app, options);
   std::vector<Option> everyOption = options;
   for (const auto& command : commands) {
-    CLI::App& sub = *app.add_subcommand(command->name());
     const std::vector<Option> own = command->options();
-    declare(sub, own);
-    sub.add_option(kArguments)->expected(-1)->take_all();
+    declare(addCommand(app, command->name()), own);
     everyOption.insert(everyOption.end(), own.begin(), own.end());
   }
+
+  CLI::App& help = addCommand(app, kHelpCommand);
 
   GivenWords given;
   given.mistake = mistakeAfterEqualsSign(argc, argv, everyOption);
@@ -84,6 +90,8 @@ GivenWords sortWords(int argc, char** argv, const std::vector<Option>& options,
     given.arguments = sub.get_option(kArguments)->results();
     collect(sub, command->options(), given);
   }
+  given.asksForHelp = help.parsed();
+  if (given.asksForHelp) given.arguments = help.get_option(kArguments)->results();
   collect(app, options, given);
   given.unknown = app.remaining(true);
   std::erase(given.unknown, "--");

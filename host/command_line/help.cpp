@@ -1,55 +1,135 @@
-// Lays out the help. It begins with examples.
+// Lays out the help.
 #include "host/command_line/help.h"
 
 #include <algorithm>
 
+#include "host/output/terminal.h"
+#include "host/output/text.h"
+
 namespace host {
 namespace {
 
-constexpr size_t kFirstColumn = 30;
+constexpr size_t kNarrowest = 40;
+constexpr size_t kWidest = 80;
 
-/// The words in the first column and the help in the second one.
-std::string row(const std::string& words, const std::string& help) {
-  std::string line = "  " + words;
-  if (line.size() >= kFirstColumn) line += "\n" + std::string(kFirstColumn, ' ');
-  return line + std::string(kFirstColumn - std::min(line.size(), kFirstColumn), ' ') + help + "\n";
+/// A line of a table: the words in the first column and what they mean in the second one.
+struct Row {
+  std::string heading;
+  std::string words;
+  std::string meaning;
+};
+
+class Page {
+ public:
+  explicit Page(size_t columns) : columns_(std::clamp(columns, kNarrowest, kWidest)) {}
+
+  void paragraph(const std::string& text) {
+    beginBlock();
+    for (const std::string& line : wrapped(text, columns_)) text_ += line + "\n";
+  }
+
+  void usage(const std::vector<std::string>& lines) {
+    beginBlock();
+    for (const std::string& line : lines) text_ += (&line == &lines.front() ? "Usage: " : "       ") + line + "\n";
+  }
+
+  void table(const std::vector<Row>& rows) {
+    size_t width = 0;
+    for (const Row& row : rows) width = std::max(width, kIndent + row.words.size() + kIndent);
+    std::string heading;
+    for (const Row& row : rows) {
+      if (row.heading != heading) {
+        beginBlock();
+        text_ += row.heading + ":\n";
+        heading = row.heading;
+      }
+      std::string words = std::string(kIndent, ' ') + row.words;
+      for (const std::string& line : wrapped(row.meaning, columns_ - width)) {
+        text_ += words + std::string(width - words.size(), ' ') + line + "\n";
+        words.clear();
+      }
+    }
+  }
+
+  void examples(const std::vector<Example>& examples) {
+    beginBlock();
+    text_ += "Examples:\n";
+    for (const Example& example : examples) text_ += "  " + example.purpose + "\n    " + example.line + "\n";
+  }
+
+  [[nodiscard]] const std::string& text() const { return text_; }
+
+ private:
+  static constexpr size_t kIndent = 2;
+
+  void beginBlock() { text_ += text_.empty() ? "" : "\n"; }
+
+  size_t columns_;
+  std::string text_;
+};
+
+void addRows(std::vector<Row>& rows, const std::vector<Option>& options, bool areArguments) {
+  for (const Option& option : options) {
+    if (option.isArgument() != areArguments) continue;
+    const std::string heading = areArguments ? "Arguments" : option.group.empty() ? "Options" : option.group;
+    rows.push_back({heading, wordsOf(option), helpOf(option)});
+  }
 }
 
-std::string rows(const std::string& heading, const std::vector<Option>& options, bool areArguments) {
-  std::string text;
-  for (const Option& option : options) {
-    if (option.isArgument() == areArguments) text += row(wordsOf(option), helpOf(option));
-  }
-  return text.empty() ? "" : "\n" + heading + ":\n" + text;
-}
-
-std::string usageOf(const Command& command, const std::vector<Option>& options) {
-  std::string text = "Usage: dmu-host " + command.name() + " [OPTION...]";
-  for (const Option& option : options) {
-    if (!option.isArgument()) continue;
-    const bool isNeeded = option.isNeeded || std::holds_alternative<Word>(option.value);
-    text += isNeeded ? " " + wordsOf(option) : " [" + wordsOf(option) + "]";
-  }
-  return text + "\n";
+Page emptyPage() {
+  return Page(Terminal::ofThisProcess().columns);
 }
 
 }  // namespace
 
-std::string programHelp(const std::vector<Option>& options, const std::vector<std::unique_ptr<Command>>& commands) {
-  std::string text;
-  for (const auto& command : commands) text += "  " + command->examples().front() + "\n";
-  text += std::string("\n") + kPurpose + "\n\nUsage: dmu-host [OPTION...] COMMAND [ARGUMENT...]\n";
-  text += rows("Options", options, false) + "\nCommands:\n";
-  for (const auto& command : commands) text += row(command->name(), command->summary());
+std::string usageOf(Command& command) {
+  const std::vector<Option> options = command.options();
+  std::string text = "dmu-host " + command.name() + " [OPTION...]";
+  for (const Option& option : options) {
+    if (!option.isArgument()) continue;
+    const auto other = std::find_if(options.begin(), options.end(),
+                                    [&](const Option& candidate) { return candidate.insteadOf == option.name; });
+    const bool isNeeded = option.isNeeded || std::holds_alternative<Word>(option.value);
+    if (other != options.end()) {
+      text += " " + wordsOf(option) + "|" + other->name;
+    } else {
+      text += isNeeded ? " " + wordsOf(option) : " [" + wordsOf(option) + "]";
+    }
+  }
   return text;
 }
 
-std::string commandHelp(Command& command) {
-  const std::vector<Option> options = command.options();
-  std::string text;
-  for (const std::string& example : command.examples()) text += "  " + example + "\n";
-  return text + "\n" + command.summary() + "\n\n" + usageOf(command, options) + rows("Arguments", options, true) +
-         rows("Options", options, false) + "\nFor the options of every command see \"dmu-host --help\".\n";
+std::string programHelp(const std::vector<Option>& options, const std::vector<std::unique_ptr<Command>>& commands) {
+  Page page = emptyPage();
+  page.paragraph(std::string("dmu-host - ") + kPurpose);
+  page.paragraph(kExplanation);
+  page.usage({"dmu-host [OPTION...] COMMAND [ARGUMENT...]", "dmu-host help COMMAND"});
+  std::vector<Row> rows;
+  for (const auto& command : commands) {
+    rows.push_back({command->description().group, command->name(), command->description().summary});
+  }
+  addRows(rows, options, false);
+  page.table(rows);
+  page.examples(kFirstExamples);
+  page.paragraph("Exit status: 0 done, 1 refused or failed, 2 wrong usage.");
+  return page.text();
+}
+
+std::string commandHelp(const std::vector<Option>& options, Command& command) {
+  const Description& description = command.description();
+  Page page = emptyPage();
+  page.paragraph(description.summary + ".");
+  page.usage({usageOf(command)});
+  std::vector<Row> rows;
+  addRows(rows, command.options(), true);
+  addRows(rows, command.options(), false);
+  page.table(rows);
+  page.examples(description.examples);
+  page.paragraph(description.onRealHost);
+  std::vector<std::string> names;
+  for (const Option& option : options) names.push_back(option.name);
+  page.paragraph("Every command also takes " + joined(names, ", ") + ": see \"dmu-host --help\".");
+  return page.text();
 }
 
 }  // namespace host

@@ -1,13 +1,15 @@
 // The words for an option in help and errors.
 #include "host/command_line/option.h"
 
+#include <algorithm>
+
 #include "host/output/text.h"
 
 namespace host {
 
 std::string wordsOf(const Option& option) {
   if (!option.isArgument()) {
-    return (option.letter.empty() ? "" : option.letter + ",") + option.name +
+    return (option.letter.empty() ? "" : option.letter + ", ") + option.name +
            (option.valueName.empty() ? "" : " " + option.valueName);
   }
   if (const auto* word = std::get_if<Word>(&option.value)) return joined(word->words, "|");
@@ -15,7 +17,15 @@ std::string wordsOf(const Option& option) {
 }
 
 std::string helpOf(const Option& option) {
-  return option.help + (option.excludes.empty() ? "" : " (not with " + joined(option.excludes, ", ") + ")");
+  return option.help + (option.excludes.empty() ? "" : "; not with " + joined(option.excludes, ", ")) +
+         (option.onlyWith.empty() ? "" : "; only with " + option.onlyWith);
+}
+
+const Option* findOption(const std::vector<Option>& options, const std::string& word) {
+  const auto found = std::find_if(options.begin(), options.end(), [&](const Option& option) {
+    return !option.isArgument() && (option.name == word || (!word.empty() && option.letter == word));
+  });
+  return found == options.end() ? nullptr : &*found;
 }
 
 std::string alternatives(const std::vector<std::string>& words) {

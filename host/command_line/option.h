@@ -1,5 +1,5 @@
 // What can stand on the command line, as tables: one for every command and one for all of them. The program reads its
-// arguments by these, and its help and its manual page are made from them.
+// arguments by these, and its help, its manual page and what a shell completes are made from them.
 #pragma once
 
 #include <stdexcept>
@@ -9,6 +9,8 @@
 
 namespace host {
 
+struct GlobalOptions;
+
 /// Given or not.
 struct Flag {
   bool* target;
@@ -17,8 +19,8 @@ struct Flag {
 /// A flag that is answered with a text instead of a run.
 struct Question {};
 
-/// A text that is not empty.
-struct Text {
+/// The name of a file.
+struct File {
   std::string* target;
 };
 
@@ -38,6 +40,8 @@ struct Word {
 /// Any number of texts. Of a command's arguments one at most is such a list.
 struct Texts {
   std::vector<std::string>* target;
+  /// Finds those that a shell can complete, by the options on the line; null: there are none.
+  std::vector<std::string> (*known)(const GlobalOptions& options) = nullptr;
 };
 
 /// An option, or an argument.
@@ -45,11 +49,13 @@ struct Option {
   std::string name;       ///< "--seconds"; an argument's has no dashes: "DEVICE"
   std::string valueName;  ///< what stands for an option's value: "FILE"
   std::string help;       ///< in a line
-  std::variant<Flag, Question, Text, Number, Word, Texts> value;
+  std::variant<Flag, Question, File, Number, Word, Texts> value;
   std::string letter = {};                 ///< the short form: "-h"
   std::string insteadOf = {};              ///< the argument whose place it takes: one of the two has to be given
   std::vector<std::string> excludes = {};  ///< options that cannot be given beside it
   bool isNeeded = false;                   ///< of a list: something has to be given
+  std::string onlyWith = {};               ///< the argument's word beside which alone it can be given
+  std::string group = {};                  ///< its heading in the help of all commands
 
   [[nodiscard]] bool isArgument() const { return !name.starts_with('-'); }
   [[nodiscard]] bool isFlag() const {
@@ -63,11 +69,14 @@ struct WrongUsage : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// The option with its value, "-h,--help" or "--seconds N", or what stands for the argument: "DEVICE...", "on|off".
+/// The option with its value, "-h, --help" or "--seconds N", or what stands for the argument: "DEVICE...", "on|off".
 [[nodiscard]] std::string wordsOf(const Option& option);
 
-/// The help, and the options that exclude it.
+/// The help, and what the option cannot be given with.
 [[nodiscard]] std::string helpOf(const Option& option);
+
+/// The option of this name or letter; null: none is.
+[[nodiscard]] const Option* findOption(const std::vector<Option>& options, const std::string& word);
 
 /// "on, off or show".
 [[nodiscard]] std::string alternatives(const std::vector<std::string>& words);

@@ -21,9 +21,9 @@ class Taking {
 
   void operator()(const Question&) const {}
 
-  void operator()(const Text& text) const {
+  void operator()(const File& file) const {
     if (single().empty()) refuse("must not be empty");
-    *text.target = single();
+    *file.target = single();
   }
 
   void operator()(const Number& number) const {
@@ -89,9 +89,12 @@ void takeOptions(const std::vector<Option>& options, const GivenWords& given) {
 }
 
 void refuseExcluded(const Option& option, const GivenWords& given) {
+  if (!given.has(option.name)) return;
   for (const std::string& other : option.excludes) {
-    if (given.has(option.name) && given.has(other)) throw WrongUsage(other + " excludes " + option.name);
+    if (given.has(other)) throw WrongUsage("give " + option.name + " or " + other + ", not both");
   }
+  const bool isMissing = !option.onlyWith.empty() && given.arguments.back() != option.onlyWith;
+  if (isMissing) throw WrongUsage(option.name + " can be given with \"" + option.onlyWith + "\" only");
 }
 
 void checkNeeded(const Option& option) {

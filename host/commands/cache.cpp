@@ -36,9 +36,14 @@ bool agrees() {
 class CacheCommand final : public Command {
  public:
   CacheCommand()
-      : Command("cache", "Switch the write cache of volumes, or of a physical disk's whole controller, on or off",
-                {"dmu-host cache vmhba2:1:1:0 off", "dmu-host cache serial:S7P3X0Q8 on --yes",
-                 "dmu-host cache --all off --dry-run"}) {}
+      : Command({.name = "cache",
+                 .group = kSwitching,
+                 .summary = "Switch the write cache of volumes, or of a physical disk's whole controller, on or off",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"Switch the write cache of a volume off", "dmu-host cache vmhba2:1:1:0 off"},
+                              {"Switch that of a whole controller on, without a question",
+                               "dmu-host cache serial:S7P3X0Q8 on --yes"},
+                              {"See what would be written", "dmu-host cache vmhba2:1:1:0 off --dry-run"}}}) {}
 
   std::vector<Option> options() override {
     std::vector<Option> options = devices_.optionsWithSwitch();

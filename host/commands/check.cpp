@@ -53,15 +53,33 @@ Json toJson(const std::vector<Result>& results) {
   return rules;
 }
 
+/// All rules and groups.
+std::vector<std::string> namesOfRules(const GlobalOptions&) {
+  std::vector<std::string> names;
+  for (const check::Rule& rule : check::allRules()) {
+    const std::string name = rule.name;
+    const std::string group = name.substr(0, name.find('.'));
+    if (std::find(names.begin(), names.end(), group) == names.end()) names.push_back(group);
+    names.push_back(name);
+  }
+  return names;
+}
+
 class CheckCommand final : public Command {
  public:
   CheckCommand()
-      : Command("check", "Check whether a plugin keeps the boundary's contract, rule by rule",
-                {"dmu-host check", "dmu-host check --plugin ./another-plugin.so lock led.seconds",
-                 "dmu-host check --read-only --inventory disks.json"}) {}
+      : Command(
+            {.name = "check",
+             .group = kForPluginAuthors,
+             .summary = "Check whether a plugin keeps the boundary's contract, rule by rule",
+             .onRealHost = "Works on a real host with --read-only and --inventory FILE.",
+             .examples = {{"All rules", "dmu-host check"},
+                          {"Some rules, of another plugin", "dmu-host check --plugin ./my-plugin.so lock led.seconds"},
+                          {"On a real host", "dmu-host check --read-only --inventory disks.json"}}}) {}
 
   std::vector<Option> options() override {
-    return {{"RULE", "", "Rules, or groups of rules by the word before the point (default: all)", Texts{&names_}},
+    return {{"RULE", "", "Rules, or groups of rules by the word before the point (default: all)",
+             Texts{&names_, namesOfRules}},
             {"--read-only", "",
              "Switch nothing; needed on a real host, where rules that need the simulated one are skipped",
              Flag{&readOnly_}}};

@@ -206,8 +206,13 @@ Json toJson(const ControllerView& controller) {
 class DrivesCommand final : public Command {
  public:
   DrivesCommand()
-      : Command("drives", "Show all drives box by box, those that belong to no disk too",
-                {"dmu-host drives --state state.json", "dmu-host drives --json"}) {}
+      : Command({.name = "drives",
+                 .group = kLooking,
+                 .summary = "Show all drives box by box, those that belong to no disk too",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"The drives, their temperatures, what blinks", "dmu-host drives"},
+                              {"After what earlier runs switched", "dmu-host drives --state state.json"},
+                              {"The same for a program", "dmu-host drives --json"}}}) {}
 
   [[nodiscard]] Json emptyResult() const override { return {{"controllers", Json::array()}}; }
 

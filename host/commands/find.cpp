@@ -123,8 +123,13 @@ Json toJson(const std::string& text, const Found& found) {
 class FindCommand final : public Command {
  public:
   FindCommand()
-      : Command("find", "Find the disk or drive that a serial number, name, bay or label is of",
-                {"dmu-host find S7P3X0Q8", "dmu-host find 1I:1:3 vmhba3", "dmu-host find backup --json"}) {}
+      : Command({.name = "find",
+                 .group = kLooking,
+                 .summary = "Find the disk or drive that a serial number, name, bay or label is of",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"Whose serial number is that?", "dmu-host find S7P3X0Q8"},
+                              {"What sits in a bay, and on a controller?", "dmu-host find 1I:1:3 vmhba3"},
+                              {"What has that label? For a program", "dmu-host find data --json"}}}) {}
 
   std::vector<Option> options() override {
     return {{.name = "TEXT",

@@ -23,7 +23,14 @@ std::string tableOf(const std::vector<DiskRecord>& records, const Terminal& term
 
 class ListCommand final : public Command {
  public:
-  ListCommand() : Command("list", "Show all disks of the host", {"dmu-host list"}) {}
+  ListCommand()
+      : Command({.name = "list",
+                 .group = kLooking,
+                 .summary = "Show all disks of the host",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"All disks", "dmu-host list"},
+                              {"The same for a program", "dmu-host list --json"},
+                              {"On a real host", "dmu-host list --inventory disks.json"}}}) {}
 
   Outcome run(Session& session) override {
     std::vector<DiskRecord> records;

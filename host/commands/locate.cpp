@@ -59,14 +59,22 @@ std::string whereText(const Located& located) {
 class LocateCommand final : public Command {
  public:
   LocateCommand()
-      : Command("locate", "Switch the locator LED of disks, or of a volume's member drives, on or off",
-                {"dmu-host locate vmhba2:1:1:0 on", "dmu-host locate vmhba2:1:1:0 serial:S7P3X0Q8 on --seconds 300",
-                 "dmu-host locate --all off", "dmu-host locate bay:2E:2:1 on --dry-run"}) {}
+      : Command({.name = "locate",
+                 .group = kSwitching,
+                 .summary = "Switch the locator LED of disks, or of a volume's member drives, on or off",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"Let the drives of a volume blink for a minute", "dmu-host locate vmhba2:1:1:0 on"},
+                              {"Let a disk blink for five minutes", "dmu-host locate bay:1I:1:8 on --seconds 300"},
+                              {"Let both stop", "dmu-host locate vmhba2:1:1:0 bay:1I:1:8 off"},
+                              {"See what would be written", "dmu-host locate bay:2E:2:1 on --dry-run"}}}) {}
 
   std::vector<Option> options() override {
     std::vector<Option> options = devices_.optionsWithSwitch();
-    options.push_back({"--seconds", "N", "Blink time, 1 to 65535; one for the whole controller (default: 60)",
-                       Number{&seconds_, 1, kLongestBlink}});
+    options.push_back({.name = "--seconds",
+                       .valueName = "N",
+                       .help = "Blink for N seconds, 1 to 65535 (default: 60); one time for the whole controller",
+                       .value = Number{&seconds_, 1, kLongestBlink},
+                       .onlyWith = "on"});
     options.push_back({"--dry-run", "", kDryRunHelp, Flag{&dryRun_}});
     return options;
   }

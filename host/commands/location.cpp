@@ -10,8 +10,12 @@ namespace {
 class LocationCommand final : public Command {
  public:
   LocationCommand()
-      : Command("location", "Show where the drives of some disks sit",
-                {"dmu-host location vmhba2:1:1:0", "dmu-host location --all --json"}) {}
+      : Command({.name = "location",
+                 .group = kLooking,
+                 .summary = "Show where the drives of some disks sit",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"Where the drives of a volume sit", "dmu-host location vmhba2:1:1:0"},
+                              {"All drives, for a program", "dmu-host location --all --json"}}}) {}
 
   std::vector<Option> options() override { return devices_.options(); }
 

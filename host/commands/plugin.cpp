@@ -139,11 +139,15 @@ Json toJson(const std::string& file, const FileFacts& facts, const LoadedFacts& 
 class PluginCommand final : public Command {
  public:
   PluginCommand()
-      : Command("plugin", "Show what a plugin is, and whether it loads here",
-                {"dmu-host plugin", "dmu-host plugin ./another-plugin.so"}) {}
+      : Command({.name = "plugin",
+                 .group = kForPluginAuthors,
+                 .summary = "Show what a plugin is, and whether it loads here",
+                 .onRealHost = kWorksThere,
+                 .examples = {{"The plugin beside this program", "dmu-host plugin"},
+                              {"Another one", "dmu-host plugin ./my-plugin.so"}}}) {}
 
   std::vector<Option> options() override {
-    return {{"FILE", "", "The plugin (default: that of --plugin)", Text{&file_}}};
+    return {{"FILE", "", "The plugin (default: that of --plugin)", File{&file_}}};
   }
 
   [[nodiscard]] Json emptyResult() const override { return {{"pluginFile", nullptr}}; }

@@ -88,8 +88,12 @@ std::string tableOf(const std::vector<Row>& rows, const Terminal& terminal) {
 class TemperatureCommand final : public Command {
  public:
   TemperatureCommand()
-      : Command("temperature", "Show how warm the drives of some disks are, in degrees Celsius",
-                {"dmu-host temperature vmhba2:1:1:0", "dmu-host temperature --all --sort margin"}) {}
+      : Command({.name = "temperature",
+                 .group = kLooking,
+                 .summary = "Show how warm the drives of some disks are, in degrees Celsius",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"How warm the drives of a volume are", "dmu-host temperature vmhba2:1:1:0"},
+                              {"Those closest to their maximum", "dmu-host temperature --all --sort margin"}}}) {}
 
   std::vector<Option> options() override {
     std::vector<Option> options = devices_.options();

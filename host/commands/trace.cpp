@@ -53,8 +53,13 @@ Json resultOf(const std::optional<bool>& on, const std::optional<std::vector<std
 class TraceCommand final : public Command {
  public:
   TraceCommand()
-      : Command("trace", "Switch the plugin's trace on or off, or show what was traced",
-                {"dmu-host trace on", "dmu-host trace show", "dmu-host trace off"}) {}
+      : Command({.name = "trace",
+                 .group = kForPluginAuthors,
+                 .summary = "Switch the plugin's trace on or off, or show what was traced",
+                 .onRealHost = kWorksThere,
+                 .examples = {{"Trace from now on", "dmu-host trace on"},
+                              {"Show what was traced", "dmu-host trace show"},
+                              {"Stop, and delete the trace", "dmu-host trace off"}}}) {}
 
   std::vector<Option> options() override {
     return {{"WHAT", "", "on: begin to trace; off: stop and delete the trace; show: print it",

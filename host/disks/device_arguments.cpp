@@ -2,12 +2,14 @@
 #include "host/disks/device_arguments.h"
 
 #include "host/disks/device_names.h"
+#include "host/disks/known_names.h"
 
 namespace host {
 
 std::vector<Option> DeviceArguments::options() {
   return {
-      {"DEVICE", "", "A disk: its name, HBA:CHANNEL:TARGET:LUN, serial:TEXT or bay:[HBA:]PORT:BOX:BAY", Texts{&names_}},
+      {"DEVICE", "", "A disk: its name, HBA:CHANNEL:TARGET:LUN, serial:TEXT or bay:[HBA:]PORT:BOX:BAY",
+       Texts{&names_, knownNames}},
       {.name = "--all",
        .valueName = "",
        .help = "All disks that the plugin serves, instead of devices",

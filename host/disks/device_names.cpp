@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <string_view>
 
 #include "host/disks/plugin_calls.h"
 #include "host/disks/serial_number.h"
@@ -13,8 +12,6 @@
 namespace host {
 namespace {
 
-constexpr std::string_view kSerialPrefix = "serial:";
-constexpr std::string_view kBayPrefix = "bay:";
 constexpr size_t kMostDetails = 20;  // reading a serial number takes its time
 
 using Match = std::function<bool(const HostDisk&)>;

@@ -2,11 +2,16 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/session.h"
 
 namespace host {
+
+/// What a serial number and a place begin with, so that they name a disk.
+inline constexpr std::string_view kSerialPrefix = "serial:";
+inline constexpr std::string_view kBayPrefix = "bay:";
 
 /// The disks of the names, in their order; a disk named twice comes once.
 ///

@@ -2,6 +2,7 @@
 #include "host/output/text.h"
 
 #include <cstdio>
+#include <sstream>
 
 namespace host {
 
@@ -29,6 +30,19 @@ std::string lowerCase(std::string text) {
 
 std::string counted(size_t number, const std::string& noun) {
   return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
+}
+
+std::vector<std::string> wrapped(const std::string& text, size_t columns) {
+  std::vector<std::string> lines;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    if (!lines.empty() && lines.back().size() + 1 + word.size() <= columns) {
+      lines.back() += " " + word;
+    } else {
+      lines.push_back(word);
+    }
+  }
+  return lines;
 }
 
 std::string hex(uint64_t value) {

@@ -1,4 +1,5 @@
-// Small pieces of text for people: what is unknown, numbers with their noun, and device texts made safe for a terminal.
+// Small pieces of text for people: what is unknown, numbers with their noun, lists, lines, and device texts made safe
+// for a terminal.
 #pragma once
 
 #include <cstddef>
@@ -21,6 +22,9 @@ inline constexpr const char* kUnknown = "-";
 
 /// "1 drive", "3 drives".
 [[nodiscard]] std::string counted(size_t number, const std::string& noun);
+
+/// The text on lines of so many characters; a longer word has a line of its own.
+[[nodiscard]] std::vector<std::string> wrapped(const std::string& text, size_t columns);
 
 /// "0x1f".
 [[nodiscard]] std::string hex(uint64_t value);
