@@ -65,7 +65,7 @@ class LocateCommand final : public Command {
                  .onRealHost = kNeedsInventory,
                  .examples = {{"Let the drives of a volume blink for a minute", "dmu-host locate vmhba2:1:1:0 on"},
                               {"Let a disk blink for five minutes", "dmu-host locate bay:1I:1:8 on --seconds 300"},
-                              {"Let both stop", "dmu-host locate vmhba2:1:1:0 bay:1I:1:8 off"},
+                              {"Let all of them stop", "dmu-host locate --all off"},
                               {"See what would be written", "dmu-host locate bay:2E:2:1 on --dry-run"}}}) {}
 
   std::vector<Option> options() override {
