@@ -47,6 +47,9 @@ class Command {
   /// The command's own options and arguments, which are stored in this object.
   [[nodiscard]] virtual std::vector<Option> options() { return {}; }
 
+  /// The columns of its table, by name with what each shows; none: they cannot be chosen.
+  [[nodiscard]] virtual std::vector<std::pair<std::string, std::string>> columns() const { return {}; }
+
   /// Whether it is to change settings of the hardware.
   [[nodiscard]] virtual bool switches() const { return false; }
 

@@ -8,6 +8,7 @@
 #include "host/command_line/help.h"
 #include "host/command_line/manual_page.h"
 #include "host/command_line/option_values.h"
+#include "host/output/columns.h"
 #include "host/output/text.h"
 #include "json/json_object.h"
 
@@ -129,6 +130,8 @@ CommandLine readCommandLine(int argc, char** argv, const std::vector<std::unique
       line.text = helpFor(given, shown, commands);
     } else if (given.has("--version")) {
       line.text = kVersionText;
+    } else if (given.has(kListColumns)) {
+      line.text = columnHelp(*given.command);
     } else if (given.has(kManual)) {
       line.text = manualPage(shown, commands);
     } else {

@@ -88,6 +88,7 @@ class Line {
   [[nodiscard]] Words valuesOf(const Option& option) const {
     if (std::holds_alternative<File>(option.value)) return {kFileFollows};
     if (const auto* word = std::get_if<Word>(&option.value)) return word->words;
+    if (const auto* list = std::get_if<WordList>(&option.value)) return list->words;
     const auto* texts = std::get_if<Texts>(&option.value);
     return texts != nullptr && texts->known != nullptr ? texts->known(given_) : Words{};
   }

@@ -115,6 +115,14 @@ std::string programHelp(const std::vector<Option>& options, const std::vector<st
   return page.text();
 }
 
+std::string columnHelp(const Command& command) {
+  Page page = emptyPage();
+  std::vector<Row> rows;
+  for (const auto& [name, help] : command.columns()) rows.push_back({"Columns", name, help});
+  page.table(rows);
+  return page.text();
+}
+
 std::string commandHelp(const std::vector<Option>& options, Command& command) {
   const Description& description = command.description();
   Page page = emptyPage();
@@ -123,6 +131,7 @@ std::string commandHelp(const std::vector<Option>& options, Command& command) {
   std::vector<Row> rows;
   addRows(rows, command.options(), true);
   addRows(rows, command.options(), false);
+  for (const auto& [name, help] : command.columns()) rows.push_back({"Columns", name, help});
   page.table(rows);
   page.examples(description.examples);
   page.paragraph(description.onRealHost);

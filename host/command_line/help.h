@@ -26,6 +26,9 @@ inline const std::vector<Example> kFirstExamples = {
 /// @param options  of every command
 [[nodiscard]] std::string programHelp(const std::vector<Option>& options,
                                       const std::vector<std::unique_ptr<Command>>& commands);
+/// The columns of a command, a line each.
+[[nodiscard]] std::string columnHelp(const Command& command);
+
 [[nodiscard]] std::string commandHelp(const std::vector<Option>& options, Command& command);
 
 /// The command line in general: "dmu-host locate [OPTION...] DEVICE...|--all on|off".

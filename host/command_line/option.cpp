@@ -7,6 +7,11 @@
 
 namespace host {
 
+std::vector<Option> both(std::vector<Option> first, const std::vector<Option>& second) {
+  first.insert(first.end(), second.begin(), second.end());
+  return first;
+}
+
 std::string wordsOf(const Option& option) {
   if (!option.isArgument()) {
     return (option.letter.empty() ? "" : option.letter + ", ") + option.name +

@@ -37,6 +37,13 @@ struct Word {
   std::vector<std::string> words;
 };
 
+/// Some of a few words, with commas between them; "+" before the first comes as a word of its own.
+struct WordList {
+  std::string noun;  ///< what each is: "column"
+  std::vector<std::string>* target;
+  std::vector<std::string> words;
+};
+
 /// Any number of texts. Of a command's arguments one at most is such a list.
 struct Texts {
   std::vector<std::string>* target;
@@ -49,7 +56,7 @@ struct Option {
   std::string name;       ///< "--seconds"; an argument's has no dashes: "DEVICE"
   std::string valueName;  ///< what stands for an option's value: "FILE"
   std::string help;       ///< in a line
-  std::variant<Flag, Question, File, Number, Word, Texts> value;
+  std::variant<Flag, Question, File, Number, Word, WordList, Texts> value;
   std::string letter = {};                 ///< the short form: "-h"
   std::string insteadOf = {};              ///< the argument whose place it takes: one of the two has to be given
   std::vector<std::string> excludes = {};  ///< options that cannot be given beside it
@@ -68,6 +75,9 @@ struct Option {
 struct WrongUsage : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
+
+/// The options of the one table and then those of the other.
+[[nodiscard]] std::vector<Option> both(std::vector<Option> first, const std::vector<Option>& second);
 
 /// The option with its value, "-h, --help" or "--seconds N", or what stands for the argument: "DEVICE...", "on|off".
 [[nodiscard]] std::string wordsOf(const Option& option);

@@ -5,8 +5,10 @@
 #include <charconv>
 #include <functional>
 #include <iterator>
+#include <string_view>
 
 #include "host/output/text.h"
+#include "json/json_object.h"
 
 namespace host {
 namespace {
@@ -40,6 +42,27 @@ class Taking {
       refuse("must be " + alternatives(word.words));
     }
     *word.target = single();
+  }
+
+  void operator()(const WordList& list) const {
+    std::string_view rest = single();
+    list.target->clear();
+    if (rest.starts_with('+')) {
+      list.target->emplace_back("+");
+      rest.remove_prefix(1);
+    }
+    while (true) {
+      const size_t comma = std::min(rest.find(','), rest.size());
+      const std::string word = lowerCase(std::string(rest.substr(0, comma)));
+      if (std::find(list.words.begin(), list.words.end(), word) == list.words.end()) {
+        const std::vector<std::string_view> known(list.words.begin(), list.words.end());
+        refuse("unknown " + list.noun + " \"" + printable(word) + "\"" + input::suggestion(word, known) +
+               " (there are " + joined(list.words) + ")");
+      }
+      list.target->push_back(word);
+      if (comma == rest.size()) return;
+      rest.remove_prefix(comma + 1);
+    }
   }
 
   void operator()(const Texts& texts) const {

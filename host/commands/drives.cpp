@@ -3,6 +3,7 @@
 
 #include "host/commands/commands.h"
 #include "host/disks/opened_disk.h"
+#include "host/output/columns.h"
 #include "host/output/degrees.h"
 #include "host/output/grid.h"
 #include "host/output/text.h"
@@ -164,6 +165,35 @@ std::string textOf(const ControllerView& controller, const Terminal& terminal) {
   return text + table.text(terminal);
 }
 
+/// A drive as a line of a table.
+struct DriveRow {
+  std::string hba;
+  DriveView view;
+};
+
+const std::vector<Column<DriveRow>>& driveColumns() {
+  using Row = const DriveRow&;
+  static const std::vector<Column<DriveRow>> columns = {
+      {"hba", "HBA", "name of the controller", Shown::always, 0, [](Row row) { return printable(row.hba); }},
+      {"place", "PORT:BOX:BAY", "where the drive sits", Shown::always, 0,
+       [](Row row) {
+         const simulator::Drive& drive = row.view.drive;
+         return bayText(Place{"", drive.port, drive.box, drive.bay, false});
+       }},
+      {"serial", "SERIAL", "serial number", Shown::always, 1, [](Row row) { return printable(row.view.drive.serial); }},
+      {"device", "DEVICE", "the disk, where the host sees the drive as one", Shown::whenKnown, 2,
+       [](Row row) { return row.view.drive.exposed ? printable(row.view.drive.device) : std::string(kUnknown); }},
+      {"current", "CURRENT C", "temperature in degrees Celsius", Shown::always, 3,
+       [](Row row) { return orUnknown(degrees(row.view.drive.currentTemperature)); }},
+      {"maximum", "MAXIMUM C", "the drive's maximum", Shown::always, 4,
+       [](Row row) { return orUnknown(degrees(row.view.drive.maximumTemperature)); }},
+      {"led", "LED", "whether it blinks, and how long", Shown::whenKnown, 5, [](Row row) {
+         const std::string text = blinkText(row.view);
+         return text.empty() ? std::string(kUnknown) : text;
+       }}};
+  return columns;
+}
+
 Json toJson(const DriveView& view) {
   const simulator::Drive& drive = view.drive;
   const auto& tenths = view.blinkTenths;
@@ -214,15 +244,26 @@ class DrivesCommand final : public Command {
                               {"After what earlier runs switched", "dmu-host drives --state state.json"},
                               {"The same for a program", "dmu-host drives --json"}}}) {}
 
+  std::vector<Option> options() override { return choice_.options(namesOf(driveColumns())); }
+
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> columns() const override {
+    return helpOf(driveColumns());
+  }
+
   [[nodiscard]] Json emptyResult() const override { return {{"controllers", Json::array()}}; }
 
   Outcome run(Session& session) override {
     Outcome outcome{"", emptyResult()};
+    std::vector<DriveRow> rows;
     for (const ControllerView& controller : controllers(session)) {
-      if (!outcome.text.empty()) outcome.text += "\n";
-      outcome.text += textOf(controller, session.terminal());
+      if (!outcome.text.empty() && !choice_.isGiven()) outcome.text += "\n";
+      if (!choice_.isGiven()) outcome.text += textOf(controller, session.terminal());
+      for (const DriveView& view : controller.drives) {
+        if (view.isPresent) rows.push_back({controller.hba, view});
+      }
       outcome.json["controllers"].push_back(toJson(controller));
     }
+    if (choice_.isGiven()) outcome.text = tableOf(rows, driveColumns(), choice_, session.terminal());
     return outcome;
   }
 
@@ -240,6 +281,8 @@ class DrivesCommand final : public Command {
     for (const auto& [hba, controller] : session.controllers().all()) views.push_back(viewOf(controller, records));
     return views;
   }
+
+  ColumnChoice choice_;
 };
 
 }  // namespace

@@ -1,24 +1,31 @@
 // dmu-host list: all disks of the host in one table.
-#include <algorithm>
-
 #include "host/commands/commands.h"
 #include "host/disks/opened_disk.h"
+#include "host/output/columns.h"
 #include "host/output/text.h"
-#include "host/output/text_table.h"
 
 namespace host {
 namespace {
 
-std::string tableOf(const std::vector<DiskRecord>& records, const Terminal& terminal) {
-  const bool hasNotes =
-      std::any_of(records.begin(), records.end(), [](const DiskRecord& record) { return record.note.has_value(); });
-  TextTable table({"DEVICE", "HBA", "C:T:L", "KIND", "RAID", "MEMBERS", "STATE", "SERIAL", hasNotes ? "NOTE" : ""});
-  for (const DiskRecord& record : records) {
-    table.addRow({printable(record.disk.device), printable(record.disk.hba), addressOf(record.disk),
-                  orUnknown(kindName(record)), orUnknown(raidName(record)), orUnknown(record.members),
-                  orUnknown(stateName(record)), orUnknown(record.serial), record.note ? printable(*record.note) : ""});
-  }
-  return table.text(terminal);
+const std::vector<Column<DiskRecord>>& listColumns() {
+  using Row = const DiskRecord&;
+  static const std::vector<Column<DiskRecord>> columns = {
+      {"device", "DEVICE", "name of the node below /dev/disks/", Shown::always, 0,
+       [](Row row) { return printable(row.disk.device); }},
+      {"hba", "HBA", "name of the controller", Shown::always, 0, [](Row row) { return printable(row.disk.hba); }},
+      {"address", "C:T:L", "channel, target and LUN", Shown::always, 3, [](Row row) { return addressOf(row.disk); }},
+      {"kind", "KIND", "volume or physical disk", Shown::always, 5, [](Row row) { return orUnknown(kindName(row)); }},
+      {"raid", "RAID", "RAID level of a volume", Shown::always, 4, [](Row row) { return orUnknown(raidName(row)); }},
+      {"members", "MEMBERS", "member drives of a volume", Shown::always, 6,
+       [](Row row) { return orUnknown(row.members); }},
+      {"missing", "MISSING", "of these, how many the controller no longer lists", Shown::whenAsked, 6,
+       [](Row row) { return orUnknown(row.missing); }},
+      {"state", "STATE", "ok, or degraded", Shown::always, 1, [](Row row) { return orUnknown(stateName(row)); }},
+      {"serial", "SERIAL", "serial number", Shown::always, 2, [](Row row) { return orUnknown(row.serial); }},
+      {"driver", "DRIVER", "the driver that presents it", Shown::whenAsked, 7,
+       [](Row row) { return printable(row.disk.driver); }},
+      {"note", "NOTE", "why nothing more is known", Shown::whenKnown, 8, [](Row row) { return orUnknown(row.note); }}};
+  return columns;
 }
 
 class ListCommand final : public Command {
@@ -29,8 +36,14 @@ class ListCommand final : public Command {
                  .summary = "Show all disks of the host",
                  .onRealHost = kNeedsInventory,
                  .examples = {{"All disks", "dmu-host list"},
-                              {"The same for a program", "dmu-host list --json"},
+                              {"Names and states alone, for a script", "dmu-host list -o device,state --no-legend"},
                               {"On a real host", "dmu-host list --inventory disks.json"}}}) {}
+
+  std::vector<Option> options() override { return choice_.options(namesOf(listColumns())); }
+
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> columns() const override {
+    return helpOf(listColumns());
+  }
 
   Outcome run(Session& session) override {
     std::vector<DiskRecord> records;
@@ -39,8 +52,11 @@ class ListCommand final : public Command {
       records.push_back(openDisk(session, disk, Named::no).record);
       devices.push_back(toJson(records.back()));
     }
-    return {tableOf(records, session.terminal()), {{"devices", std::move(devices)}}};
+    return {tableOf(records, listColumns(), choice_, session.terminal()), {{"devices", std::move(devices)}}};
   }
+
+ private:
+  ColumnChoice choice_;
 };
 
 }  // namespace

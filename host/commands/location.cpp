@@ -1,11 +1,33 @@
 // dmu-host location: where the drives of some disks sit.
 #include "host/commands/commands.h"
 #include "host/disks/device_arguments.h"
+#include "host/output/columns.h"
 #include "host/output/text.h"
-#include "host/output/text_table.h"
 
 namespace host {
 namespace {
+
+/// A drive of a disk; without a place where the disk has none.
+struct LocationRow {
+  DiskRecord record;
+  std::optional<Place> place;
+};
+
+const std::vector<Column<LocationRow>>& locationColumns() {
+  using Row = const LocationRow&;
+  static const std::vector<Column<LocationRow>> columns = {
+      {"device", "DEVICE", "the disk's name", Shown::always, 0,
+       [](Row row) { return printable(row.record.disk.device); }},
+      {"hba", "HBA", "name of the controller", Shown::always, 1,
+       [](Row row) { return printable(row.record.disk.hba); }},
+      {"address", "C:T:L", "channel, target and LUN of the disk", Shown::whenAsked, 2,
+       [](Row row) { return addressOf(row.record.disk); }},
+      {"serial", "SERIAL", "the disk's serial number", Shown::whenAsked, 2,
+       [](Row row) { return orUnknown(row.record.serial); }},
+      {"place", "PORT:BOX:BAY", "where the drive sits", Shown::always, 0,
+       [](Row row) { return row.place ? describe(*row.place) : std::string(kUnknown); }}};
+  return columns;
+}
 
 class LocationCommand final : public Command {
  public:
@@ -17,27 +39,33 @@ class LocationCommand final : public Command {
                  .examples = {{"Where the drives of a volume sit", "dmu-host location vmhba2:1:1:0"},
                               {"All drives, for a program", "dmu-host location --all --json"}}}) {}
 
-  std::vector<Option> options() override { return devices_.options(); }
+  std::vector<Option> options() override {
+    return both(devices_.options(), choice_.options(namesOf(locationColumns())));
+  }
+
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> columns() const override {
+    return helpOf(locationColumns());
+  }
 
   Outcome run(Session& session) override {
-    TextTable table({"DEVICE", "HBA", "PORT:BOX:BAY"});
+    std::vector<LocationRow> rows;
     Json devices = Json::array();
     for (OpenedDisk& opened : devices_.open(session)) {
       const auto found = askPlaces(session, opened);
       for (const Place& place : found.value_or(std::vector<Place>{})) {
-        table.addRow({printable(opened.record.disk.device), printable(opened.record.disk.hba), describe(place)});
+        rows.push_back({opened.record, place});
       }
-      if (found && found->empty())
-        table.addRow({printable(opened.record.disk.device), printable(opened.record.disk.hba), kUnknown});
+      if (found && found->empty()) rows.push_back({opened.record, {}});
       Json device = toJson(opened.record);
       device["locations"] = found ? toJson(*found) : Json(nullptr);
       devices.push_back(std::move(device));
     }
-    return {table.text(session.terminal()), {{"devices", std::move(devices)}}};
+    return {tableOf(rows, locationColumns(), choice_, session.terminal()), {{"devices", std::move(devices)}}};
   }
 
  private:
   DeviceArguments devices_;
+  ColumnChoice choice_;
 };
 
 }  // namespace

@@ -6,9 +6,9 @@
 #include "host/commands/commands.h"
 #include "host/disks/device_arguments.h"
 #include "host/disks/disk_drives.h"
+#include "host/output/columns.h"
 #include "host/output/degrees.h"
 #include "host/output/text.h"
-#include "host/output/text_table.h"
 
 namespace host {
 namespace {
@@ -75,14 +75,25 @@ bool isCloser(const Row& one, const Row& other) {
   return marginOf(one.drive).value_or(INT_MAX) < marginOf(other.drive).value_or(INT_MAX);
 }
 
-std::string tableOf(const std::vector<Row>& rows, const Terminal& terminal) {
-  TextTable table({"DEVICE", "HBA", "PORT:BOX:BAY", "CURRENT C", "MAXIMUM C", "MARGIN"});
-  for (const Row& row : rows) {
-    table.addRow({printable(row.disk.device), printable(row.disk.hba),
-                  placeText(row.drive) + (row.drive.isMissing ? " (missing)" : ""), orUnknown(row.drive.current),
-                  orUnknown(row.drive.maximum), marginText(row.drive)});
-  }
-  return table.text(terminal);
+const std::vector<Column<Row>>& temperatureColumns() {
+  static const std::vector<Column<Row>> columns = {
+      {"device", "DEVICE", "the disk's name", Shown::always, 0,
+       [](const Row& row) { return printable(row.disk.device); }},
+      {"hba", "HBA", "name of the controller", Shown::always, 2,
+       [](const Row& row) { return printable(row.disk.hba); }},
+      {"address", "C:T:L", "channel, target and LUN of the disk", Shown::whenAsked, 3,
+       [](const Row& row) { return addressOf(row.disk); }},
+      {"place", "PORT:BOX:BAY", "where the drive sits", Shown::always, 0,
+       [](const Row& row) { return placeText(row.drive) + (row.drive.isMissing ? " (missing)" : ""); }},
+      {"serial", "SERIAL", "the drive's serial number", Shown::whenAsked, 2,
+       [](const Row& row) { return orUnknown(row.drive.serial); }},
+      {"current", "CURRENT C", "temperature in degrees Celsius", Shown::always, 0,
+       [](const Row& row) { return orUnknown(row.drive.current); }},
+      {"maximum", "MAXIMUM C", "the drive's maximum", Shown::always, 3,
+       [](const Row& row) { return orUnknown(row.drive.maximum); }},
+      {"margin", "MARGIN", "degrees that are left; ! at five and below", Shown::always, 1,
+       [](const Row& row) { return marginText(row.drive); }}};
+  return columns;
 }
 
 class TemperatureCommand final : public Command {
@@ -96,11 +107,13 @@ class TemperatureCommand final : public Command {
                               {"Those closest to their maximum", "dmu-host temperature --all --sort margin"}}}) {}
 
   std::vector<Option> options() override {
-    std::vector<Option> options = devices_.options();
-    options.push_back({"--sort", "ORDER",
-                       "Sort the drives by place, or by margin: those closest to their maximum first",
-                       Word{&order_, {"place", "margin"}}});
-    return options;
+    const Option sort{"--sort", "ORDER", "Sort the drives by place, or by margin: those closest to their maximum first",
+                      Word{&order_, {"place", "margin"}}};
+    return both(both(devices_.options(), {sort}), choice_.options(namesOf(temperatureColumns())));
+  }
+
+  [[nodiscard]] std::vector<std::pair<std::string, std::string>> columns() const override {
+    return helpOf(temperatureColumns());
   }
 
   Outcome run(Session& session) override {
@@ -116,12 +129,13 @@ class TemperatureCommand final : public Command {
       devices.push_back(std::move(device));
     }
     if (order_ == "margin") std::stable_sort(rows.begin(), rows.end(), isCloser);
-    return {tableOf(rows, session.terminal()), {{"devices", std::move(devices)}}};
+    return {tableOf(rows, temperatureColumns(), choice_, session.terminal()), {{"devices", std::move(devices)}}};
   }
 
  private:
   DeviceArguments devices_;
   std::string order_ = "place";
+  ColumnChoice choice_;
 };
 
 }  // namespace

@@ -18,6 +18,7 @@ static bool noColourWanted() {
 Terminal Terminal::ofThisProcess() {
   Terminal terminal;
   const bool outputIsTerminal = isatty(STDOUT_FILENO) == 1;
+  terminal.isTerminal = outputIsTerminal;
   terminal.colour = outputIsTerminal && !noColourWanted();
   terminal.canAsk = isatty(STDIN_FILENO) == 1 && isatty(STDERR_FILENO) == 1;
   terminal.utf8 = std::setlocale(LC_CTYPE, "") != nullptr && std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
