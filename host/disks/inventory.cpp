@@ -13,26 +13,34 @@ namespace {
 using input::JsonObject;
 using input::Need;
 
+/// A document of this program's, which says more of each disk than an inventory and of the run that wrote it.
+bool isDocument(const nlohmann::json& document) {
+  if (!document.is_object()) return false;
+  const auto format = document.find("format");
+  return format != document.end() && *format == "dmu-host";
+}
+
 std::vector<HostDisk> readDisks(const nlohmann::json& document, input::Mistakes& mistakes) {
   std::vector<HostDisk> disks;
   input::Unique devices("device", mistakes);
   input::Unique addresses("address", mistakes);
   JsonObject object(document, "", mistakes);
-  for (const auto& element : object.list("disks", Need::required)) {
+  const OtherKeys others = isDocument(document) ? OtherKeys::ignored : OtherKeys::refused;
+  for (const auto& element : object.list(isDocument(document) ? "devices" : "disks", Need::required)) {
     const size_t before = mistakes.count();
-    const HostDisk disk = diskOf(element, mistakes);
+    const HostDisk disk = diskOf(element, mistakes, others);
     const bool isWhole = mistakes.count() == before;
     if (!disk.device.empty()) devices.claim(disk.device, element.path + "/device");
     if (isWhole) addresses.claim(disk.hba + ":" + addressOf(disk), element.path);
     disks.push_back(disk);
   }
-  object.refuseUnknownKeys();
+  if (others == OtherKeys::refused) object.refuseUnknownKeys();
   return disks;
 }
 
 }  // namespace
 
-HostDisk diskOf(const JsonObject::Element& element, input::Mistakes& mistakes) {
+HostDisk diskOf(const JsonObject::Element& element, input::Mistakes& mistakes, OtherKeys others) {
   HostDisk disk;
   JsonObject object(element.value, element.path, mistakes);
   simulator::readDevice(object, disk.device, Need::required);
@@ -44,7 +52,7 @@ HostDisk diskOf(const JsonObject::Element& element, input::Mistakes& mistakes) {
   disk.pci.isPciDevice = false;
   if (const nlohmann::json* pci = object.find("pci", Need::optional))
     disk.pci = simulator::readPci({*pci, object.pathOf("pci")}, mistakes);
-  object.refuseUnknownKeys();
+  if (others == OtherKeys::refused) object.refuseUnknownKeys();
   return disk;
 }
 
