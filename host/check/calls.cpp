@@ -41,7 +41,7 @@ bool InformationCall::isUntouched(size_t from, size_t to) const {
 }
 
 InformationCall informationOf(const OpenSubject& subject, const std::string& when) {
-  const InformationCall call(subject.handle);
+  InformationCall call(subject.handle);
   expectResult(subject.of("device information") + when, 0, call.result);
   return call;
 }

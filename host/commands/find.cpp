@@ -26,7 +26,7 @@ bool holds(const std::string& text, const std::string& part) {
 
 /// A text as it was given, and what it says if it is the name of a node or a bay.
 struct Wanted {
-  explicit Wanted(const std::string& given) : text(given) {
+  explicit Wanted(std::string given) : text(std::move(given)) {
     if (text.starts_with(kNodes)) text.erase(0, kNodes.size());
     for (const std::string prefix : {"serial:", "bay:"}) {
       if (text.starts_with(prefix)) text.erase(0, prefix.size());

@@ -66,7 +66,7 @@ FAULT(writesASlot, "operations.unknown-device", "location of a device that is no
 }
 
 FAULT(losesTheLastDisk, "errors.untouched-on-success", "temperature of naa.5a1b2c0000000404: expected success") {
-  static CtrlDevInfo* lost = nullptr;
+  [[maybe_unused]] static CtrlDevInfo* lost = nullptr;  // each function of it is compiled for one operation alone
   afterwards<&Plugin::openDeviceV2>([](int32_t result, auto* info, auto* out) {
     if (result == 0) lost = std::strcmp(info->devName, "naa.5a1b2c0000000404") == 0 ? *out : nullptr;
   });
