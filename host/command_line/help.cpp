@@ -45,7 +45,7 @@ class Page {
       }
       std::string words = std::string(kIndent, ' ') + row.words;
       for (const std::string& line : wrapped(row.meaning, columns_ - width)) {
-        text_ += words + std::string(width - words.size(), ' ') + line + "\n";
+        text_.append(words).append(width - words.size(), ' ').append(line) += '\n';
         words.clear();
       }
     }

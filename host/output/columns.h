@@ -21,9 +21,9 @@ struct Column {
   std::string name;     ///< its word on the command line
   std::string heading;  ///< of the table
   std::string help;     ///< in a few words
-  Shown shown;
-  int rank;  ///< of the columns that a terminal has no room for, those with the highest go first; 0 stays
-  std::string (*cell)(const Row& row);  ///< printable ASCII; kUnknown for nothing
+  Shown shown = Shown::always;
+  int rank = 0;  ///< of the columns that a terminal has no room for, those with the highest go first; 0 stays
+  std::string (*cell)(const Row& row) = nullptr;  ///< printable ASCII; kUnknown for nothing
 };
 
 /// Answered with the columns of the command.
