@@ -23,6 +23,24 @@ bool isPlain(char character) {
   return byte >= 0x80 || std::isalnum(byte) != 0 || isOneOf(kPlain, character);
 }
 
+/// Whether a character is a backslash that takes the meaning of the next one.
+bool escapes(const ShellWord& word, char character, char next) {
+  if (character != '\\') return false;
+  return word.openQuote == 0 || (word.openQuote == '"' && isOneOf(kSpecialInQuotes, next));
+}
+
+/// A quote that opens or closes, or a character as it is.
+void take(ShellWord& word, char character) {
+  const bool isQuote = character == '\'' || character == '"';
+  if (word.openQuote != 0 && character == word.openQuote) {
+    word.openQuote = 0;
+  } else if (word.openQuote == 0 && isQuote) {
+    word.openQuote = character;
+  } else {
+    word.text += character;
+  }
+}
+
 }  // namespace
 
 std::vector<ShellWord> shellWords(const std::string& line) {
@@ -32,25 +50,18 @@ std::vector<ShellWord> shellWords(const std::string& line) {
     ShellWord& word = words.back();
     const char character = line[at];
     const char next = at + 1 < line.size() ? line[at + 1] : '\0';
-    const bool escapes =
-        character == '\\' && (word.openQuote == 0 || (word.openQuote == '"' && isOneOf(kSpecialInQuotes, next)));
-    if (escapes) {
-      if (next != 0) word.text += line[++at];
-    } else if (character == word.openQuote) {
-      word.openQuote = 0;
-    } else if (word.openQuote != 0) {
-      word.text += character;
-    } else if (character == '\'' || character == '"') {
-      word.openQuote = character;
-    } else if (character == ' ' || character == '\t') {
+    if (word.openQuote == 0 && isOneOf(" \t", character)) {
       if (isBegun) words.emplace_back();
       isBegun = false;
       continue;
+    }
+    if (escapes(word, character, next)) {
+      if (next != 0) word.text += line[++at];
     } else if (character == '~' && next == '/' && !isBegun) {
       const char* home = std::getenv("HOME");
       word.text += home == nullptr ? "~" : home;
     } else {
-      word.text += character;
+      take(word, character);
     }
     isBegun = true;
   }
