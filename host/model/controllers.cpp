@@ -20,7 +20,7 @@ constexpr uint8_t kLastDriveType = 4;  // of an extended report's device types; 
 /// The record at the beginning of a reply, or at a place in it; nothing where it is not whole.
 template <typename Record>
 std::optional<Record> recordAt(Reply reply, size_t place = 0) {
-  Record record;
+  Record record{};
   if (place + sizeof(record) > reply.size()) return std::nullopt;
   std::memcpy(&record, reply.data() + place, sizeof(record));
   return record;
