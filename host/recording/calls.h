@@ -26,6 +26,9 @@
 #include "host/recording/form.h"
 #include "simulator/wire.h"
 
+// The check takes a constant of the comparisons' own for a null pointer.
+// NOLINTBEGIN(modernize-use-nullptr)
+
 namespace host::recording {
 
 /// The most bytes that a recorded request to a disk, and a command, moves; larger ones are not recorded.
@@ -41,8 +44,7 @@ struct OpenChannel {
     uint64_t id = 0;
     std::vector<uint32_t> sizes;
     std::vector<uint32_t> directions;
-    // The check takes a constant of the comparison's own for a null pointer.
-    auto operator<=>(const Callback&) const = default;  // NOLINT(modernize-use-nullptr)
+    auto operator<=>(const Callback&) const = default;
     void spell(Form& form) {
       form.number("id", id);
       form.numbers("sizes", sizes);
@@ -239,3 +241,5 @@ using AnyCall =
     std::variant<OpenChannel, CloseChannel, Query, Command, OpenNode, NodeRequest, CloseNode, Run, Clock, Disks>;
 
 }  // namespace host::recording
+
+// NOLINTEND(modernize-use-nullptr)
