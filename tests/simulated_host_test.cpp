@@ -11,6 +11,8 @@
 
 namespace {
 
+using DriveFlag = bool simulator::DriveState::*;
+
 using simulator::FaultAction;
 using testing::ElementsAre;
 
@@ -24,7 +26,7 @@ class SimulatedHost : public PluginTest {
   }
   ~SimulatedHost() override { host.setClock(nullptr); }
 
-  std::vector<bool> drivesThat(bool simulator::DriveState::*are) {
+  std::vector<bool> drivesThat(DriveFlag are) {
     std::vector<bool> drives;
     const auto state = host.state();
     for (const simulator::DriveState& drive : state.front().drives) drives.push_back(drive.*are);
