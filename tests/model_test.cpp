@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "host/disks/open_record.h"
 #include "host/interception/command_watcher.h"
 #include "host/model/controllers.h"
 #include "simulator/simulated_host.h"
@@ -41,13 +42,7 @@ class Model : public testing::Test {
     const auto entry = reinterpret_cast<DmuPluginInitFunction>(dlsym(library, kDmuEntryPoint));
     const DmuPluginDescriptor& plugin = *entry();
     for (const simulator::HostDisk& disk : simulated_.disks()) {
-      DmuDeviceOpenInfo info = {};
-      info.devName = disk.device.c_str();
-      info.hba = disk.hba.c_str();
-      info.channel = disk.channel;
-      info.target = disk.target;
-      info.lun = disk.lun;
-      info.driver = disk.driver.c_str();
+      const DmuDeviceOpenInfo info = host::openRecordOf(disk);
       CtrlDevInfo* handle = nullptr;
       if (plugin.openDeviceV2(&info, &handle) != 0) continue;
       DmuDeviceInfo information = {};

@@ -135,10 +135,7 @@ CommandLine readCommandLine(int argc, char** argv, const std::vector<std::unique
     } else if (given.has(kManual)) {
       line.text = manualPage(shown, commands);
     } else {
-      std::vector<Option> allowed = shown;
-      const std::vector<Option> own = given.command == nullptr ? std::vector<Option>{} : given.command->options();
-      allowed.insert(allowed.end(), own.begin(), own.end());
-      takeCommand(given, allowed, commands);
+      takeCommand(given, given.command == nullptr ? shown : both(shown, given.command->options()), commands);
       line.command = given.command;
     }
   } catch (const WrongUsage& mistake) {

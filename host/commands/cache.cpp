@@ -92,10 +92,9 @@ class CacheCommand final : public Command {
                                  : "the volume's write cache";
     if (cached.switched.heldBack) {
       const bool changes = !cached.switched.heldBack->fields.empty();
-      const std::string to = devices_.isOn() ? (changes ? "off -> on" : "on already")
-                             : changes       ? "on -> off"
-                                             : "off already";
-      return device + "dry run: " + what + ": " + to + "\n";
+      const std::string wanted = devices_.isOn() ? "on" : "off";
+      const std::string before = devices_.isOn() ? "off" : "on";
+      return device + "dry run: " + what + ": " + (changes ? before + " -> " + wanted : wanted + " already") + "\n";
     }
     return cached.switched.done ? device + what + " is " + (devices_.isOn() ? "on" : "off") + "\n" : "";
   }

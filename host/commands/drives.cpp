@@ -38,6 +38,11 @@ ControllerView viewOf(const simulator::ControllerState& controller) {
 /// @param disks  that the host sees, with their serial numbers
 ControllerView viewOf(const model::Controller& controller, const std::vector<DiskRecord>& disks) {
   ControllerView view{controller.hba, {}, {}, {}, 0};
+  std::map<const model::Drive*, std::string> devices;
+  for (const DiskRecord& record : disks) {
+    if (record.disk.hba != controller.hba || record.kind != DiskKind::disk) continue;
+    devices[controller.exposedDrive(record.serial.value_or(""))] = record.disk.device;
+  }
   for (const model::Drive& drive : controller.drives) {
     if (!drive.isListed) continue;
     if (!drive.identity) {
@@ -54,11 +59,7 @@ ControllerView viewOf(const model::Controller& controller, const std::vector<Dis
     shown.bay = identity.bay.bay;
     shown.currentTemperature = identity.currentTemperature;
     shown.maximumTemperature = identity.maximumTemperature;
-    for (const DiskRecord& record : disks) {
-      const bool isThis = record.disk.hba == controller.hba && record.kind == DiskKind::disk &&
-                          controller.exposedDrive(record.serial.value_or("")) == &drive;
-      if (isThis) shown.device = record.disk.device;
-    }
+    if (const auto device = devices.find(&drive); device != devices.end()) shown.device = device->second;
     shown.exposed = !shown.device.empty();
     view.drives.push_back({std::move(shown), true, {}});
   }

@@ -1,8 +1,9 @@
 // dmu-host find: which disk or drive a text is of. It looks for parts of names and numbers too, and switches nothing.
 #include <algorithm>
-#include <set>
 
 #include "host/commands/commands.h"
+#include "host/disks/device_names.h"
+#include "host/disks/disk_drives.h"
 #include "host/disks/opened_disk.h"
 #include "host/interception/host_calls.h"
 #include "host/output/text.h"
@@ -27,8 +28,7 @@ bool holds(const std::string& text, const std::string& part) {
 /// A text as it was given, and what it says if it is the name of a node or a bay.
 struct Wanted {
   explicit Wanted(std::string given) : text(std::move(given)) {
-    if (text.starts_with(kNodes)) text.erase(0, kNodes.size());
-    for (const std::string prefix : {"serial:", "bay:"}) {
+    for (const std::string_view prefix : {kNodes, kSerialPrefix, kBayPrefix}) {
       if (text.starts_with(prefix)) text.erase(0, prefix.size());
     }
   }
@@ -100,7 +100,9 @@ class Search {
 
   static std::optional<Place> placeOf(const model::Drive& drive) {
     if (!drive.identity) return std::nullopt;
-    return Place{"", drive.identity->bay.port, drive.identity->bay.box, drive.identity->bay.bay, !drive.isListed};
+    Place place = host::placeOf(*drive.identity);
+    place.failed = !drive.isListed;
+    return place;
   }
 
   Session& session_;

@@ -9,8 +9,7 @@ namespace host {
 static constexpr const char* kExternal = "an external volume: its drives and its cache are not this controller's";
 
 static bool isExternal(Session& session, const HostDisk& disk) {
-  const model::Controller* controller = session.controllers().find(disk.hba);
-  const model::Volume* volume = controller == nullptr ? nullptr : controller->volumeOf(disk);
+  const model::Volume* volume = session.controllers().volumeOf(disk);
   return volume != nullptr && volume->isExternal;
 }
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "host/disks/disk_drives.h"
 #include "host/disks/plugin_calls.h"
 #include "host/disks/serial_number.h"
 #include "host/interception/host_calls.h"
@@ -14,20 +15,18 @@ namespace {
 
 constexpr size_t kMostDetails = 20;  // reading a serial number takes its time
 
-using Match = std::function<bool(const HostDisk&)>;
-
-std::vector<HostDisk> matching(const std::vector<HostDisk>& disks, const Match& match) {
-  std::vector<HostDisk> found;
-  std::copy_if(disks.begin(), disks.end(), std::back_inserter(found), match);
-  return found;
-}
-
-/// The disks with this name, else those with it in another case.
+/// The disks with this name, else those with it in another case. Each disk is asked for its name once: that can mean a
+/// request to its node.
 std::vector<HostDisk> namedSo(const std::vector<HostDisk>& disks, const std::string& name,
                               const std::function<std::string(const HostDisk&)>& nameOf) {
-  auto found = matching(disks, [&](const HostDisk& disk) { return nameOf(disk) == name; });
-  if (!found.empty()) return found;
-  return matching(disks, [&](const HostDisk& disk) { return lowerCase(nameOf(disk)) == lowerCase(name); });
+  std::vector<HostDisk> exact;
+  std::vector<HostDisk> inAnyCase;
+  for (const HostDisk& disk : disks) {
+    const std::string own = nameOf(disk);
+    if (own == name) exact.push_back(disk);
+    if (lowerCase(own) == lowerCase(name)) inAnyCase.push_back(disk);
+  }
+  return exact.empty() ? inAnyCase : exact;
 }
 
 std::vector<Candidate> candidates(const std::vector<HostDisk>& disks) {
@@ -106,7 +105,7 @@ std::string whyEmpty(Session& session, const NamedBay& bay) {
     if (!bay.isOn(hba)) continue;
     for (const model::Drive& drive : controller.drives) {
       if (!drive.identity || !drive.isListed) continue;
-      Place place{"", drive.identity->bay.port, drive.identity->bay.box, drive.identity->bay.bay, false};
+      Place place = placeOf(*drive.identity);
       if (isSamePlace(bay.place, place)) {
         return "the drive in that bay of " + hba + ", serial:" + drive.identity->serial + ", belongs to no disk";
       }

@@ -59,8 +59,9 @@ DiskDrive describeDrive(uint32_t index, const model::Drive* drive) {
   if (drive == nullptr || !drive->identity) return described;
   const model::DriveIdentity& identity = *drive->identity;
   if (!identity.serial.empty()) described.serial = identity.serial;
-  described.place =
-      Place{locationText(identity), identity.bay.port, identity.bay.box, identity.bay.bay, described.isMissing};
+  described.place = placeOf(identity);
+  described.place->text = locationText(identity);
+  described.place->failed = described.isMissing;
   described.current = degrees(identity.currentTemperature);
   described.maximum = degrees(identity.maximumTemperature);
   return described;
@@ -115,6 +116,10 @@ std::optional<std::vector<std::string>> expectedLocations(Session& session, cons
   }
   std::sort(texts.begin(), texts.end());
   return texts;
+}
+
+Place placeOf(const model::DriveIdentity& identity) {
+  return {"", identity.bay.port, identity.bay.box, identity.bay.bay, false};
 }
 
 std::optional<int> marginOf(const DiskDrive& drive) {

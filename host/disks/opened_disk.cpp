@@ -30,10 +30,10 @@ void readSerial(Report& report, OpenedDisk& opened) {
 
 /// The controller's own account of a volume: members that are missing, and their number, which the plugin passes on.
 void compareWithController(Session& session, DiskRecord& record) {
-  const model::Controller* controller = session.controllers().find(record.disk.hba);
-  const model::Volume* volume = controller == nullptr ? nullptr : controller->volumeOf(record.disk);
+  const model::Volume* volume = session.controllers().volumeOf(record.disk);
   if (volume == nullptr || volume->isExternal) return;
-  if (volume->members) record.missing = static_cast<uint32_t>(missingMembers(*controller, *volume).size());
+  const model::Controller& controller = *session.controllers().find(record.disk.hba);
+  if (volume->members) record.missing = static_cast<uint32_t>(missingMembers(controller, *volume).size());
   const uint32_t reported = volume->memberCount.value_or(0) & 0xFF;  // as much of it as the plugin has room for
   if (record.members == reported) return;
   session.report().failed(record, "device information",

@@ -185,4 +185,9 @@ const Controller* Controllers::find(const std::string& hba) const {
   return found == controllers_.end() ? nullptr : &found->second;
 }
 
+const Volume* Controllers::volumeOf(const HostDisk& disk) const {
+  const Controller* controller = find(disk.hba);
+  return controller == nullptr ? nullptr : controller->volumeOf(disk);
+}
+
 }  // namespace host::model

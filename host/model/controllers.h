@@ -18,6 +18,10 @@ class Controllers {
   /// @return null when no snapshot of the controller was read
   [[nodiscard]] const Controller* find(const std::string& hba) const;
 
+  /// The volume that a host presents as this disk.
+  /// @return null when there is none, or no snapshot of its controller
+  [[nodiscard]] const Volume* volumeOf(const HostDisk& disk) const;
+
   /// By HBA.
   [[nodiscard]] const std::map<std::string, Controller>& all() const { return controllers_; }
 

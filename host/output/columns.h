@@ -62,23 +62,25 @@ template <typename Row>
                                   const ColumnChoice& choice, const Terminal& terminal) {
   std::vector<ShownColumn> cells;
   const bool addsToUsual = !choice.names.empty() && choice.names.front() == "+";
-  const auto add = [&](const Column<Row>& column) {
+  const auto shownOf = [&](const Column<Row>& column) {
     ShownColumn shown{column.heading, {}, column.rank};
     for (const Row& row : rows) shown.cells.push_back(column.cell(row));
-    cells.push_back(std::move(shown));
+    return shown;
   };
   if (choice.names.empty() || addsToUsual) {
     for (const Column<Row>& column : columns) {
+      if (column.shown == Shown::whenAsked) continue;
+      ShownColumn shown = shownOf(column);
       const bool isKnown =
-          std::any_of(rows.begin(), rows.end(), [&](const Row& row) { return column.cell(row) != kUnknown; });
-      if (column.shown == Shown::always || (column.shown == Shown::whenKnown && isKnown)) add(column);
+          std::any_of(shown.cells.begin(), shown.cells.end(), [](const std::string& cell) { return cell != kUnknown; });
+      if (column.shown == Shown::always || isKnown) cells.push_back(std::move(shown));
     }
   }
   for (const std::string& name : choice.names) {
     for (const Column<Row>& column : columns) {
       const bool isThere = std::any_of(cells.begin(), cells.end(),
                                        [&](const ShownColumn& shown) { return shown.name == column.heading; });
-      if (column.name == name && !isThere) add(column);
+      if (column.name == name && !isThere) cells.push_back(shownOf(column));
     }
   }
   const bool mayLeaveOut = choice.names.empty();
