@@ -73,8 +73,6 @@ class Model : public testing::Test {
   }
 
   simulator::SimulatedHost& simulated_ = *dmuSimulatedHost();
-
- private:
   ModelWatcher watcher_;
 };
 
@@ -231,6 +229,12 @@ class RandomTopology {
   std::mt19937 random_;
 };
 
+/// A controller without disks is asked nothing.
+bool hasDisks(const simulator::Controller& controller) {
+  return !controller.volumes.empty() || std::any_of(controller.drives.begin(), controller.drives.end(),
+                                                    [](const simulator::Drive& drive) { return drive.exposed; });
+}
+
 TEST_F(Model, IsWhatTheControllerIs) {
   for (const char* file : {"simulator/built_in_topology.json", "examples/large-topology.json",
                            "tests/console/unusual.json", "tests/console/overfull.json"}) {
@@ -254,15 +258,28 @@ TEST_F(Model, IsWhatRandomControllersAre) {
     ask(topology);
     for (const simulator::Controller& controller : topology.controllers) {
       const model::Controller* seen = find(controller.hba);
-      const bool hasDisks =
-          !controller.volumes.empty() || std::any_of(controller.drives.begin(), controller.drives.end(),
-                                                     [](const simulator::Drive& drive) { return drive.exposed; });
-      if (!hasDisks) continue;  // nobody asks it anything
+      if (!hasDisks(controller)) continue;
       ASSERT_NE(seen, nullptr);
       expectController(controller, *seen);
       expectDisks(controller, *seen, simulated_.disks());
     }
     if (HasFailure()) return;
+  }
+}
+
+TEST_F(Model, TheDriversListOfControllersIsTheHosts) {
+  EXPECT_EQ(watcher_.listedControllers(), std::vector<std::string>{});
+  Topology topology = RandomTopology(1).topology;
+  ASSERT_TRUE(hasDisks(topology.controllers[0]));
+  for (const size_t count : {10U, 2U}) {
+    topology.controllers.resize(count);
+    std::vector<std::string> names;
+    for (simulator::Controller& controller : topology.controllers) {
+      if (controller.hba.empty()) controller.hba = "without disks " + std::to_string(names.size());
+      names.push_back(controller.hba);
+    }
+    ask(topology);
+    EXPECT_EQ(watcher_.listedControllers(), names);
   }
 }
 

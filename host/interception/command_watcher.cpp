@@ -46,6 +46,13 @@ void CommandWatcher::stepAside() {
   next_ = nullptr;
 }
 
+std::vector<std::string> CommandWatcher::listedControllers() const {
+  const std::lock_guard lock(mutex_);
+  std::vector<std::string> names;
+  for (const auto& [number, name] : instances_) names.push_back(name);
+  return names;
+}
+
 uint32_t CommandWatcher::openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) {
   const Stopwatch watch;
   const uint32_t result = next_->openChannel(signature, reserved, channel);

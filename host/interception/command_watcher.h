@@ -48,6 +48,9 @@ class CommandWatcher : public HostCalls {
   void stepInFront();
   void stepAside();
 
+  /// The names of the controllers as the driver listed them last, in its order; empty when it never did.
+  [[nodiscard]] std::vector<std::string> listedControllers() const;
+
   uint32_t openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) final;
   int32_t closeChannel(vmk_MgmtUserHandle* channel) final;
   int32_t invoke(const CallbackCall& call) final;
@@ -72,7 +75,7 @@ class CommandWatcher : public HostCalls {
   int32_t passOn(const CallbackCall& call);
   int32_t listInstances(const CallbackCall& call);
 
-  std::mutex mutex_;
+  mutable std::mutex mutex_;
   std::map<uint32_t, std::string> instances_;  // names by number, as the driver listed them last
   HostCalls* next_ = nullptr;                  // null: not in front
 };
