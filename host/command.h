@@ -33,6 +33,7 @@ struct Description {
 };
 inline constexpr const char* kLooking = "Look";
 inline constexpr const char* kSwitching = "Switch";
+inline constexpr const char* kForSupport = "Take a host along";
 inline constexpr const char* kForPluginAuthors = "For plugin authors";
 inline constexpr const char* kWorksThere = "Works on a real host.";
 inline constexpr const char* kNeedsInventory = "Works on a real host with --inventory FILE.";

@@ -15,17 +15,14 @@ constexpr int kDocumentVersion = 2;
 Outcome runCommand(Command& command, Session& session) {
   Outcome outcome;
   bool isResult = true;
-  const auto refuse = [&](const Refusal& refusal) {
-    session.report().refused(refusal);
-    isResult = false;
-  };
   try {
     session.begin(command.switches());
     outcome = command.run(session);
   } catch (const Refusal& refusal) {
-    refuse(refusal);
+    session.report().refused(refusal);
+    isResult = false;
   }
-  if (const auto unanswered = session.unanswered()) refuse(Refusal(*unanswered));
+  isResult = isResult && !session.lacksAnswer();
   return isResult ? std::move(outcome) : Outcome{"", command.emptyResult()};
 }
 

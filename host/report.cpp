@@ -14,6 +14,7 @@ void complain(const std::string& text) {
 }
 
 void Report::failed(DiskRecord& record, const std::string& operation, const std::string& text) {
+  if (isOver_) return;
   status_ = ExitStatus::failed;
   record.errors.push_back({operation, text});
   complain(printable(record.disk.device) + ": " + operation + ": " + printable(text));
@@ -22,6 +23,7 @@ void Report::failed(DiskRecord& record, const std::string& operation, const std:
 constexpr size_t kMostCandidates = 100;  // that people are shown
 
 void Report::refused(const Refusal& refusal) {
+  if (isOver_) return;
   status_ = ExitStatus::failed;
   refusals_.push_back(refusal);
   complain(refusal.what());
@@ -35,7 +37,13 @@ void Report::refused(const Refusal& refusal) {
   }
 }
 
+void Report::refusedForGood(const Refusal& refusal) {
+  refused(refusal);
+  isOver_ = true;
+}
+
 void Report::note(const std::string& text) {
+  if (isOver_) return;
   notes_.push_back(text);
   if (forPrograms_) {
     std::fprintf(stderr, "%s\n", text.c_str());

@@ -24,6 +24,9 @@ class Report {
   /// The command as a whole failed.
   void refused(const Refusal& refusal);
 
+  /// The same, and nothing that follows is reported any more: it would be a consequence that misleads.
+  void refusedForGood(const Refusal& refusal);
+
   /// Something that people should know before or while the program acts.
   void note(const std::string& text);
 
@@ -34,6 +37,7 @@ class Report {
 
  private:
   bool forPrograms_;
+  bool isOver_ = false;  // nothing more is reported
   ExitStatus status_ = ExitStatus::done;
   std::vector<Refusal> refusals_;
   std::vector<std::string> notes_;

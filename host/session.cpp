@@ -21,13 +21,29 @@ Session::Session(const GlobalOptions& options)
 
 void Session::begin(bool switches) {
   switches_ = switches;
-  if (!options_.recordFile.empty()) recorder_ = std::make_unique<recording::Recorder>(options_.recordFile, ownFiles());
-  if (!options_.replayFile.empty()) replay_ = std::make_unique<recording::Replay>(options_.replayFile);
+  if (!options_.recordFile.empty()) {
+    recorder_ = std::make_unique<recording::Recorder>(options_.recordFile, ownFiles(), false);
+  }
+  if (!options_.replayFile.empty()) {
+    replay_ = std::make_unique<recording::Replay>(options_.replayFile, [this](const std::string& text) {
+      lacksAnswer_ = true;
+      commands_.stopShowing();
+      report_.refusedForGood(Refusal(text));
+    });
+  }
   commands_.stepInFront();
 }
 
-std::optional<std::string> Session::unanswered() const {
-  return replay_ == nullptr ? std::nullopt : replay_->unanswered();
+void Session::record(const std::string& file, const std::vector<HostDisk>& disks) {
+  if (isReplay()) throw Refusal("a recording is made of a host, and a replay has none");
+  if (recorder_ != nullptr) throw Refusal("a run makes one recording: give " + file + " or --record, not both");
+  plugin_.reset();
+  controllers_ = {};
+  commandsSeen_ = commands_.size();
+  commands_.stepAside();
+  recorder_ = std::make_unique<recording::Recorder>(file, ownFiles(), true);
+  commands_.stepInFront();
+  recorder_->disks(disks);
 }
 
 std::optional<std::string> Session::end() {

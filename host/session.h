@@ -41,8 +41,13 @@ class Session {
   /// @throws Refusal  the recording cannot be written, or is refused
   void begin(bool switches);
 
-  /// What the replayed recording had no answer to, if anything: the run is not to be believed then.
-  [[nodiscard]] std::optional<std::string> unanswered() const;
+  /// Records from now on, into a recording that repeats. The plugin is loaded anew, so that it asks for everything.
+  /// @param disks     what the recorded host's list of disks is to be
+  /// @throws Refusal  the recording cannot be written, or the run is recorded or replayed already
+  void record(const std::string& file, const std::vector<HostDisk>& disks);
+
+  /// Whether the replayed recording had no answer to a request. That was reported then, and nothing since.
+  [[nodiscard]] bool lacksAnswer() const { return lacksAnswer_; }
 
   /// Whether a state file was named.
   [[nodiscard]] bool hasStateFile() const { return !options_.stateFile.empty(); }
@@ -111,6 +116,7 @@ class Session {
   std::optional<ManagementLibrary> library_;
   bool switches_ = false;
   bool prepared_ = false;
+  bool lacksAnswer_ = false;
   simulator::SimulatedHost* simulatedHost_ = nullptr;  // null on a real host and in a replay
   std::optional<std::vector<HostDisk>> disks_;
   std::optional<LoadedPlugin> plugin_;

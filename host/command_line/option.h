@@ -60,7 +60,7 @@ struct Option {
   std::string letter = {};                 ///< the short form: "-h"
   std::string insteadOf = {};              ///< the argument whose place it takes: one of the two has to be given
   std::vector<std::string> excludes = {};  ///< options that cannot be given beside it
-  bool isNeeded = false;                   ///< of a list: something has to be given
+  bool isNeeded = false;                   ///< of a list or a file: something has to be given
   std::string onlyWith = {};               ///< the argument's word beside which alone it can be given
   std::string group = {};                  ///< its heading in the help of all commands
 

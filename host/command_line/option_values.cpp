@@ -121,7 +121,10 @@ void refuseExcluded(const Option& option, const GivenWords& given) {
 }
 
 void checkNeeded(const Option& option) {
-  if (!option.isNeeded || !std::get<Texts>(option.value).target->empty()) return;
+  if (!option.isNeeded) return;
+  const auto* file = std::get_if<File>(&option.value);
+  const bool isGiven = file != nullptr ? !file->target->empty() : !std::get<Texts>(option.value).target->empty();
+  if (isGiven) return;
   throw WrongUsage("give a " + lowerCase(option.name));
 }
 

@@ -134,6 +134,7 @@ void CommandLog::channelCalled(const ChannelCall& call) {
 
 template <typename Call>
 void CommandLog::showCall(const Call& call) {
+  if (showsNoMore_) return;
   if (show_ == Show::inDocument) shown_.push_back(toJson(call));
   if (show_ != Show::onStandardOutput) return;
   print(lineOf(call));

@@ -22,6 +22,9 @@ class CommandLog final : public CommandWatcher {
   void holdBackWrites() { holdsBackWrites_ = true; }
   [[nodiscard]] bool holdsBackWrites() const { return holdsBackWrites_; }
 
+  /// The commands from now on are not shown.
+  void stopShowing() { showsNoMore_ = true; }
+
   [[nodiscard]] bool shows() const { return show_ != Show::nothing; }
 
   /// The number of commands so far: a place in the log.
@@ -42,6 +45,7 @@ class CommandLog final : public CommandWatcher {
   void showCall(const Call& call);
 
   const Show show_;
+  bool showsNoMore_ = false;
   Json shown_ = Json::array();
   bool holdsBackWrites_ = false;
   std::vector<InterceptedCommand> commands_;

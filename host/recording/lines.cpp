@@ -39,8 +39,10 @@ std::optional<AnyCall> kindOf(JsonObject& line) {
 
 }  // namespace
 
-Json firstLine() {
-  return {{"format", kFormat}, {"version", kVersion}};
+Json firstLine(bool repeats) {
+  Json line = {{"format", kFormat}, {"version", kVersion}};
+  if (repeats) line["repeats"] = true;
+  return line;
 }
 
 Json lastLine() {
@@ -64,20 +66,23 @@ bool beginsRecording(const nlohmann::json& line) {
   return line.is_object() && line.value("format", nlohmann::json()) == kFormat;
 }
 
-void readFirstLine(const nlohmann::json& line, Source& source) {
+bool readFirstLine(const nlohmann::json& line, Source& source) {
   if (!beginsRecording(line)) {
     source.mistakes.add("/", std::string(R"(not a recording: it does not begin with "format": ")") + kFormat + "\"");
-    return;
+    return false;
   }
   JsonObject object(line, "", source.mistakes);
   uint32_t version = kVersion;
+  bool repeats = false;
   (void)object.find("format", Need::required);
   object.number("version", version, Need::required);
   if (version != kVersion) {
     object.refuse("version", "a recording of version " + std::to_string(version) + "; this program knows version " +
                                  std::to_string(kVersion));
   }
+  object.flag("repeats", repeats, Need::optional);
   object.refuseUnknownKeys();
+  return repeats;
 }
 
 bool isLastLine(const nlohmann::json& line) {

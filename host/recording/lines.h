@@ -9,7 +9,8 @@
 
 namespace host::recording {
 
-[[nodiscard]] Json firstLine();
+/// @param repeats  a replay is to give the last answer to a request again and again
+[[nodiscard]] Json firstLine(bool repeats);
 [[nodiscard]] Json lastLine();
 
 /// @param channel  number of the management channel that the call went through; 0: through none
@@ -19,7 +20,8 @@ namespace host::recording {
 [[nodiscard]] bool beginsRecording(const nlohmann::json& line);
 
 /// Reads the first line: what is wrong with it is a mistake.
-void readFirstLine(const nlohmann::json& line, Source& source);
+/// @return whether the recording repeats
+[[nodiscard]] bool readFirstLine(const nlohmann::json& line, Source& source);
 
 [[nodiscard]] bool isLastLine(const nlohmann::json& line);
 

@@ -9,7 +9,8 @@
 
 namespace host::recording {
 
-Recorder::Recorder(const std::string& file, const std::vector<RunFile>& others) : file_(file, others) {
+Recorder::Recorder(const std::string& file, const std::vector<RunFile>& others, bool repeats)
+    : file_(file, others, repeats) {
   takeCallsFrom(*this);
 }
 

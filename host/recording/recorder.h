@@ -16,9 +16,9 @@ namespace host::recording {
 /// Takes the process's calls as long as it lives. May be called by several threads.
 class Recorder final : public HostCalls {
  public:
-  /// @param file, others  as for RecordingFile
-  /// @throws Refusal      it is refused, or cannot be written
-  Recorder(const std::string& file, const std::vector<RunFile>& others);
+  /// @param file, others, repeats  as for RecordingFile
+  /// @throws Refusal               it is refused, or cannot be written
+  Recorder(const std::string& file, const std::vector<RunFile>& others, bool repeats);
   ~Recorder() override;
 
   /// Writes down what the host's list of disks is.

@@ -49,7 +49,7 @@ void Recording::readLines(const std::string& content, Source& source) {
     if (end == std::string::npos) return source.mistakes.add("the recording is cut in this line");
     const auto line = parseLine(content.substr(begin, end - begin), source);
     if (number == 1) {
-      if (line) readFirstLine(*line, source);
+      if (line) repeats_ = readFirstLine(*line, source);
       if (!source.mistakes.none()) return;  // whatever it is, it is no recording that this program knows
     } else if (line && isLastLine(*line)) {
       hasEnded = true;

@@ -1,5 +1,5 @@
-// A recording as read from its file: the answers by request, each given out once, in the order in which they were
-// recorded.
+// A recording as read from its file: the answers by request, in the order in which they were recorded. Each is given
+// out once; of a recording that repeats, the last one again and again.
 #pragma once
 
 #include <map>
@@ -17,9 +17,6 @@ template <typename Answer>
 struct Answers {
   std::vector<Answer> all;
   size_t given = 0;
-
-  /// @return null when there is none left
-  [[nodiscard]] const Answer* next() { return given == all.size() ? nullptr : &all[given++]; }
 };
 
 class Recording {
@@ -32,6 +29,13 @@ class Recording {
   template <typename Call>
   [[nodiscard]] Answers<typename Call::Answer>& answersTo(const typename Call::Request& request) {
     return std::get<ByRequest<Call>>(calls_).answers[request];
+  }
+
+  /// @return null when there is none left
+  template <typename Answer>
+  [[nodiscard]] const Answer* next(Answers<Answer>& answers) const {
+    if (answers.given < answers.all.size()) return &answers.all[answers.given++];
+    return repeats_ && !answers.all.empty() ? &answers.all.back() : nullptr;
   }
 
   [[nodiscard]] const std::string& file() const { return file_; }
@@ -48,6 +52,7 @@ class Recording {
   void readLines(const std::string& content, Source& source);
 
   std::string file_;
+  bool repeats_ = false;
   decltype(allOf(AnyCall())) calls_;
 };
 

@@ -61,7 +61,7 @@ mode_t newMode() {
 
 }  // namespace
 
-RecordingFile::RecordingFile(const std::string& file, const std::vector<RunFile>& others)
+RecordingFile::RecordingFile(const std::string& file, const std::vector<RunFile>& others, bool repeats)
     : name_(file), target_(absolutePath(file)), beside_(target_ + ".XXXXXX") {
   for (const RunFile& other : others) {
     if (!other.file.empty() && areSame(file, other.file)) refuse(file, "it is this run's " + other.option);
@@ -77,7 +77,7 @@ RecordingFile::RecordingFile(const std::string& file, const std::vector<RunFile>
   }
   (void)fchmod(descriptor, older ? older->st_mode & 0777 : newMode());
   file_.reset(fdopen(descriptor, "w"));
-  write(firstLine());
+  write(firstLine(repeats));
   if (error_ == 0) return;
   unlink(beside_.c_str());
   refuse(file, std::strerror(error_));

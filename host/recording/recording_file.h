@@ -23,10 +23,11 @@ class RecordingFile {
  public:
   /// Begins the file.
   ///
-  /// @param file   links are followed
-  /// @param others  what it must not be
+  /// @param file     links are followed
+  /// @param others   what it must not be
+  /// @param repeats  as for firstLine
   /// @throws Refusal  it is one of those, no regular file, or neither empty nor a recording; or it cannot be written
-  RecordingFile(const std::string& file, const std::vector<RunFile>& others);
+  RecordingFile(const std::string& file, const std::vector<RunFile>& others, bool repeats);
 
   /// Removes what has not taken its place.
   ~RecordingFile();

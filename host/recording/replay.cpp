@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <sys/eventfd.h>
+#include <utility>
 
 #include "host/interception/interception.h"
 #include "host/output/text.h"
@@ -24,7 +25,8 @@ int resultOf(const Answer* answer) {
 
 }  // namespace
 
-Replay::Replay(const std::string& file) : recording_(file) {
+Replay::Replay(const std::string& file, std::function<void(const std::string&)> lacksAnswer)
+    : recording_(file), lacksAnswer_(std::move(lacksAnswer)) {
   takeCallsFrom(*this);
 }
 
@@ -38,7 +40,7 @@ const typename Call::Answer* Replay::answerTo(const typename Call::Request& requ
   {
     const std::lock_guard lock(mutex_);
     auto& answers = recording_.answersTo<Call>(request);
-    if (const auto* answer = answers.next()) return answer;
+    if (const auto* answer = recording_.next(answers)) return answer;
     count = answers.all.size();
   }
   miss(Call{request, {}}.about() + (count == 0 ? "" : " after the " + counted(count, "time") + " that it holds"));
@@ -46,16 +48,12 @@ const typename Call::Answer* Replay::answerTo(const typename Call::Request& requ
 }
 
 void Replay::miss(const std::string& what) {
-  const std::lock_guard lock(mutex_);
-  if (misses_++ == 0) firstMiss_ = what;
-}
-
-std::optional<std::string> Replay::unanswered() const {
-  const std::lock_guard lock(mutex_);
-  if (misses_ == 0) return std::nullopt;
-  std::string text = recording_.file() + ": the recording holds no answer to " + firstMiss_;
-  if (misses_ > 1) text += ", nor to " + counted(misses_ - 1, "later request");
-  return text;
+  std::function<void(const std::string&)> lacksAnswer;
+  {
+    const std::lock_guard lock(mutex_);
+    lacksAnswer_.swap(lacksAnswer);
+  }
+  if (lacksAnswer) lacksAnswer(recording_.file() + ": the recording holds no answer to " + what);
 }
 
 std::vector<HostDisk> Replay::disks() {
@@ -142,7 +140,8 @@ int Replay::endCommand(FILE* output) {
 
 time_t Replay::now() {
   const std::lock_guard lock(mutex_);
-  if (const auto* answer = recording_.answersTo<Clock>({}).next()) clock_ = static_cast<time_t>(answer->seconds);
+  auto& answers = recording_.answersTo<Clock>({});
+  if (const auto* answer = recording_.next(answers)) clock_ = static_cast<time_t>(answer->seconds);
   return clock_ ? *clock_ : nextCalls().now();
 }
 

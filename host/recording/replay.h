@@ -1,8 +1,10 @@
 // Answers the calls of a run from a recording. Nothing of the management library, the driver or the hardware is called.
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <set>
+#include <string>
 
 #include "host/disks/host_disk.h"
 #include "host/recording/command_outputs.h"
@@ -13,16 +15,16 @@ namespace host::recording {
 /// Takes the process's calls as long as it lives. May be called by several threads.
 class Replay final : public HostCalls {
  public:
+  /// @param lacksAnswer  called once, with the first request that the recording has no answer to: whatever is made of
+  /// it
+  ///                     from there on is not to be believed
   /// @throws Refusal  the recording is refused
-  explicit Replay(const std::string& file);
+  explicit Replay(const std::string& file, std::function<void(const std::string&)> lacksAnswer = {});
   ~Replay() override;
 
   /// The host's disks.
   /// @throws Refusal  the recorded run did not ask for them
   [[nodiscard]] std::vector<HostDisk> disks();
-
-  /// What the recording had no answer to, if anything: the first such request and how many followed it.
-  [[nodiscard]] std::optional<std::string> unanswered() const;
 
   uint32_t openChannel(const void* signature, uint64_t reserved, vmk_MgmtUserHandle** channel) override;
   int32_t closeChannel(vmk_MgmtUserHandle* channel) override;
@@ -41,12 +43,11 @@ class Replay final : public HostCalls {
   void miss(const std::string& what);
   [[nodiscard]] bool isOpen(vmk_MgmtUserHandle* channel);
 
-  mutable std::mutex mutex_;
+  std::mutex mutex_;
   Recording recording_;
-  std::string firstMiss_;
-  size_t misses_ = 0;
-  std::multiset<uintptr_t> channels_;  // numbers of the open ones, which are their handles
-  std::optional<time_t> clock_;        // as it was asked for last
+  std::function<void(const std::string&)> lacksAnswer_;  // empty once it was called
+  std::multiset<uintptr_t> channels_;                    // numbers of the open ones, which are their handles
+  std::optional<time_t> clock_;                          // as it was asked for last
   CommandOutputs outputs_;
 };
 

@@ -1,0 +1,120 @@
+// dmu-host record: everything that can be read of the host's disks and controllers, in one file from which every
+// command that reads can be replayed.
+#include <algorithm>
+#include <set>
+
+#include "host/commands/commands.h"
+#include "host/disks/device_names.h"
+#include "host/disks/known_names.h"
+#include "host/disks/opened_disk.h"
+#include "host/output/text.h"
+#include <dmu/plugin.h>
+
+namespace host {
+namespace {
+
+/// The disks of a controller, when the word is its name.
+std::vector<HostDisk> disksOfHba(const std::vector<HostDisk>& disks, const std::string& word) {
+  std::vector<HostDisk> found;
+  std::copy_if(disks.begin(), disks.end(), std::back_inserter(found),
+               [&](const HostDisk& disk) { return lowerCase(disk.hba) == lowerCase(word); });
+  return found;
+}
+
+/// The disks that are to be in the recording, in the order of the host's list.
+/// @throws Refusal  for a word that names neither a controller nor a disk
+std::vector<HostDisk> wantedDisks(Session& session, const std::vector<std::string>& words) {
+  const std::vector<HostDisk>& all = session.disks();
+  if (words.empty()) return all;
+  std::set<std::string> names;
+  for (const std::string& word : words) {
+    std::vector<HostDisk> meant = disksOfHba(all, word);
+    if (meant.empty()) meant = disksNamed(session, {word});
+    for (const HostDisk& disk : meant) names.insert(disk.device);
+  }
+  std::vector<HostDisk> wanted;
+  std::copy_if(all.begin(), all.end(), std::back_inserter(wanted),
+               [&](const HostDisk& disk) { return names.contains(disk.device); });
+  return wanted;
+}
+
+/// Every question that a command has for a disk, those before a change included: what would be written is held back.
+DiskRecord askEverything(Session& session, const HostDisk& disk) {
+  OpenedDisk opened = openDisk(session, disk, Named::no);
+  if (!opened.isKnown()) return opened.record;
+  if (const auto answer = temperatures(opened.handle); !answer.value) {
+    session.report().failed(opened.record, "temperature", answer.error);
+  }
+  (void)askPlaces(session, opened);
+  (void)setLocatorLed(opened.handle, true, 1);
+  (void)setCache(opened.handle, true);
+  return opened.record;
+}
+
+/// Reads a controller that no disk led to: the plugin does so before it looks for the disk, which is none of its.
+void askController(Session& session, const std::string& hba) {
+  HostDisk nothing;
+  nothing.hba = hba;
+  nothing.channel = UINT32_MAX;
+  nothing.driver = kDmuDriver;
+  const DeviceHandle handle = openHandle(session.plugin(), nothing);
+  if (handle.get() != nullptr) (void)deviceInformation(handle);
+}
+
+void askOtherControllers(Session& session, const std::vector<HostDisk>& disks) {
+  if (session.commands().listedControllers().empty()) askController(session, "");  // asks the driver for its list
+  for (const std::string& hba : session.commands().listedControllers()) {
+    if (disksOfHba(disks, hba).empty()) askController(session, hba);
+  }
+}
+
+class RecordCommand final : public Command {
+ public:
+  RecordCommand()
+      : Command({.name = "record",
+                 .group = kForSupport,
+                 .summary = "Record all that can be read of the host, to be replayed anywhere",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"The whole host", "dmu-host record host.jsonl"},
+                              {"One controller, and one disk", "dmu-host record part.jsonl vmhba3 serial:S7P3X0Q8"},
+                              {"On a real host", "dmu-host record host.jsonl --inventory disks.json"}}}) {}
+
+  std::vector<Option> options() override {
+    return {{.name = "FILE",
+             .valueName = "",
+             .help = "The recording to write; an older one is replaced",
+             .value = File{&file_},
+             .isNeeded = true},
+            {"DEVICE", "", "A disk, as other commands take it, or an HBA for all its disks (default: the whole host)",
+             Texts{&words_, knownNames}}};
+  }
+
+  [[nodiscard]] Json emptyResult() const override { return {{"recording", nullptr}, {"devices", Json::array()}}; }
+
+  Outcome run(Session& session) override {
+    const std::vector<HostDisk> disks = wantedDisks(session, words_);
+    session.commands().holdBackWrites();
+    session.record(file_, disks);
+    Json devices = Json::array();
+    for (const HostDisk& disk : disks) devices.push_back(toJson(askEverything(session, disk)));
+    if (words_.empty()) askOtherControllers(session, disks);
+    Json hbas = Json::array();
+    for (const auto& [hba, controller] : session.controllers().all()) hbas.push_back(hba);
+    const std::string text = printable(file_) + ": " + counted(disks.size(), "disk") + " and " +
+                             counted(hbas.size(), "controller") + " recorded; it holds serial numbers and names\n";
+    return {text,
+            {{"recording", {{"file", file_}, {"controllers", std::move(hbas)}}}, {"devices", std::move(devices)}}};
+  }
+
+ private:
+  std::string file_;
+  std::vector<std::string> words_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeRecordCommand() {
+  return std::make_unique<RecordCommand>();
+}
+
+}  // namespace host
