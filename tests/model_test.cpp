@@ -307,16 +307,19 @@ TEST_F(Model, WhatACommandThatFailsWouldHaveShownIsNotKnown) {
 
   const model::Controller* seen = askWhileFailing("reportLogicalLuns");
   ASSERT_NE(seen, nullptr);
+  EXPECT_TRUE(seen->hasFailedReport);
   EXPECT_TRUE(seen->volumes.empty());
   EXPECT_FALSE(seen->drives.empty());
 
   seen = askWhileFailing("reportPhysicalLuns");
   ASSERT_NE(seen, nullptr);
+  EXPECT_TRUE(seen->hasFailedReport);
   EXPECT_FALSE(seen->volumes.empty());
   EXPECT_TRUE(seen->drives.empty());
 
   seen = askWhileFailing("identifyLogicalDevice");
   ASSERT_NE(seen, nullptr);
+  EXPECT_FALSE(seen->hasFailedReport);
   EXPECT_EQ(seen->volumes[0].label, "");
   EXPECT_TRUE(seen->volumes[0].members.has_value());
 

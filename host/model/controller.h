@@ -59,8 +59,9 @@ struct Controller {
   uint16_t maxPhysicalDevices = 0;
   uint16_t maxDrivesPerLogicalUnit = 0;
   bool hasExtendedBlinkArray = false;
-  std::vector<Volume> volumes;  ///< in the order of the report
-  std::vector<Drive> drives;    ///< in the order of the report, then those that were identified without being listed
+  bool hasFailedReport = false;  ///< a report of its volumes or drives failed: which ones there are is not known
+  std::vector<Volume> volumes;   ///< in the order of the report
+  std::vector<Drive> drives;     ///< in the order of the report, then those that were identified without being listed
 
   /// @return null, as below, when there is none
   [[nodiscard]] const Volume* volumeOf(const HostDisk& disk) const;

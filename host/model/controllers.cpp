@@ -150,7 +150,7 @@ void Controllers::see(const InterceptedCommand& command) {
   if (!command.command || command.command->layout->toController) return;
   const Opcode opcode = command.command->layout->opcode;
   if (opcode == Opcode::identifyController) controllers_.erase(command.hba);
-  if (!command.succeeded()) return forgetMissing(command);
+  if (!command.succeeded()) return takeFailure(command);
   Controller& controller = controllers_[command.hba];
   controller.hba = command.hba;
   const uint32_t argument = command.command->argument;
@@ -172,11 +172,14 @@ void Controllers::see(const InterceptedCommand& command) {
   }
 }
 
-/// A missing member that does not answer any more is not known any more.
-void Controllers::forgetMissing(const InterceptedCommand& command) {
+/// Without a report nothing says what is missing; a missing member that does not answer any more is not known any more.
+void Controllers::takeFailure(const InterceptedCommand& command) {
   const auto found = controllers_.find(command.hba);
-  if (command.command->layout->opcode != Opcode::identifyPhysicalDevice || found == controllers_.end()) return;
-  std::erase_if(found->second.drives,
+  if (found == controllers_.end()) return;
+  Controller& controller = found->second;
+  if (command.command->layout->isReport()) controller.hasFailedReport = true;
+  if (command.command->layout->opcode != Opcode::identifyPhysicalDevice) return;
+  std::erase_if(controller.drives,
                 [&](const Drive& drive) { return !drive.isListed && drive.index == command.command->argument; });
 }
 

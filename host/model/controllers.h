@@ -26,7 +26,7 @@ class Controllers {
   [[nodiscard]] const std::map<std::string, Controller>& all() const { return controllers_; }
 
  private:
-  void forgetMissing(const InterceptedCommand& command);
+  void takeFailure(const InterceptedCommand& command);
 
   std::map<std::string, Controller> controllers_;
 };
