@@ -64,6 +64,7 @@ std::vector<recording::RunFile> Session::ownFiles() const {
           {"--topology", options_.topologyFile},
           {"DMU_TOPOLOGY", topologyVariable()},
           {"--inventory", options_.inventoryFile},
+          {"--replay", options_.replayFile},
           {"--state", options_.stateFile},
           {"--state", hasStateFile() ? options_.stateFile + ".lock" : ""}};
 }

@@ -49,6 +49,9 @@ class Session {
   /// Whether the replayed recording had no answer to a request. That was reported then, and nothing since.
   [[nodiscard]] bool lacksAnswer() const { return lacksAnswer_; }
 
+  /// The files that the run reads or keeps, as far as they are named.
+  [[nodiscard]] std::vector<recording::RunFile> ownFiles() const;
+
   /// Whether a state file was named.
   [[nodiscard]] bool hasStateFile() const { return !options_.stateFile.empty(); }
 
@@ -99,8 +102,6 @@ class Session {
   const model::Controllers& controllers();
 
  private:
-  /// The files that the run reads or keeps, as far as they are named.
-  [[nodiscard]] std::vector<recording::RunFile> ownFiles() const;
   void prepareHost();
   [[nodiscard]] std::string whatIsSimulated() const;
   [[nodiscard]] std::vector<HostDisk> findDisks();

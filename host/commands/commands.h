@@ -16,6 +16,7 @@ namespace host {
 [[nodiscard]] std::unique_ptr<Command> makeCacheCommand();
 [[nodiscard]] std::unique_ptr<Command> makeDrivesCommand();
 [[nodiscard]] std::unique_ptr<Command> makeRecordCommand();
+[[nodiscard]] std::unique_ptr<Command> makeMetricsCommand();
 [[nodiscard]] std::unique_ptr<Command> makeTraceCommand();
 [[nodiscard]] std::unique_ptr<Command> makePluginCommand();
 [[nodiscard]] std::unique_ptr<Command> makeCheckCommand();

@@ -52,6 +52,8 @@ bool isFoundMember(const model::Drive& drive, const model::Volume& volume) {
   return drive.isMasked && drive.hasRoom && volume.members->contains(drive.index);
 }
 
+}  // namespace
+
 DiskDrive describeDrive(uint32_t index, const model::Drive* drive) {
   DiskDrive described;
   described.index = index;
@@ -66,8 +68,6 @@ DiskDrive describeDrive(uint32_t index, const model::Drive* drive) {
   described.maximum = degrees(identity.maximumTemperature);
   return described;
 }
-
-}  // namespace
 
 std::optional<std::vector<DiskDrive>> drivesOf(Session& session, const DiskRecord& record) {
   const FoundDisk found = find(session, record);

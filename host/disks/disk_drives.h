@@ -23,6 +23,9 @@ struct DiskDrive {
   std::optional<uint32_t> maximum;
 };
 
+/// @param drive  of this index; null: the controller told nothing of it
+[[nodiscard]] DiskDrive describeDrive(uint32_t index, const model::Drive* drive);
+
 /// @return in the order of the location texts; nothing when the commands that passed do not show it: an external
 /// volume, a controller of which
 ///         no snapshot was read, members that were not told

@@ -1,0 +1,88 @@
+// dmu-host metrics: what a monitoring system wants to know of the host's disks, as a file for it.
+#include <ctime>
+#include <filesystem>
+
+#include "host/commands/commands.h"
+#include "host/disks/warm_drives.h"
+#include "host/metrics/host_metrics.h"
+#include "host/output/file_replacement.h"
+#include <dmu/plugin.h>
+
+namespace host {
+namespace {
+
+/// Asks the plugin all that it tells of a disk without switching anything.
+metrics::WatchedDisk watch(Session& session, const HostDisk& disk) {
+  OpenedDisk opened = openDisk(session, disk, Named::no);
+  const auto answered = warmDrives(session, opened);
+  const auto reported = drivesOf(session, opened.record);
+  metrics::WatchedDisk watched{opened.record, reported.value_or(answered.value_or(std::vector<DiskDrive>{})), {}};
+  if (!answered && !opened.record.errors.empty()) {  // of a run that is refused no more is reported
+    const OperationError& error = opened.record.errors.back();
+    watched.whyUnanswered = error.operation + ": " + error.text;
+  }
+  return watched;
+}
+
+class MetricsCommand final : public Command {
+ public:
+  MetricsCommand()
+      : Command({.name = "metrics",
+                 .group = kLooking,
+                 .summary = "Write what a monitoring system watches, in the Prometheus text format",
+                 .onRealHost = kNeedsInventory,
+                 .examples = {{"How warm, what is missing, who does not answer", "dmu-host metrics"},
+                              {"Into a file that a node exporter serves", "dmu-host metrics --output dmu.prom"}}}) {}
+
+  std::vector<Option> options() override {
+    return {{"--output", "FILE", "Replace this file as a whole, and keep of it when controllers last answered",
+             File{&file_}}};
+  }
+
+  [[nodiscard]] Json emptyResult() const override { return {{"output", nullptr}, {"metrics", Json::array()}}; }
+
+  Outcome run(Session& session) override {
+    const auto start = std::chrono::steady_clock::now();
+    refuseOwnFile(session);
+    std::vector<metrics::WatchedDisk> disks;
+    for (const HostDisk& disk : session.disks()) {
+      if (disk.driver == kDmuDriver) disks.push_back(watch(session, disk));
+    }
+    const auto earlier = file_.empty() ? metrics::LastSuccesses{} : metrics::lastSuccessesIn(textToReplace(file_));
+    const auto duration = std::chrono::steady_clock::now() - start;
+    return outcomeOf(session, metrics::metricsOf(disks, session.controllers(), earlier, std::time(nullptr),
+                                                 std::chrono::duration_cast<std::chrono::microseconds>(duration)));
+  }
+
+ private:
+  void refuseOwnFile(const Session& session) const {
+    for (const recording::RunFile& own : session.ownFiles()) {
+      std::error_code error;
+      const bool isSame = !file_.empty() && !own.file.empty() && std::filesystem::equivalent(file_, own.file, error);
+      if (isSame) throw Refusal(file_ + ": cannot be written: it is this run's " + own.option);
+    }
+  }
+
+  [[nodiscard]] Outcome outcomeOf(const Session& session, const std::vector<metrics::Gauge>& gauges) const {
+    Outcome outcome{"", emptyResult()};
+    for (const metrics::Gauge& gauge : gauges) {
+      outcome.text += gauge.text();
+      outcome.json["metrics"].push_back(gauge.json());
+    }
+    if (file_.empty()) return outcome;
+    if (!session.lacksAnswer()) replaceFile(file_, outcome.text);
+    outcome.text.clear();
+    outcome.json["output"] = file_;
+    return outcome;
+  }
+
+  std::string file_;
+};
+
+}  // namespace
+
+std::unique_ptr<Command> makeMetricsCommand() {
+  return std::make_unique<MetricsCommand>();
+}
+
+}  // namespace host
