@@ -36,7 +36,8 @@ inline constexpr const char* kSwitching = "Switch";
 inline constexpr const char* kForSupport = "Take a host along";
 inline constexpr const char* kForPluginAuthors = "For plugin authors";
 inline constexpr const char* kWorksThere = "Works on a real host.";
-inline constexpr const char* kNeedsInventory = "Works on a real host with --inventory FILE.";
+inline constexpr const char* kFindsDisks =
+    "Works on a real host: the controllers are asked for its disks, unless --inventory FILE names them.";
 
 class Command {
  public:
@@ -53,6 +54,9 @@ class Command {
 
   /// Whether it is to change settings of the hardware.
   [[nodiscard]] virtual bool switches() const { return false; }
+
+  /// Seconds after which it is to be carried out again; 0: once.
+  [[nodiscard]] virtual int repeatsAfter() const { return 0; }
 
   /// Carries the command out.
   /// @throws Refusal  it cannot be carried out

@@ -1,9 +1,13 @@
 // dmu-host, the reference host: reads the command line, carries out one command and writes its result as text or as a
 // JSON document.
+#include <ctime>
 #include <new>
 
 #include "host/command_line/command_line.h"
+#include "host/output/local_time.h"
 #include "host/output/output.h"
+#include "host/waiting/progress.h"
+#include "host/waiting/watch.h"
 
 namespace host {
 namespace {
@@ -11,6 +15,7 @@ namespace {
 /// Names the shape of the document; the version rises when a key changes its meaning or goes.
 constexpr const char* kDocumentFormat = "dmu-host";
 constexpr int kDocumentVersion = 2;
+constexpr int kOnOneLine = -1;
 
 Outcome runCommand(Command& command, Session& session) {
   Outcome outcome;
@@ -28,11 +33,13 @@ Outcome runCommand(Command& command, Session& session) {
 
 void writeDocument(const Command& command, Session& session, const Outcome& outcome) {
   Json document = {{"format", kDocumentFormat}, {"version", kDocumentVersion}, {"command", command.name()}};
+  if (command.repeatsAfter() != 0) document["time"] = isoTime(std::time(nullptr));
   session.report().addTo(document);
   session.addTo(document);
   document.update(outcome.json);
   // Texts come from devices and need not be UTF-8.
-  print(document.dump(2, ' ', false, Json::error_handler_t::replace) + "\n");
+  const int indent = command.repeatsAfter() != 0 ? kOnOneLine : 2;
+  print(document.dump(indent, ' ', false, Json::error_handler_t::replace) + "\n");
 }
 
 /// A result that did not reach its reader is a failure too.
@@ -47,8 +54,9 @@ ExitStatus answer(const CommandLine& line) {
   return reachedOutput() ? line.status : ExitStatus::failed;
 }
 
-ExitStatus run(Command& command, const GlobalOptions& options) {
-  Session session(options);
+ExitStatus run(Command& command, const GlobalOptions& options, const Terminal& terminal) {
+  const Progress progress;
+  Session session(options, terminal);
   const Outcome outcome = runCommand(command, session);
   if (options.json) {
     writeDocument(command, session, outcome);
@@ -65,6 +73,14 @@ ExitStatus run(Command& command, const GlobalOptions& options) {
   return status;
 }
 
+ExitStatus run(const CommandLine& line) {
+  Command& command = *line.command;
+  if (command.repeatsAfter() == 0) return run(command, line.options, Terminal::ofThisProcess());
+  watch({"dmu-host " + command.name(), command.repeatsAfter(), line.options.json},
+        [&](const Terminal& terminal) { return run(command, line.options, terminal); });
+  return reachedOutput() ? ExitStatus::done : ExitStatus::failed;
+}
+
 }  // namespace
 }  // namespace host
 
@@ -72,7 +88,7 @@ int main(int argc, char** argv) try {
   host::prepareStandardStreams();
   const auto commands = host::allCommands();
   const host::CommandLine line = host::readCommandLine(argc, argv, commands);
-  const host::ExitStatus status = line.command == nullptr ? host::answer(line) : host::run(*line.command, line.options);
+  const host::ExitStatus status = line.command == nullptr ? host::answer(line) : host::run(line);
   return static_cast<int>(status);
 } catch (const std::bad_alloc&) {
   host::complain("out of memory");

@@ -5,10 +5,12 @@
 
 #include "host/output/output.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 
 void complain(const std::string& text) {
+  Progress::clear();
   flushOutput();
   std::fprintf(stderr, "dmu-host: %s\n", text.c_str());
 }
@@ -46,6 +48,7 @@ void Report::note(const std::string& text) {
   if (isOver_) return;
   notes_.push_back(text);
   if (forPrograms_) {
+    Progress::clear();
     std::fprintf(stderr, "%s\n", text.c_str());
   } else {
     print(text + "\n");

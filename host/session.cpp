@@ -3,7 +3,9 @@
 
 #include <cstdlib>
 
+#include "host/discovery/discovery.h"
 #include "host/disks/inventory.h"
+#include "host/output/text.h"
 
 namespace host {
 
@@ -16,8 +18,8 @@ static CommandLog::Show whereToShow(const GlobalOptions& options) {
   return options.json ? CommandLog::Show::inDocument : CommandLog::Show::onStandardOutput;
 }
 
-Session::Session(const GlobalOptions& options)
-    : options_(options), terminal_(Terminal::ofThisProcess()), report_(options.json), commands_(whereToShow(options)) {}
+Session::Session(const GlobalOptions& options, const Terminal& terminal)
+    : options_(options), terminal_(terminal), report_(options.json), commands_(whereToShow(options)) {}
 
 void Session::begin(bool switches) {
   switches_ = switches;
@@ -112,8 +114,12 @@ std::vector<HostDisk> Session::findDisks() {
   if (replay_ != nullptr) return replay_->disks();
   prepareHost();
   if (!options_.inventoryFile.empty()) return readInventory(options_.inventoryFile);
-  if (simulatedHost_ == nullptr) throw Refusal("a real host's disks must be named: give --inventory FILE");
-  return simulatedHost_->disks();
+  if (simulatedHost_ != nullptr) return simulatedHost_->disks();
+  Discovery found = discoverDisks(*this, nodesIn(std::string(kNodes)));
+  report_.note("no --inventory: the controllers list " + counted(found.disks.size(), "disk") + " with " +
+               (found.left.empty() ? "nothing left over" : counted(found.left.size(), "other") + " left out") +
+               " (see dmu-host inventory)");
+  return std::move(found.disks);
 }
 
 const std::vector<HostDisk>& Session::disks() {
@@ -122,7 +128,9 @@ const std::vector<HostDisk>& Session::disks() {
   if (recorder_ != nullptr) recorder_->disks(*disks_);
   if (disks_->empty()) {
     const std::string source = options_.replayFile + options_.inventoryFile + options_.topologyFile;
-    throw Refusal("no disks: " + (source.empty() ? topologyVariable() : source) + " names none");
+    const bool wereAsked = replay_ == nullptr && simulatedHost_ == nullptr && options_.inventoryFile.empty();
+    throw Refusal(wereAsked ? "no disks: the controllers list none"
+                            : "no disks: " + (source.empty() ? topologyVariable() : source) + " names none");
   }
   return *disks_;
 }

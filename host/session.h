@@ -34,7 +34,8 @@ struct GlobalOptions {
 
 class Session {
  public:
-  explicit Session(const GlobalOptions& options);
+  /// @param terminal  that is written to
+  Session(const GlobalOptions& options, const Terminal& terminal);
 
   /// Records or replays from now on, if an option says so.
   /// @param switches  whether settings of the hardware are to be changed
@@ -55,6 +56,9 @@ class Session {
   /// Whether a state file was named.
   [[nodiscard]] bool hasStateFile() const { return !options_.stateFile.empty(); }
 
+  /// Whether standard output is for one document alone.
+  [[nodiscard]] bool writesDocument() const { return options_.json; }
+
   /// Whether the answers come from a recording.
   [[nodiscard]] bool isReplay() const { return replay_ != nullptr; }
 
@@ -69,13 +73,17 @@ class Session {
   /// @throws Refusal  there is none that can be used
   const ManagementLibrary& library();
 
-  /// The host's disks, of every driver: from the recording or the inventory file, else from the simulated host.
+  /// The host's disks: from the recording or the inventory file, else from the simulated host, of every driver; else
+  /// those that the controllers list, which is said.
   /// @throws Refusal  there are none, or they cannot be found out
   const std::vector<HostDisk>& disks();
 
   /// The plugin's descriptor.
   /// @throws Refusal  it cannot be loaded
   const DmuPluginDescriptor& plugin();
+
+  /// Unloads the plugin, until it is asked for again.
+  void unloadPlugin() { plugin_.reset(); }
 
   /// The simulated host with its topology loaded.
   /// @param purpose  what it is needed for, for the refusal on a real host

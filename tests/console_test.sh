@@ -4,8 +4,8 @@
 #   console_test.sh BUILD_DIR FILE            fails with the difference
 #   console_test.sh BUILD_DIR FILE --update   writes what they print into the file instead
 #
-# An indented line that begins with "$ " is a command for the shell; the indented lines below it are its output, errors
-# included. Commands run in a folder of their own, one after the other, with the programs of the build on PATH, the
+# An indented line that begins with "$ " is a command for the shell, together with lines right below it that begin with
+# "> "; the indented lines below these are its output, errors included. Commands run in a folder of their own, one after the other, with the programs of the build on PATH, the
 # project's examples/ and tests/ at hand. Times, durations of commands and blank lines are not compared.
 set -euo pipefail
 
@@ -18,7 +18,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder" "$record"' EXIT
 cd "$folder"
 ln -s "$project/examples" "$project/tests" .
-export PATH="$buildDir:$PATH" TZ=UTC LC_ALL=C.UTF-8 NO_COLOR=1
+export PATH="$buildDir:$PATH" TZ=UTC LC_ALL=C.UTF-8 NO_COLOR=1 TERM=xterm
 
 # What differs from one machine or run to the next is made equal.
 normalise() {
@@ -34,11 +34,18 @@ lastOutput() {
 
 inOutput=false
 blanks=  # blank lines in or below an output: they are its own when more of it follows
-while IFS= read -r line; do
+mapfile -t pageLines <"$file"
+for ((pageLine = 0; pageLine < ${#pageLines[@]}; ++pageLine)); do
+  line=${pageLines[pageLine]}
   if [[ $line == '    $ '* ]]; then
+    shellCommand=${line#'    $ '}
+    while [[ ${pageLines[pageLine + 1]-} == '    > '* ]]; do
+      line+=$'\n'${pageLines[pageLine += 1]}
+      shellCommand+=$'\n'${pageLines[pageLine]#'    > '}
+    done
     printf '%s%s\n' "$blanks" "$line" >>"$record/updated"
     printf '%s\n' "$line" | tee -a "$record/shown" >>"$record/printed"
-    eval "${line#'    $ '}" >"$record/output" 2>&1 </dev/null || true
+    eval "$shellCommand" >"$record/output" 2>&1 </dev/null || true
     lastOutput | tee -a "$record/printed" >>"$record/updated"
     inOutput=true blanks=
   elif [[ $inOutput == true && -z $line ]]; then
@@ -50,7 +57,7 @@ while IFS= read -r line; do
     printf '%s%s\n' "$blanks" "$line" >>"$record/updated"
     inOutput=false blanks=
   fi
-done <"$file"
+done
 
 [[ -s $record/shown ]] || {
   echo "$file shows no command"

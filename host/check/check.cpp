@@ -73,7 +73,8 @@ std::vector<Rule> rulesNamed(const std::vector<std::string>& names) {
   return chosen;
 }
 
-std::vector<Result> run(const Setup& setup, const std::vector<Rule>& rules) {
+std::vector<Result> run(const Setup& setup, const std::vector<Rule>& rules,
+                        const std::function<void(const Result&)>& decided) {
   std::vector<std::unique_ptr<IsolatedCall>> calls(rules.size());
   std::chrono::seconds limit = kLimit;
   const auto start = [&](size_t index) {
@@ -93,6 +94,7 @@ std::vector<Result> run(const Setup& setup, const std::vector<Rule>& rules) {
       if (outcome.hung) limit = kLimitOnceOneHung;
       results.push_back(resultOf(rules[index], outcome));
     }
+    decided(results.back());
   }
   return results;
 }

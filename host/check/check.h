@@ -1,6 +1,7 @@
 // Runs rules against a plugin, each in a process of its own.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -22,7 +23,10 @@ struct Result {
 [[nodiscard]] std::vector<Rule> rulesNamed(const std::vector<std::string>& names);
 
 /// Runs the rules. A plugin that crashes, ends the process, throws or hangs fails the rule.
+///
+/// @param decided  is told each result as soon as it and those before it stand
 /// @return one result a rule, in their order
-[[nodiscard]] std::vector<Result> run(const Setup& setup, const std::vector<Rule>& rules);
+[[nodiscard]] std::vector<Result> run(const Setup& setup, const std::vector<Rule>& rules,
+                                      const std::function<void(const Result&)>& decided);
 
 }  // namespace host::check

@@ -29,8 +29,7 @@ std::vector<Option> everyCommandsOptions(GlobalOptions& options) {
        {"--library", "FILE",
         "The management library to load (default: the simulated host's, or the system's where it is the only one)",
         File{&options.libraryFile}},
-       {"--inventory", "FILE", "Take the host's disks from this file (needed on a real host)",
-        File{&options.inventoryFile}}});
+       {"--inventory", "FILE", "Take the host's disks from this file (see inventory)", File{&options.inventoryFile}}});
   add("Simulated host",
       {{"--topology", "FILE", "Topology of the simulated host (default: built in)", File{&options.topologyFile}},
        {"--state", "FILE", "Keep the state of the simulated hardware in this file", File{&options.stateFile}}});

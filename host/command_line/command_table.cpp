@@ -14,6 +14,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeLocationCommand());
   commands.push_back(makeTemperatureCommand());
   commands.push_back(makeDrivesCommand());
+  commands.push_back(makeInventoryCommand());
   commands.push_back(makeMetricsCommand());
   commands.push_back(makeLocateCommand());
   commands.push_back(makeCacheCommand());

@@ -65,7 +65,7 @@ class Line {
     const Option* option = findOption(options_, word.substr(0, equalsSign));
     if (option == nullptr) return;
     seen_.push_back(option->name);
-    if (option->isFlag()) return;
+    if (option->isFlag() || option->mayHaveValue()) return;
     if (equalsSign == std::string::npos) {
       open_ = *option;
     } else {

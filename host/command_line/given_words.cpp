@@ -21,7 +21,7 @@ void declare(CLI::App& app, const std::vector<Option>& options) {
   for (const Option& option : options) {
     if (option.isArgument()) continue;
     const std::string names = (option.letter.empty() ? "" : option.letter + ",") + option.name;
-    if (option.isFlag()) {
+    if (option.isFlag() || option.mayHaveValue()) {
       app.add_flag(names);
     } else {
       app.add_option(names)->take_all();
@@ -29,11 +29,25 @@ void declare(CLI::App& app, const std::vector<Option>& options) {
   }
 }
 
-void collect(const CLI::App& app, const std::vector<Option>& options, GivenWords& given) {
+/// What stands behind equals signs, from the line itself: CLI11 makes "true" and "false" of some values of flags.
+/// @param count  of the option on the line; where no value stands it is empty
+std::vector<std::string> valuesOnLine(int argc, char** argv, const std::string& option, size_t count) {
+  std::vector<std::string> values;
+  for (int i = 1; i < argc && std::string(argv[i]) != "--"; ++i) {
+    const std::string word = argv[i];
+    if (word.starts_with(option + "=")) values.push_back(word.substr(option.size() + 1));
+  }
+  values.resize(count);
+  return values;
+}
+
+void collect(int argc, char** argv, const CLI::App& app, const std::vector<Option>& options, GivenWords& given) {
   for (const Option& option : options) {
     if (option.isArgument()) continue;
     const CLI::Option& found = *app.get_option(option.name);
-    if (found.count() > 0) given.options[option.name] = found.results();
+    if (found.count() == 0) continue;
+    given.options[option.name] =
+        option.mayHaveValue() ? valuesOnLine(argc, argv, option.name, found.count()) : found.results();
   }
 }
 
@@ -88,11 +102,11 @@ GivenWords sortWords(int argc, char** argv, const std::vector<Option>& options,
     if (!sub.parsed()) continue;
     given.command = command.get();
     given.arguments = sub.get_option(kArguments)->results();
-    collect(sub, command->options(), given);
+    collect(argc, argv, sub, command->options(), given);
   }
   given.asksForHelp = help.parsed();
   if (given.asksForHelp) given.arguments = help.get_option(kArguments)->results();
-  collect(app, options, given);
+  collect(argc, argv, app, options, given);
   given.unknown = app.remaining(true);
   std::erase(given.unknown, "--");
   return given;

@@ -32,7 +32,7 @@ constexpr const char* kAboutFiles =
     "Files are read up to 32 MiB. A mistake in one is refused with the file, the place in it and the reason.";
 constexpr Entry kFiles[] = {
     {"the inventory (--inventory)",
-     "The disks of a real host, in JSON, written by hand: the kernel there is not asked. docs/json.md describes it."},
+     "The disks of a host, in JSON, as dmu-host inventory writes it. docs/json.md describes it."},
     {"the topology (--topology)",
      "The simulated host, in JSON: its controllers, drives, volumes, and what is to go wrong. dmu-topology(5) "
      "describes it."},
@@ -48,8 +48,9 @@ constexpr Entry kFiles[] = {
 constexpr Entry kEnvironment[] = {
     {"DMU_TOPOLOGY", "The topology of the simulated host, unless --topology names one."},
     {"LD_LIBRARY_PATH", "Where the loader looks for the system's management library, libvmkmgmt.so."},
-    {"LC_ALL, LC_CTYPE, LANG", "Whether pictures may be drawn in UTF-8."},
+    {"LC_ALL, LC_CTYPE, LANG", "Whether text in UTF-8 is shown as it is, and pictures are drawn with it."},
     {"NO_COLOR", "When it is set and not empty, nothing is coloured or bold."},
+    {"TERM", "Where it is not set or dumb, nothing is coloured or shown in the place of something else."},
     {"TZ", "The time zone of the times that are shown."},
 };
 

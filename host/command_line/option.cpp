@@ -15,7 +15,9 @@ std::vector<Option> both(std::vector<Option> first, const std::vector<Option>& s
 std::string wordsOf(const Option& option) {
   if (!option.isArgument()) {
     return (option.letter.empty() ? "" : option.letter + ", ") + option.name +
-           (option.valueName.empty() ? "" : " " + option.valueName);
+           (option.valueName.empty() ? ""
+            : option.mayHaveValue()  ? "[=" + option.valueName + "]"
+                                     : " " + option.valueName);
   }
   if (const auto* word = std::get_if<Word>(&option.value)) return joined(word->words, "|");
   return option.name + (option.isList() ? "..." : "");

@@ -31,6 +31,14 @@ struct Number {
   int most;
 };
 
+/// A flag, or a whole number in decimal behind its equals sign: "--watch", "--watch=60".
+struct FlagOrNumber {
+  int* target;
+  int standard;  ///< of the flag alone
+  int least;
+  int most;
+};
+
 /// One of a few words. As an argument it has to be given.
 struct Word {
   std::string* target;
@@ -56,7 +64,7 @@ struct Option {
   std::string name;       ///< "--seconds"; an argument's has no dashes: "DEVICE"
   std::string valueName;  ///< what stands for an option's value: "FILE"
   std::string help;       ///< in a line
-  std::variant<Flag, Question, File, Number, Word, WordList, Texts> value;
+  std::variant<Flag, Question, File, Number, FlagOrNumber, Word, WordList, Texts> value;
   std::string letter = {};                 ///< the short form: "-h"
   std::string insteadOf = {};              ///< the argument whose place it takes: one of the two has to be given
   std::vector<std::string> excludes = {};  ///< options that cannot be given beside it
@@ -68,6 +76,8 @@ struct Option {
   [[nodiscard]] bool isFlag() const {
     return std::holds_alternative<Flag>(value) || std::holds_alternative<Question>(value);
   }
+  /// Whether its value stands behind an equals sign or not at all; never is it the next word.
+  [[nodiscard]] bool mayHaveValue() const { return std::holds_alternative<FlagOrNumber>(value); }
   [[nodiscard]] bool isList() const { return std::holds_alternative<Texts>(value); }
 };
 
@@ -79,7 +89,8 @@ struct WrongUsage : std::runtime_error {
 /// The options of the one table and then those of the other.
 [[nodiscard]] std::vector<Option> both(std::vector<Option> first, const std::vector<Option>& second);
 
-/// The option with its value, "-h, --help" or "--seconds N", or what stands for the argument: "DEVICE...", "on|off".
+/// The option with its value, "-h, --help", "--seconds N" or "--watch[=SECONDS]", or what stands for the argument:
+/// "DEVICE...", "on|off".
 [[nodiscard]] std::string wordsOf(const Option& option);
 
 /// The help, and what the option cannot be given with.

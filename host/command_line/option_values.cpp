@@ -28,13 +28,10 @@ class Taking {
     *file.target = single();
   }
 
-  void operator()(const Number& number) const {
-    const std::string& text = single();
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), *number.target);
-    const bool isNumber = error == std::errc() && end == text.data() + text.size();
-    if (!isNumber || *number.target < number.least || *number.target > number.most) {
-      refuse("must be a number from " + std::to_string(number.least) + " to " + std::to_string(number.most));
-    }
+  void operator()(const Number& number) const { *number.target = singleNumber(number.least, number.most); }
+
+  void operator()(const FlagOrNumber& number) const {
+    *number.target = single().empty() ? number.standard : singleNumber(number.least, number.most);
   }
 
   void operator()(const Word& word) const {
@@ -76,6 +73,17 @@ class Taking {
   [[nodiscard]] const std::string& single() const {
     if (values_.size() > 1) refuse("can be given only once");
     return values_.front();
+  }
+
+  [[nodiscard]] int singleNumber(int least, int most) const {
+    const std::string& text = single();
+    int number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+    if (!isNumber || number < least || number > most) {
+      refuse("must be a number from " + std::to_string(least) + " to " + std::to_string(most));
+    }
+    return number;
   }
 
   std::string subject_;

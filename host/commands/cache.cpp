@@ -39,7 +39,7 @@ class CacheCommand final : public Command {
       : Command({.name = "cache",
                  .group = kSwitching,
                  .summary = "Switch the write cache of volumes, or of a physical disk's whole controller, on or off",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"Switch the write cache of a volume off", "dmu-host cache vmhba2:1:1:0 off"},
                               {"Switch that of a whole controller on, without a question",
                                "dmu-host cache serial:S7P3X0Q8 on --yes"},
@@ -61,14 +61,14 @@ class CacheCommand final : public Command {
     auto opened = devices_.open(session);
     warnOfControllers(session, controllersOfDisks(opened));
     if (dryRun_) session.commands().holdBackWrites();
-    for (OpenedDisk& disk : opened) {
+    switchEach(session, opened, [&](OpenedDisk& disk) {
       Cached cached;
       cached.switched = switchDisk(session, disk, "write cache", MustCount::no,
                                    [this](const DeviceHandle& handle) { return setCache(handle, devices_.isOn()); });
       cached.record = disk.record;
       outcome.text += lineOf(cached);
       outcome.json["devices"].push_back(toJson(cached));
-    }
+    });
     return outcome;
   }
 

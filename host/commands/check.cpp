@@ -4,7 +4,9 @@
 #include <algorithm>
 
 #include "host/commands/commands.h"
+#include "host/output/output.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 namespace {
@@ -28,17 +30,17 @@ std::string summaryOf(const std::vector<Result>& results) {
          " skipped";
 }
 
-std::string textOf(const std::vector<Result>& results) {
+/// @param width  of the column of names
+std::string lineOf(const Result& result, size_t width) {
+  const std::string name = result.rule.name;
+  const std::string what = result.verdict == Verdict::pass ? result.rule.promise : printable(result.text);
+  return std::string(wordOf(result.verdict)) + "  " + name + std::string(width - name.size() + 2, ' ') + what + "\n";
+}
+
+size_t widthOf(const std::vector<check::Rule>& rules) {
   size_t width = 0;
-  for (const Result& result : results) width = std::max(width, std::string(result.rule.name).size());
-  std::string text;
-  for (const Result& result : results) {
-    const std::string name = result.rule.name;
-    const std::string what = result.verdict == Verdict::pass ? result.rule.promise : printable(result.text);
-    text.append(wordOf(result.verdict)).append("  ").append(name).append(width - name.size() + 2, ' ').append(what);
-    text += '\n';
-  }
-  return text + summaryOf(results) + "\n";
+  for (const check::Rule& rule : rules) width = std::max(width, std::string(rule.name).size());
+  return width;
 }
 
 Json toJson(const std::vector<Result>& results) {
@@ -72,10 +74,10 @@ class CheckCommand final : public Command {
             {.name = "check",
              .group = kForPluginAuthors,
              .summary = "Check whether a plugin keeps the boundary's contract, rule by rule",
-             .onRealHost = "Works on a real host with --read-only and --inventory FILE.",
+             .onRealHost = "Works on a real host with --read-only.",
              .examples = {{"All rules", "dmu-host check"},
                           {"Some rules, of another plugin", "dmu-host check --plugin ./my-plugin.so lock led.seconds"},
-                          {"On a real host", "dmu-host check --read-only --inventory disks.json"}}}) {}
+                          {"On a real host", "dmu-host check --read-only"}}}) {}
 
   std::vector<Option> options() override {
     return {{"RULE", "", "Rules, or groups of rules by the word before the point (default: all)",
@@ -102,15 +104,23 @@ class CheckCommand final : public Command {
     setup.simulatedHost =
         readOnly_ ? session.simulatedHostIfAny() : &session.simulatedHost("check without --read-only");
     setup.disks = session.disks();
+    session.unloadPlugin();  // it may have been asked for the disks, and each rule loads it anew
     setup.readOnly = readOnly_;
 
     session.commands().stepAside();  // the rules watch for themselves, and one counts the memory that is kept
-    const std::vector<Result> results = check::run(setup, rules);
+    Activity activity(rules.size(), "rules");
+    const size_t width = widthOf(rules);
+    const std::vector<Result> results = check::run(setup, rules, [&](const Result& result) {
+      activity.advance();
+      if (session.writesDocument()) return;
+      print(lineOf(result, width));
+      flushOutput();
+    });
     if (count(results, Verdict::pass) != results.size()) {
       session.report().refused(
           Refusal("plugin " + setup.pluginFile + ": not every rule passes: " + summaryOf(results)));
     }
-    return {textOf(results), {{"readOnly", readOnly_}, {"rules", toJson(results)}}};
+    return {summaryOf(results) + "\n", {{"readOnly", readOnly_}, {"rules", toJson(results)}}};
   }
 
  private:

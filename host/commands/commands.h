@@ -15,6 +15,7 @@ namespace host {
 [[nodiscard]] std::unique_ptr<Command> makeLocateCommand();
 [[nodiscard]] std::unique_ptr<Command> makeCacheCommand();
 [[nodiscard]] std::unique_ptr<Command> makeDrivesCommand();
+[[nodiscard]] std::unique_ptr<Command> makeInventoryCommand();
 [[nodiscard]] std::unique_ptr<Command> makeRecordCommand();
 [[nodiscard]] std::unique_ptr<Command> makeMetricsCommand();
 [[nodiscard]] std::unique_ptr<Command> makeTraceCommand();

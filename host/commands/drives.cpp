@@ -8,6 +8,7 @@
 #include "host/output/grid.h"
 #include "host/output/text.h"
 #include "host/output/text_table.h"
+#include "host/waiting/watch.h"
 
 namespace host {
 namespace {
@@ -160,7 +161,8 @@ std::string textOf(const ControllerView& controller, const Terminal& terminal) {
   TextTable table({"VOLUME", "NUMBER", "LABEL", "CACHE"});
   for (const simulator::VolumeState& state : controller.volumes) {
     const char* cache = state.volume.external ? kUnknown : state.volume.cacheOn ? "on" : "off";
-    table.addRow({printable(state.volume.device), std::to_string(state.volume.number), printable(state.volume.label),
+    table.addRow({printable(state.volume.device), std::to_string(state.volume.number),
+                  state.volume.label.empty() ? kUnknown : printable(state.volume.label),
                   state.present ? cache : "gone"});
   }
   return text + table.text(terminal);
@@ -240,18 +242,20 @@ class DrivesCommand final : public Command {
       : Command({.name = "drives",
                  .group = kLooking,
                  .summary = "Show all drives box by box, those that belong to no disk too",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"The drives, their temperatures, what blinks", "dmu-host drives"},
                               {"After what earlier runs switched", "dmu-host drives --state state.json"},
                               {"The same for a program", "dmu-host drives --json"}}}) {}
 
-  std::vector<Option> options() override { return choice_.options(namesOf(driveColumns())); }
+  std::vector<Option> options() override { return both(choice_.options(namesOf(driveColumns())), {watch_.option()}); }
 
   [[nodiscard]] std::vector<std::pair<std::string, std::string>> columns() const override {
     return helpOf(driveColumns());
   }
 
   [[nodiscard]] Json emptyResult() const override { return {{"controllers", Json::array()}}; }
+
+  [[nodiscard]] int repeatsAfter() const override { return watch_.seconds; }
 
   Outcome run(Session& session) override {
     Outcome outcome{"", emptyResult()};
@@ -277,13 +281,13 @@ class DrivesCommand final : public Command {
       for (const simulator::ControllerState& state : simulated->state()) views.push_back(viewOf(state));
       return views;
     }
-    std::vector<DiskRecord> records;
-    for (const HostDisk& disk : session.disks()) records.push_back(openDisk(session, disk, Named::no).record);
+    const std::vector<DiskRecord> records = recordsOfAllDisks(session);
     for (const auto& [hba, controller] : session.controllers().all()) views.push_back(viewOf(controller, records));
     return views;
   }
 
   ColumnChoice choice_;
+  WatchChoice watch_;
 };
 
 }  // namespace

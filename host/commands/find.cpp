@@ -49,9 +49,7 @@ struct Wanted {
 
 class Search {
  public:
-  explicit Search(Session& session) : session_(session) {
-    for (const HostDisk& disk : session.disks()) records_.push_back(openDisk(session, disk, Named::no).record);
-  }
+  explicit Search(Session& session) : session_(session), records_(recordsOfAllDisks(session)) {}
 
   [[nodiscard]] std::vector<Found> find(const std::string& text) const {
     const Wanted wanted(text);
@@ -106,7 +104,7 @@ class Search {
   }
 
   Session& session_;
-  std::vector<DiskRecord> records_;
+  const std::vector<DiskRecord> records_;
 };
 
 Json toJson(const std::string& text, const Found& found) {
@@ -128,7 +126,7 @@ class FindCommand final : public Command {
       : Command({.name = "find",
                  .group = kLooking,
                  .summary = "Find the disk or drive that a serial number, name, bay or label is of",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"Whose serial number is that?", "dmu-host find S7P3X0Q8"},
                               {"What sits in a bay, and on a controller?", "dmu-host find 1I:1:3 vmhba3"},
                               {"What has that label? For a program", "dmu-host find data --json"}}}) {}

@@ -52,7 +52,7 @@ class InfoCommand final : public Command {
             {.name = "info",
              .group = kLooking,
              .summary = "Show all that is known of some disks and their drives",
-             .onRealHost = kNeedsInventory,
+             .onRealHost = kFindsDisks,
              .examples = {{"One disk, by its name", "dmu-host info naa.6a1b2c0000000201"},
                           {"Two disks, by address and by serial number", "dmu-host info vmhba2:1:1:0 serial:S7P3X0Q8"},
                           {"All disks, for a program", "dmu-host info --all --json"}}}) {}

@@ -3,6 +3,7 @@
 #include "host/disks/opened_disk.h"
 #include "host/output/columns.h"
 #include "host/output/text.h"
+#include "host/waiting/watch.h"
 
 namespace host {
 namespace {
@@ -34,29 +35,29 @@ class ListCommand final : public Command {
       : Command({.name = "list",
                  .group = kLooking,
                  .summary = "Show all disks of the host",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"All disks", "dmu-host list"},
                               {"Names and states alone, for a script", "dmu-host list -o device,state --no-legend"},
-                              {"On a real host", "dmu-host list --inventory disks.json"}}}) {}
+                              {"Of disks that were written down", "dmu-host list --inventory disks.json"}}}) {}
 
-  std::vector<Option> options() override { return choice_.options(namesOf(listColumns())); }
+  std::vector<Option> options() override { return both(choice_.options(namesOf(listColumns())), {watch_.option()}); }
 
   [[nodiscard]] std::vector<std::pair<std::string, std::string>> columns() const override {
     return helpOf(listColumns());
   }
 
+  [[nodiscard]] int repeatsAfter() const override { return watch_.seconds; }
+
   Outcome run(Session& session) override {
-    std::vector<DiskRecord> records;
+    const std::vector<DiskRecord> records = recordsOfAllDisks(session);
     Json devices = Json::array();
-    for (const HostDisk& disk : session.disks()) {
-      records.push_back(openDisk(session, disk, Named::no).record);
-      devices.push_back(toJson(records.back()));
-    }
+    for (const DiskRecord& record : records) devices.push_back(toJson(record));
     return {tableOf(records, listColumns(), choice_, session.terminal()), {{"devices", std::move(devices)}}};
   }
 
  private:
   ColumnChoice choice_;
+  WatchChoice watch_;
 };
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "host/disks/disk_drives.h"
 #include "host/output/local_time.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 namespace {
@@ -62,7 +63,7 @@ class LocateCommand final : public Command {
       : Command({.name = "locate",
                  .group = kSwitching,
                  .summary = "Switch the locator LED of disks, or of a volume's member drives, on or off",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"Let the drives of a volume blink for a minute", "dmu-host locate vmhba2:1:1:0 on"},
                               {"Let a disk blink for five minutes", "dmu-host locate bay:1I:1:8 on --seconds 300"},
                               {"Let all of them stop", "dmu-host locate --all off"},
@@ -94,7 +95,8 @@ class LocateCommand final : public Command {
     }
     std::vector<Located> all;
     std::map<std::string, ControllerBlink> controllers;
-    for (OpenedDisk& disk : opened) all.push_back(locate(session, disk, controllers[disk.record.disk.hba]));
+    switchEach(session, opened,
+               [&](OpenedDisk& disk) { all.push_back(locate(session, disk, controllers[disk.record.disk.hba])); });
     for (const Located& located : all) {
       const time_t until = controllers[located.record.disk.hba].until;
       outcome.text += lineOf(located, until);
@@ -115,6 +117,8 @@ class LocateCommand final : public Command {
   Located locate(Session& session, OpenedDisk& opened, ControllerBlink& controller) const {
     const size_t before = session.commands().size();
     Located located;
+    const Activity activity(missingMembers(session, opened.record.disk.hba), "missing members",
+                            Activity::Steps::askedDrives);
     located.switched = switchDisk(session, opened, "locator LED", MustCount::yes, [this](const DeviceHandle& handle) {
       return setLocatorLed(handle, devices_.isOn(), seconds());
     });
@@ -123,12 +127,45 @@ class LocateCommand final : public Command {
     if (located.switched.done || located.switched.heldBack) located.places = askPlaces(session, opened);
     located.drives = drivesOf(session, opened.record);
     if (located.switched.done && blinking) {
+      compareWithController(session, opened, located, *blinking);
       add(located, controller);
       controller.blinking = *blinking;
       controller.until = until;
     }
     located.record = opened.record;
     return located;
+  }
+
+  /// Of all volumes of a controller: the plugin looks for each of them whenever it switches an LED.
+  static size_t missingMembers(Session& session, const std::string& hba) {
+    const model::Controller* controller = session.controllers().find(hba);
+    size_t missing = 0;
+    if (controller == nullptr) return 0;
+    for (const model::Volume& volume : controller->volumes)
+      missing += model::missingMembers(*controller, volume).size();
+    return missing;
+  }
+
+  /// What the plugin counts, members that are missing too, and the drives that it marked, against the controller's
+  /// account of the disk.
+  void compareWithController(Session& session, OpenedDisk& opened, const Located& located,
+                             const std::set<uint32_t>& blinking) const {
+    if (!located.drives) return;
+    const model::Volume* volume = session.controllers().volumeOf(opened.record.disk);
+    const size_t expected = volume == nullptr ? 1 : volume->memberCount.value_or(0) & 0xFFu;  // as the plugin keeps it
+    const auto counts = static_cast<size_t>(located.switched.result);
+    if (counts != expected) {
+      session.report().failed(opened.record, "locator LED",
+                              "the plugin answers with " + counted(counts, "drive") + ", the controller reported " +
+                                  std::to_string(expected));
+    }
+    std::vector<std::string> wrong;
+    for (const DiskDrive& drive : *located.drives) {
+      if (blinking.contains(drive.index.value_or(0)) != devices_.isOn()) wrong.push_back(placeText(drive));
+    }
+    if (!wrong.empty()) {
+      session.report().failed(opened.record, "locator LED", "the plugin left out " + joined(wrong));
+    }
   }
 
   static void add(const Located& located, ControllerBlink& controller) {

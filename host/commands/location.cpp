@@ -3,6 +3,7 @@
 #include "host/disks/device_arguments.h"
 #include "host/output/columns.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 namespace {
@@ -35,7 +36,7 @@ class LocationCommand final : public Command {
       : Command({.name = "location",
                  .group = kLooking,
                  .summary = "Show where the drives of some disks sit",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"Where the drives of a volume sit", "dmu-host location vmhba2:1:1:0"},
                               {"All drives, for a program", "dmu-host location --all --json"}}}) {}
 
@@ -50,7 +51,9 @@ class LocationCommand final : public Command {
   Outcome run(Session& session) override {
     std::vector<LocationRow> rows;
     Json devices = Json::array();
-    for (OpenedDisk& opened : devices_.open(session)) {
+    std::vector<OpenedDisk> all = devices_.open(session);
+    Activity activity(all.size(), "locations");
+    for (OpenedDisk& opened : all) {
       const auto found = askPlaces(session, opened);
       for (const Place& place : found.value_or(std::vector<Place>{})) {
         rows.push_back({opened.record, place});
@@ -59,6 +62,7 @@ class LocationCommand final : public Command {
       Json device = toJson(opened.record);
       device["locations"] = found ? toJson(*found) : Json(nullptr);
       devices.push_back(std::move(device));
+      activity.advance();
     }
     return {tableOf(rows, locationColumns(), choice_, session.terminal()), {{"devices", std::move(devices)}}};
   }

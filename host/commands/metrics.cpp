@@ -30,7 +30,7 @@ class MetricsCommand final : public Command {
       : Command({.name = "metrics",
                  .group = kLooking,
                  .summary = "Write what a monitoring system watches, in the Prometheus text format",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"How warm, what is missing, who does not answer", "dmu-host metrics"},
                               {"Into a file that a node exporter serves", "dmu-host metrics --output dmu.prom"}}}) {}
 

@@ -74,7 +74,7 @@ class RecordCommand final : public Command {
       : Command({.name = "record",
                  .group = kForSupport,
                  .summary = "Record all that can be read of the host, to be replayed anywhere",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"The whole host", "dmu-host record host.jsonl"},
                               {"One controller, and one disk", "dmu-host record part.jsonl vmhba3 serial:S7P3X0Q8"},
                               {"On a real host", "dmu-host record host.jsonl --inventory disks.json"}}}) {}

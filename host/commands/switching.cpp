@@ -2,6 +2,8 @@
 #include "host/commands/switching.h"
 
 #include "host/output/text.h"
+#include "host/waiting/interruption.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 
@@ -20,6 +22,23 @@ static std::string whyItFailed(const CallResult& action, MustCount mustCount,
   if (const std::string reason = whyNothingChanged(sent); !reason.empty()) return reason + result;
   if (mustCount == MustCount::yes && action.result <= 0) return "the plugin switched nothing" + result;
   return "";
+}
+
+void switchEach(Session& session, std::vector<OpenedDisk>& disks, const std::function<void(OpenedDisk&)>& doSwitch) {
+  const Interruption interruption;
+  Activity activity(disks.size(), "disks");
+  std::vector<Candidate> left;
+  for (OpenedDisk& disk : disks) {
+    if (interruption.isWanted()) {
+      left.push_back({disk.record.disk.device});
+    } else {
+      doSwitch(disk);
+      activity.advance();
+    }
+  }
+  if (left.empty()) return;
+  session.report().refused(Refusal(
+      "interrupted; not switched: " + grouped(left.size()) + " of " + counted(disks.size(), "disk"), std::move(left)));
 }
 
 Switched switchDisk(Session& session, OpenedDisk& opened, const std::string& operation, MustCount mustCount,

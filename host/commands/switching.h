@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "host/commands/settings_change.h"
 #include "host/disks/opened_disk.h"
@@ -23,6 +24,10 @@ struct Switched {
   int32_t result = 0;                      ///< the plugin's
   std::optional<SettingsChange> heldBack;  ///< what a dry run did not send
 };
+
+/// Switches disks one after the other. When the user interrupts that, the one that was begun is finished, and those
+/// that are left are reported.
+void switchEach(Session& session, std::vector<OpenedDisk>& disks, const std::function<void(OpenedDisk&)>& doSwitch);
 
 /// Calls an operation of the plugin and judges it by what the command that writes the settings came back with.
 ///

@@ -7,6 +7,8 @@
 #include "host/disks/warm_drives.h"
 #include "host/output/columns.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
+#include "host/waiting/watch.h"
 
 namespace host {
 namespace {
@@ -49,24 +51,28 @@ class TemperatureCommand final : public Command {
       : Command({.name = "temperature",
                  .group = kLooking,
                  .summary = "Show how warm the drives of some disks are, in degrees Celsius",
-                 .onRealHost = kNeedsInventory,
+                 .onRealHost = kFindsDisks,
                  .examples = {{"How warm the drives of a volume are", "dmu-host temperature vmhba2:1:1:0"},
                               {"Those closest to their maximum", "dmu-host temperature --all --sort margin"}}}) {}
 
   std::vector<Option> options() override {
     const Option sort{"--sort", "ORDER", "Sort the drives by place, or by margin: those closest to their maximum first",
                       Word{&order_, {"place", "margin"}}};
-    return both(both(devices_.options(), {sort}), choice_.options(namesOf(temperatureColumns())));
+    return both(both(devices_.options(), {sort, watch_.option()}), choice_.options(namesOf(temperatureColumns())));
   }
 
   [[nodiscard]] std::vector<std::pair<std::string, std::string>> columns() const override {
     return helpOf(temperatureColumns());
   }
 
+  [[nodiscard]] int repeatsAfter() const override { return watch_.seconds; }
+
   Outcome run(Session& session) override {
     std::vector<Row> rows;
     Json devices = Json::array();
-    for (OpenedDisk& opened : devices_.open(session)) {
+    std::vector<OpenedDisk> all = devices_.open(session);
+    Activity activity(all.size(), "temperatures");
+    for (OpenedDisk& opened : all) {
       const auto drives = warmDrives(session, opened);
       for (const DiskDrive& drive : drives.value_or(std::vector<DiskDrive>{}))
         rows.push_back({opened.record.disk, drive});
@@ -74,6 +80,7 @@ class TemperatureCommand final : public Command {
       Json device = toJson(opened.record);
       device["temperatures"] = drives ? toJson(*drives) : Json(nullptr);
       devices.push_back(std::move(device));
+      activity.advance();
     }
     if (order_ == "margin") std::stable_sort(rows.begin(), rows.end(), isCloser);
     return {tableOf(rows, temperatureColumns(), choice_, session.terminal()), {{"devices", std::move(devices)}}};
@@ -83,6 +90,7 @@ class TemperatureCommand final : public Command {
   DeviceArguments devices_;
   std::string order_ = "place";
   ColumnChoice choice_;
+  WatchChoice watch_;
 };
 
 }  // namespace

@@ -3,6 +3,7 @@
 
 #include "host/disks/device_names.h"
 #include "host/disks/known_names.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 
@@ -26,7 +27,10 @@ std::vector<Option> DeviceArguments::optionsWithSwitch() {
 
 std::vector<OpenedDisk> DeviceArguments::open(Session& session) const {
   std::vector<OpenedDisk> opened;
-  for (const HostDisk& disk : all_ ? session.disks() : disksNamed(session, names_)) {
+  const std::vector<HostDisk> disks = all_ ? session.disks() : disksNamed(session, names_);
+  Activity activity(disks.size(), "disks");
+  for (const HostDisk& disk : disks) {
+    activity.advance();
     OpenedDisk one = openDisk(session, disk, all_ ? Named::no : Named::yes);
     const bool isNamedOrServed = !all_ || one.handle.get() != nullptr || !one.record.errors.empty();
     if (isNamedOrServed) opened.push_back(std::move(one));

@@ -18,7 +18,13 @@ DeviceHandle::~DeviceHandle() {
 DeviceHandle openHandle(const DmuPluginDescriptor& plugin, const HostDisk& disk) {
   const DmuDeviceOpenInfo info = openRecordOf(disk);
   CtrlDevInfo* handle = nullptr;
-  const int32_t result = plugin.openDeviceV2(&info, &handle);
+  // The older way to open a handle asks no node.
+  const int32_t result =
+      hasNode(disk)
+          ? plugin.openDeviceV2(&info, &handle)
+          : plugin.openDevice(info.hba, info.channel, info.target, info.lun, info.driver, info.isPciDevice,
+                              info.segment, info.busId, info.slotId, info.functionId, info.vendorId, info.subVendorId,
+                              info.deviceId, info.subDeviceId, info.reserved, info.physicalSlot, &handle);
   return {plugin, result == 0 ? handle : nullptr};
 }
 

@@ -9,6 +9,7 @@
 #include "host/disks/serial_number.h"
 #include "host/interception/host_calls.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 namespace {
@@ -21,7 +22,9 @@ std::vector<HostDisk> namedSo(const std::vector<HostDisk>& disks, const std::str
                               const std::function<std::string(const HostDisk&)>& nameOf) {
   std::vector<HostDisk> exact;
   std::vector<HostDisk> inAnyCase;
+  Activity activity(disks.size(), "disks");
   for (const HostDisk& disk : disks) {
+    activity.advance();
     const std::string own = nameOf(disk);
     if (own == name) exact.push_back(disk);
     if (lowerCase(own) == lowerCase(name)) inAnyCase.push_back(disk);
@@ -33,7 +36,7 @@ std::vector<Candidate> candidates(const std::vector<HostDisk>& disks) {
   std::vector<Candidate> all;
   for (const HostDisk& disk : disks) {
     Candidate candidate{disk.device, disk.hba + ":" + addressOf(disk)};
-    const auto serial = all.size() < kMostDetails ? readSerialNumber(disk.device).serial : std::nullopt;
+    const auto serial = all.size() < kMostDetails ? serialNumberOf(disk).serial : std::nullopt;
     if (serial) candidate.details += "  serial:" + *serial;
     all.push_back(std::move(candidate));
   }
@@ -73,7 +76,9 @@ struct PlacedDisks {
 
 PlacedDisks askAllPlaces(Session& session) {
   PlacedDisks placed;
+  Activity activity(session.disks().size(), "disks");
   for (const HostDisk& disk : session.disks()) {
+    activity.advance();
     const DeviceHandle handle = openHandle(session.plugin(), disk);
     if (handle.get() == nullptr) continue;
     const auto information = deviceInformation(handle);
@@ -138,7 +143,7 @@ std::string withoutPath(const std::string& name) {
 }
 
 std::string serialOf(const HostDisk& disk) {
-  return readSerialNumber(disk.device).serial.value_or("");
+  return serialNumberOf(disk).serial.value_or("");
 }
 
 std::vector<HostDisk> findByName(Session& session, const std::string& name) {

@@ -62,7 +62,6 @@ DiskDrive describeDrive(uint32_t index, const model::Drive* drive) {
   const model::DriveIdentity& identity = *drive->identity;
   if (!identity.serial.empty()) described.serial = identity.serial;
   described.place = placeOf(identity);
-  described.place->text = locationText(identity);
   described.place->failed = described.isMissing;
   described.current = degrees(identity.currentTemperature);
   described.maximum = degrees(identity.maximumTemperature);
@@ -119,7 +118,7 @@ std::optional<std::vector<std::string>> expectedLocations(Session& session, cons
 }
 
 Place placeOf(const model::DriveIdentity& identity) {
-  return {"", identity.bay.port, identity.bay.box, identity.bay.bay, false};
+  return {locationText(identity), identity.bay.port, identity.bay.box, identity.bay.bay, false};
 }
 
 std::optional<int> marginOf(const DiskDrive& drive) {

@@ -42,7 +42,7 @@ struct DiskDrive {
 /// @return nothing as above
 [[nodiscard]] std::optional<std::vector<std::string>> expectedLocations(Session& session, const DiskRecord& record);
 
-/// Where a drive said that it sits, without a text of the plugin's.
+/// Where a drive said that it sits, with the text that the plugin makes of it.
 [[nodiscard]] Place placeOf(const model::DriveIdentity& identity);
 
 /// Degrees that a drive may still warm up to its maximum; nothing when one of the two is not known.

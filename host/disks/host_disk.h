@@ -15,4 +15,9 @@ using HostDisk = simulator::HostDisk;
   return std::to_string(disk.channel) + ":" + std::to_string(disk.target) + ":" + std::to_string(disk.lun);
 }
 
+/// Whether the disk has a node. A volume needs none: it goes by its address then, "HBA:CHANNEL:TARGET:LUN".
+[[nodiscard]] inline bool hasNode(const HostDisk& disk) {
+  return disk.device != disk.hba + ":" + addressOf(disk);
+}
+
 }  // namespace host

@@ -10,6 +10,8 @@
 namespace host {
 namespace {
 
+constexpr uint32_t kDiskChannel = 0;
+
 using input::JsonObject;
 using input::Need;
 
@@ -31,7 +33,8 @@ std::vector<HostDisk> readDisks(const nlohmann::json& document, input::Mistakes&
     const HostDisk disk = diskOf(element, mistakes, others);
     const bool isWhole = mistakes.count() == before;
     if (!disk.device.empty()) devices.claim(disk.device, element.path + "/device");
-    if (isWhole) addresses.claim(disk.hba + ":" + addressOf(disk), element.path);
+    const bool mayShareAddress = disk.channel == kDiskChannel;  // drives of two buses, told apart by serial number
+    if (isWhole && !mayShareAddress) addresses.claim(disk.hba + ":" + addressOf(disk), element.path);
     disks.push_back(disk);
   }
   if (others == OtherKeys::refused) object.refuseUnknownKeys();

@@ -4,6 +4,7 @@
 #include "host/disks/disk_drives.h"
 #include "host/disks/serial_number.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 namespace {
@@ -22,7 +23,7 @@ void reportNotOpened(Report& report, DiskRecord& record, Named named) {
 }
 
 void readSerial(Report& report, OpenedDisk& opened) {
-  SerialAnswer answer = readSerialNumber(opened.record.disk.device);
+  SerialAnswer answer = serialNumberOf(opened.record.disk);
   opened.record.serial = std::move(answer.serial);
   const bool isServed = opened.handle.get() != nullptr;
   if (isServed && !answer.error.empty()) report.failed(opened.record, "serial number", answer.error);
@@ -78,8 +79,20 @@ OpenedDisk openDisk(Session& session, const HostDisk& disk, Named named) {
   return opened;
 }
 
+std::vector<DiskRecord> recordsOfAllDisks(Session& session) {
+  const std::vector<HostDisk>& disks = session.disks();
+  Activity activity(disks.size(), "disks");
+  std::vector<DiskRecord> records;
+  for (const HostDisk& disk : disks) {
+    records.push_back(openDisk(session, disk, Named::no).record);
+    activity.advance();
+  }
+  return records;
+}
+
 std::optional<std::vector<Place>> askPlaces(Session& session, OpenedDisk& opened) {
   if (!opened.isKnown()) return std::nullopt;
+  const Activity activity(opened.record.missing.value_or(0), "missing members", Activity::Steps::askedDrives);
   auto answer = places(opened.handle);
   if (!answer.value) {
     session.report().failed(opened.record, "location", answer.error);

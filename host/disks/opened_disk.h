@@ -22,6 +22,9 @@ struct OpenedDisk {
 /// reported and stands in the record.
 [[nodiscard]] OpenedDisk openDisk(Session& session, const HostDisk& disk, Named named);
 
+/// The records of all disks of the host, each opened as if nobody had named it.
+[[nodiscard]] std::vector<DiskRecord> recordsOfAllDisks(Session& session);
+
 /// Where the disk's drives sit.
 /// @return nothing for a disk that is not known, or when the operation failed, which is reported
 [[nodiscard]] std::optional<std::vector<Place>> askPlaces(Session& session, OpenedDisk& opened);

@@ -106,4 +106,8 @@ SerialAnswer readSerialNumber(const std::string& device) {
   return answer;
 }
 
+SerialAnswer serialNumberOf(const HostDisk& disk) {
+  return hasNode(disk) ? readSerialNumber(disk.device) : SerialAnswer{};
+}
+
 }  // namespace host

@@ -5,6 +5,8 @@
 #include <optional>
 #include <string>
 
+#include "host/disks/host_disk.h"
+
 namespace host {
 
 struct SerialAnswer {
@@ -14,5 +16,8 @@ struct SerialAnswer {
 
 /// Sends an INQUIRY for the Unit Serial Number page to "/dev/disks/" and the device's name.
 [[nodiscard]] SerialAnswer readSerialNumber(const std::string& device);
+
+/// The same for a disk; one without a node has none.
+[[nodiscard]] SerialAnswer serialNumberOf(const HostDisk& disk);
 
 }  // namespace host

@@ -6,6 +6,7 @@
 
 #include "host/output/output.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
 
 namespace host {
 namespace {
@@ -124,6 +125,7 @@ bool CommandLog::holdsBack(const InterceptedCommand& command) {
 }
 
 void CommandLog::passed(InterceptedCommand command) {
+  Progress::commandPassed(command);
   showCall(command);
   commands_.push_back(std::move(command));
 }

@@ -146,6 +146,11 @@ void readDrive(Reply reply, uint32_t argument, Controller& controller) {
 
 }  // namespace
 
+size_t listedDevices(const InterceptedCommand& command) {
+  const bool areVolumes = command.command && command.command->layout->opcode == Opcode::reportLogicalLuns;
+  return entriesIn(command.data, areVolumes ? sizeof(wire::LunAddress) : sizeof(wire::ExtendedReportEntry));
+}
+
 void Controllers::see(const InterceptedCommand& command) {
   if (!command.command || command.command->layout->toController) return;
   const Opcode opcode = command.command->layout->opcode;

@@ -9,6 +9,10 @@
 
 namespace host::model {
 
+/// How many devices a report lists, as far as it arrived.
+/// @param command  report logical or physical LUNs
+[[nodiscard]] size_t listedDevices(const InterceptedCommand& command);
+
 class Controllers {
  public:
   /// Takes what a command shows of its controller. A snapshot begins with identify controller, which forgets what was

@@ -3,6 +3,8 @@
 
 #include <algorithm>
 
+#include "host/output/text.h"
+
 namespace host {
 namespace {
 
@@ -29,7 +31,7 @@ std::string rule(const Strokes& strokes, const char* const (&corners)[3], size_t
 
 std::string padded(const GridCell* cell, size_t line, size_t width, const Terminal& terminal) {
   std::string text = cell != nullptr && line < cell->lines.size() ? cell->lines[line] : "";
-  text += std::string(width - text.size(), ' ');
+  text += std::string(width - textWidth(text), ' ');
   return cell != nullptr && cell->isHighlighted ? terminal.highlighted(text) : text;
 }
 
@@ -42,7 +44,7 @@ std::string drawGrid(const std::vector<GridCell>& cells, const Terminal& termina
   size_t height = 0;
   for (const GridCell& cell : cells) {
     height = std::max(height, cell.lines.size());
-    for (const std::string& line : cell.lines) width = std::max(width, line.size());
+    for (const std::string& line : cell.lines) width = std::max(width, textWidth(line));
   }
   const size_t fitting = terminal.columns > 1 ? (terminal.columns - 1) / (width + 3) : 1;
   const size_t columns = std::clamp<size_t>(fitting, 1, cells.size());

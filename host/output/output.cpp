@@ -8,6 +8,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "host/waiting/progress.h"
+
 namespace host {
 namespace {
 
@@ -33,11 +35,17 @@ void prepareStandardStreams() {
 }
 
 void print(const std::string& text) {
+  Progress::clear();
   remember(std::fwrite(text.data(), 1, text.size(), stdout) == text.size());
 }
 
 void flushOutput() {
   remember(std::fflush(stdout) == 0);
+}
+
+bool outputArrives() {
+  flushOutput();
+  return firstError == 0;
 }
 
 std::string whyOutputIsMissing() {

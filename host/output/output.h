@@ -15,6 +15,10 @@ void print(const std::string& text);
 /// Passes on what was written. A failure is remembered.
 void flushOutput();
 
+/// Passes on what was written.
+/// @return whether all of it arrived so far
+[[nodiscard]] bool outputArrives();
+
 /// @return nothing when all that was written arrived, or its reader has closed the pipe on purpose; else why not
 [[nodiscard]] std::string whyOutputIsMissing();
 

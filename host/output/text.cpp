@@ -1,24 +1,69 @@
 // Small pieces of text for people.
 #include "host/output/text.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <cwchar>
+#include <cwctype>
 #include <sstream>
 
 namespace host {
 
+/// The first character of a text that is not empty, in the process's locale.
+struct Character {
+  wchar_t code = 0;
+  size_t bytes = 1;
+  bool isValid = false;
+};
+
+static Character firstOf(std::string_view text) {
+  Character character;
+  std::mbstate_t state{};
+  const size_t bytes = std::mbrtowc(&character.code, text.data(), text.size(), &state);
+  character.isValid = bytes != 0 && bytes <= text.size();
+  if (character.isValid) character.bytes = bytes;
+  return character;
+}
+
+/// Marks, embeddings and isolates of the other direction, and what is not seen at all.
+static bool steersText(wchar_t code) {
+  return (code >= 0x200B && code <= 0x200F) || (code >= 0x2028 && code <= 0x202E) ||
+         (code >= 0x2060 && code <= 0x206F) || code == 0x061C || code == 0xFEFF;
+}
+
 std::string printable(std::string_view text) {
   std::string safe;
-  for (const char character : text) {
-    const auto byte = static_cast<unsigned char>(character);
-    if (byte >= 0x20 && byte < 0x7F) {
-      safe += character;
+  while (!text.empty()) {
+    const Character character = firstOf(text);
+    const auto code = static_cast<wint_t>(character.code);
+    if (character.isValid && std::iswprint(code) != 0 && !steersText(character.code)) {
+      safe += text.substr(0, character.bytes);
     } else {
-      char escaped[5];
-      std::snprintf(escaped, sizeof(escaped), "\\x%02x", unsigned{byte});
-      safe += escaped;
+      for (const char byte : text.substr(0, character.bytes)) {
+        char escaped[5];
+        std::snprintf(escaped, sizeof(escaped), "\\x%02x", unsigned{static_cast<unsigned char>(byte)});
+        safe += escaped;
+      }
     }
+    text.remove_prefix(character.bytes);
   }
   return safe;
+}
+
+size_t textWidth(const std::string& text) {
+  size_t width = 0;
+  for (std::string_view rest = text; !rest.empty();) {
+    const Character character = firstOf(rest);
+    width += static_cast<size_t>(std::max(wcwidth(character.code), 0));
+    rest.remove_prefix(character.bytes);
+  }
+  return width;
+}
+
+std::string grouped(size_t number) {
+  std::string text = std::to_string(number);
+  for (size_t place = text.size(); place > 3;) text.insert(place -= 3, ",");
+  return text;
 }
 
 std::string lowerCase(std::string text) {

@@ -11,8 +11,8 @@ namespace {
 constexpr size_t kGap = 2;  // blanks between columns
 
 size_t widthOf(const ShownColumn& column, bool hidesLegend) {
-  size_t width = hidesLegend ? 0 : column.name.size();
-  for (const std::string& cell : column.cells) width = std::max(width, cell.size());
+  size_t width = hidesLegend ? 0 : textWidth(column.name);
+  for (const std::string& cell : column.cells) width = std::max(width, textWidth(cell));
   return width;
 }
 
@@ -40,7 +40,7 @@ std::string line(const std::vector<std::string>& cells, const std::vector<size_t
   std::string text;
   for (size_t column = 0; column < cells.size(); ++column) {
     text += cells[column];
-    if (column + 1 < cells.size()) text += std::string(widths[column] - cells[column].size() + kGap, ' ');
+    if (column + 1 < cells.size()) text += std::string(widths[column] - textWidth(cells[column]) + kGap, ' ');
   }
   return text.substr(0, text.find_last_not_of(' ') + 1);
 }
