@@ -127,8 +127,8 @@ class LocateCommand final : public Command {
     if (located.switched.done || located.switched.heldBack) located.places = askPlaces(session, opened);
     located.drives = drivesOf(session, opened.record);
     if (located.switched.done && blinking) {
-      compareWithController(session, opened, located, *blinking);
       add(located, controller);
+      located.switched.done = areTheDisks(session, opened, located, *blinking);
       controller.blinking = *blinking;
       controller.until = until;
     }
@@ -146,11 +146,12 @@ class LocateCommand final : public Command {
     return missing;
   }
 
-  /// What the plugin counts, members that are missing too, and the drives that it marked, against the controller's
+  /// Compares what the plugin counts, members that are missing too, and the drives that it marked with the controller's
   /// account of the disk.
-  void compareWithController(Session& session, OpenedDisk& opened, const Located& located,
-                             const std::set<uint32_t>& blinking) const {
-    if (!located.drives) return;
+  /// @return whether all drives of the disk were marked, as far as the controller tells
+  bool areTheDisks(Session& session, OpenedDisk& opened, const Located& located,
+                   const std::set<uint32_t>& blinking) const {
+    if (!located.drives) return true;
     const model::Volume* volume = session.controllers().volumeOf(opened.record.disk);
     const size_t expected = volume == nullptr ? 1 : volume->memberCount.value_or(0) & 0xFFu;  // as the plugin keeps it
     const auto counts = static_cast<size_t>(located.switched.result);
@@ -163,9 +164,9 @@ class LocateCommand final : public Command {
     for (const DiskDrive& drive : *located.drives) {
       if (blinking.contains(drive.index.value_or(0)) != devices_.isOn()) wrong.push_back(placeText(drive));
     }
-    if (!wrong.empty()) {
-      session.report().failed(opened.record, "locator LED", "the plugin left out " + joined(wrong));
-    }
+    if (wrong.empty()) return true;
+    session.report().failed(opened.record, "locator LED", "the plugin left out " + joined(wrong));
+    return false;
   }
 
   static void add(const Located& located, ControllerBlink& controller) {

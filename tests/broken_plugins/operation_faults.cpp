@@ -181,6 +181,9 @@ FAULT(switchesNothing, "led.switches-the-right-drives", "drives that blink: expe
     return isDisk(handle) ? 1 : informationOf(handle).physicalDisks;
   };
 }
+FAULT(countsADriveMore, "led.switches-the-right-drives", "expected result 2, got 3") {
+  afterwards<&Plugin::setDriveLEDState>([](int32_t& result, auto...) { result += result > 0 ? 1 : 0; });
+}
 FAULT(switchesAnotherOff, "led.leaves-others", "all locator LEDs on: drives that blink: expected") {
   broken.setDriveLEDState = [](auto* handle, auto state, auto seconds, auto& error) {
     CtrlDevInfo* other = nullptr;
