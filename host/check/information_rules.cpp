@@ -26,9 +26,16 @@ std::vector<HostDisk> disksToAnswerFor(Trial& trial) {
 }
 
 void answers(Trial& trial) {
+  std::string unreachable;
   for (const HostDisk& disk : disksToAnswerFor(trial)) {
+    const uint32_t before = trial.commands().unreached;
     const InformationCall call(trial.open(disk));
     const std::string what = "device information of " + disk.device;
+    const CommandCounts commands = trial.commands();
+    if (call.result != 0 && commands.unreached > before) {
+      unreachable = what + ": the controller cannot be reached: " + commands.lastUnreached;
+      continue;
+    }
     expectResult(what, 0, call.result);
     const uint32_t type = call.information().deviceType;
     expect(type == kDmuLogicalVolume || type == kDmuPhysicalDisk,
@@ -39,6 +46,7 @@ void answers(Trial& trial) {
     expect(std::find(std::begin(kRaidLevels), std::end(kRaidLevels), level) != std::end(kRaidLevels),
            what + ": expected RAID level 0, 1, 4, 5, 6, 64 or 255, got " + std::to_string(level));
   }
+  if (!unreachable.empty()) throw Skipped{unreachable};
 }
 
 void expectVolume(const OpenSubject& subject, uint32_t members, uint32_t raidLevel) {

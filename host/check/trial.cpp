@@ -5,6 +5,7 @@
 #include <map>
 
 #include "host/disks/open_record.h"
+#include "host/interception/command_log.h"
 #include "host/loading/isolated_call.h"
 #include "host/refusal.h"
 
@@ -36,10 +37,23 @@ bool CommandCounter::holdsBack(const InterceptedCommand& command) {
   return command.writes() && holdsBackWrites_;
 }
 
-void CommandCounter::passed(InterceptedCommand /*command*/) {
+void CommandCounter::passed(InterceptedCommand command) {
   const std::lock_guard lock(mutex_);
   --counts_.onTheirWay;
+  const bool comesFirst = command.command && command.command->layout->opcode == simulator::Opcode::identifyController;
+  if (comesFirst && !command.succeeded()) noteUnreached(host::nameOf(command), resultText(command));
   if (std::this_thread::get_id() == firstCaller_) counts_.firstIsBack = true;
+}
+
+void CommandCounter::channelCalled(const ChannelCall& call) {
+  const std::lock_guard lock(mutex_);
+  const bool failed = call.result != 0 || call.driverStatus != 0;
+  if (failed && std::string(call.name) != "destroy") noteUnreached(call.name, resultText(call));
+}
+
+void CommandCounter::noteUnreached(const std::string& call, const std::string& result) {
+  ++counts_.unreached;
+  counts_.lastUnreached = call + ": " + result;
 }
 
 CommandCounts CommandCounter::counts() const {
@@ -137,8 +151,10 @@ void Trial::findSubjects() {
 
 std::vector<Subject> Trial::subjects() {
   if (!subjects_) findSubjects();
-  if (subjects_->empty()) throw Skipped{"the plugin answers for none of the host's disks"};
-  return *subjects_;
+  if (!subjects_->empty()) return *subjects_;
+  const std::string why = commands().lastUnreached;
+  throw Skipped{why.empty() ? "the plugin answers for none of the host's disks"
+                            : "no controller can be reached: " + why};
 }
 
 std::vector<Subject> Trial::subjects(Kind kind) {

@@ -30,8 +30,10 @@ struct CommandCounts {
   uint32_t begun = 0;
   uint32_t writes = 0;  ///< that send data to the controller, held back or not
   uint32_t onTheirWay = 0;
-  uint32_t mostAtOnce = 0;   ///< on their way at the same time
-  bool firstIsBack = false;  ///< the very first command has returned
+  uint32_t mostAtOnce = 0;    ///< on their way at the same time
+  bool firstIsBack = false;   ///< the very first command has returned
+  uint32_t unreached = 0;     ///< calls that failed and without which no controller can be asked
+  std::string lastUnreached;  ///< the last of these, and what came back
 };
 
 /// Counts commands on their way. Keeps those that write from the driver where nothing may be switched, whatever the
@@ -45,6 +47,8 @@ class CommandCounter final : public CommandWatcher {
  private:
   [[nodiscard]] bool holdsBack(const InterceptedCommand& command) override;
   void passed(InterceptedCommand command) override;
+  void channelCalled(const ChannelCall& call) override;
+  void noteUnreached(const std::string& call, const std::string& result);
 
   const bool holdsBackWrites_;
   mutable std::mutex mutex_;

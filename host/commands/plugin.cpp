@@ -3,6 +3,7 @@
 #include "host/commands/commands.h"
 #include "host/loading/elf_file.h"
 #include "host/loading/isolated_call.h"
+#include "host/loading/library_versions.h"
 #include "host/loading/string_layout.h"
 #include "host/output/text.h"
 #include "json/input.h"
@@ -17,6 +18,7 @@ struct FileFacts {
   std::optional<ElfIdentity> identity;  ///< nothing: no ELF file
   std::vector<std::string> needed;
   std::optional<StringLayout> layout;
+  std::vector<NewestVersion> versions;
 };
 
 /// What the loaded plugin tells.
@@ -31,7 +33,8 @@ FileFacts factsOf(const std::string& file) {
   std::string error;
   const auto content = input::readFile(file, error);
   if (!content) throw Refusal("plugin " + file + ": " + error);
-  return {identifyElf(*content), neededLibraries(*content), stringLayoutOf(undefinedSymbols(*content))};
+  return {identifyElf(*content), neededLibraries(*content), stringLayoutOf(undefinedSymbols(*content)),
+          newestVersions(*content)};
 }
 
 Json textOrNull(const char* text) {
@@ -104,6 +107,14 @@ std::string layoutText(const std::optional<StringLayout>& layout) {
   return std::string(layout ? nameOf(*layout) : "not known") + " (this host: " + nameOf(ownStringLayout()) + ")";
 }
 
+std::string versionsText(const std::vector<NewestVersion>& versions) {
+  std::vector<std::string> texts;
+  for (const NewestVersion& version : versions) {
+    texts.push_back(printable(version.name) + (version.isHere.value_or(true) ? "" : " (not on this host)"));
+  }
+  return texts.empty() ? kUnknown : joined(texts);
+}
+
 std::string paragraphOf(const std::string& file, const FileFacts& facts, const LoadedFacts& loaded, Session& session) {
   std::string text = session.terminal().bold(printable(file)) + "\n";
   const auto add = [&](const std::string& name, const std::string& value) {
@@ -115,9 +126,18 @@ std::string paragraphOf(const std::string& file, const FileFacts& facts, const L
   add("format", formatText(facts.identity));
   add("string layout", layoutText(facts.layout));
   add("needs", listOrUnknown(facts.needed));
+  add("needs at least", versionsText(facts.versions));
   add("library", printable(session.libraryText().value_or(kUnknown)));
   add("loads here", loaded.refusal.empty() ? "yes" : "no");
   return text;
+}
+
+Json toJson(const std::vector<NewestVersion>& versions) {
+  Json list = Json::array();
+  for (const NewestVersion& version : versions) {
+    list.push_back({{"name", version.name}, {"library", version.library}, {"here", orNull(version.isHere)}});
+  }
+  return list;
 }
 
 Json toJson(const std::string& file, const FileFacts& facts, const LoadedFacts& loaded) {
@@ -132,6 +152,7 @@ Json toJson(const std::string& file, const FileFacts& facts, const LoadedFacts& 
           {"stringLayout", facts.layout ? Json(nameOf(*facts.layout)) : Json(nullptr)},
           {"hostStringLayout", nameOf(ownStringLayout())},
           {"needed", facts.needed},
+          {"newestVersions", toJson(facts.versions)},
           {"loads", loads},
           {"reason", loads ? Json(nullptr) : Json(loaded.refusal)}};
 }

@@ -121,7 +121,7 @@ class Search {
   void readListed(const std::string& hba) {
     std::string why;
     const model::Controller* const controller = readController(session_, hba, why);
-    if (controller == nullptr) return leave(hba.empty() ? "a controller without a name" : hba, why);
+    if (controller == nullptr) return found_.silent.push_back({hba.empty() ? "a controller without a name" : hba, why});
     controllers_.push_back(hba);
     const model::Controller known = *controller;  // the questions below may read it anew
     for (const model::Volume& volume : known.volumes) findVolume(hba, volume);

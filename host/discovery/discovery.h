@@ -9,7 +9,7 @@
 
 namespace host {
 
-/// A controller, volume, drive or node that did not become a disk of its own, and why.
+/// A volume, drive or node that did not become a disk of its own, and why.
 struct NotJoined {
   std::string what;  ///< "naa.5d00d00000000001", "vmhba2: drive serial:S7P3X1R4"
   std::string why;
@@ -20,6 +20,7 @@ struct Discovery {
   /// PCI identities are not known.
   std::vector<HostDisk> disks;
   std::vector<NotJoined> left;
+  std::vector<NotJoined> silent;  ///< controllers that did not answer: their disks are not known
 };
 
 /// The nodes of a host.

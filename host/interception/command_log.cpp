@@ -112,6 +112,10 @@ std::string resultText(const InterceptedCommand& command) {
   return resultText(command.result, command.driverStatus);
 }
 
+std::string resultText(const ChannelCall& call) {
+  return resultText(call.result, call.driverStatus);
+}
+
 std::span<const InterceptedCommand> CommandLog::since(size_t place) const {
   return std::span(commands_).subspan(place);
 }

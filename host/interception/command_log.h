@@ -53,6 +53,7 @@ class CommandLog final : public CommandWatcher {
 
 /// What became of a command: "ok", "not sent", "driver status 0x5", "call failed with 0x1".
 [[nodiscard]] std::string resultText(const InterceptedCommand& command);
+[[nodiscard]] std::string resultText(const ChannelCall& call);
 
 /// The command's name, as fault rules name it too; "unknown command" for one that is none of the known.
 [[nodiscard]] std::string nameOf(const InterceptedCommand& command);

@@ -2,6 +2,7 @@
 // tables. Every offset and size comes from the file and is checked against it before use.
 #include "host/loading/elf_file.h"
 
+#include <algorithm>
 #include <cstring>
 #include <elf.h>
 #include <optional>
@@ -45,26 +46,81 @@ std::optional<std::string> textAt(const std::string& file, const Section& table,
   return std::string(text, static_cast<const char*>(end));
 }
 
-/// Calls `take` with every record of the sections of a type and the section with their texts, up to the first damage.
-template <typename Elf, typename Record, typename Take>
-void forEachRecord(const std::string& file, uint32_t type, Take take) {
+/// Calls `take` with every section of a type and the section with its texts, up to the first damage.
+template <typename Elf, typename Take>
+void forEachSection(const std::string& file, uint32_t type, Take take) {
   const auto header = recordAt<typename Elf::Header>(file, 0);
   if (!header) return;
   const auto section = [&](uint64_t index) {
     return recordAt<typename Elf::Section>(file, header->e_shoff + index * sizeof(typename Elf::Section));
   };
   for (uint64_t index = 0; index < header->e_shnum; ++index) {
-    const auto records = section(index);
-    if (!records) return;
-    if (records->sh_type != type) continue;
-    const auto texts = section(records->sh_link);
+    const auto found = section(index);
+    if (!found) return;
+    if (found->sh_type != type) continue;
+    const auto texts = section(found->sh_link);
     if (!texts) return;
-    for (uint64_t place = 0; place + sizeof(Record) <= records->sh_size; place += sizeof(Record)) {
-      const auto record = recordAt<Record>(file, records->sh_offset + place);
-      if (!record) return;
-      take(*record, *texts);
-    }
+    take(*found, *texts);
   }
+}
+
+/// Calls `take` with every record of the sections of a type and the section with their texts, up to the first damage.
+template <typename Elf, typename Record, typename Take>
+void forEachRecord(const std::string& file, uint32_t type, Take take) {
+  forEachSection<Elf>(file, type, [&](const auto& records, const auto& texts) {
+    for (uint64_t place = 0; place + sizeof(Record) <= records.sh_size; place += sizeof(Record)) {
+      const auto record = recordAt<Record>(file, records.sh_offset + place);
+      if (!record) return;
+      take(*record, texts);
+    }
+  });
+}
+
+/// Calls `take` with each record of a chain, its place and the rest of the chain's length, up to the first damage.
+/// @param next  the distance from a record to the next one; 0 ends the chain
+template <typename Record, typename Take>
+void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, uint32_t Record::*next, Take take) {
+  // No chain is longer than the file has room for, whatever it says.
+  for (uint64_t left = std::min<uint64_t>(length, file.size() / sizeof(Record)); left > 0; --left) {
+    const auto record = recordAt<Record>(file, place);
+    if (!record) return;
+    take(*record, place);
+    if (*record.*next == 0) return;
+    place += *record.*next;
+  }
+}
+
+// The records of versions are the same in both classes.
+template <typename Elf>
+std::vector<SymbolVersion> versionsNeeded(const std::string& file) {
+  std::vector<SymbolVersion> versions;
+  forEachSection<Elf>(file, SHT_GNU_verneed, [&](const auto& section, const auto& texts) {
+    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verneed::vn_next,
+                   [&](const Elf32_Verneed& need, uint64_t place) {
+                     const std::string library = textAt(file, texts, need.vn_file).value_or("");
+                     forEachOfChain(file, place + need.vn_aux, need.vn_cnt, &Elf32_Vernaux::vna_next,
+                                    [&](const Elf32_Vernaux& one, uint64_t) {
+                                      if (auto name = textAt(file, texts, one.vna_name)) {
+                                        versions.push_back({*std::move(name), library});
+                                      }
+                                    });
+                   });
+  });
+  return versions;
+}
+
+template <typename Elf>
+std::vector<SymbolVersion> versionsDefined(const std::string& file) {
+  std::vector<SymbolVersion> versions;
+  forEachSection<Elf>(file, SHT_GNU_verdef, [&](const auto& section, const auto& texts) {
+    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verdef::vd_next,
+                   [&](const Elf32_Verdef& definition, uint64_t place) {
+                     const auto first = recordAt<Elf32_Verdaux>(file, place + definition.vd_aux);
+                     const auto name = first ? textAt(file, texts, first->vda_name) : std::nullopt;
+                     if (name) versions.push_back({*name, ""});
+                   });
+  });
+  return versions;
 }
 
 template <typename Elf>
@@ -146,6 +202,18 @@ std::vector<std::string> undefinedSymbols(const std::string& file) {
   const auto fileClass = classOf(file);
   if (!fileClass) return {};
   return *fileClass == ELFCLASS32 ? undefinedNames<Elf32>(file) : undefinedNames<Elf64>(file);
+}
+
+std::vector<SymbolVersion> neededVersions(const std::string& file) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return {};
+  return *fileClass == ELFCLASS32 ? versionsNeeded<Elf32>(file) : versionsNeeded<Elf64>(file);
+}
+
+std::vector<SymbolVersion> definedVersions(const std::string& file) {
+  const auto fileClass = classOf(file);
+  if (!fileClass) return {};
+  return *fileClass == ELFCLASS32 ? versionsDefined<Elf32>(file) : versionsDefined<Elf64>(file);
 }
 
 bool isCut(const std::string& file) {

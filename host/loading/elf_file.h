@@ -34,6 +34,17 @@ struct ElfIdentity {
 /// @return the names; none for anything that is no such file, that is cut, or that has no section headers
 [[nodiscard]] std::vector<std::string> undefinedSymbols(const std::string& file);
 
+/// A version of a library's names, as linkers mark them.
+struct SymbolVersion {
+  std::string name;     ///< "GLIBC_2.34"
+  std::string library;  ///< that has to define it: "libc.so.6"; empty: this one defines it
+};
+
+/// The versions that a shared object needs of others, and those that it defines, in its own order.
+/// @param file  as for undefinedSymbols
+[[nodiscard]] std::vector<SymbolVersion> neededVersions(const std::string& file);
+[[nodiscard]] std::vector<SymbolVersion> definedVersions(const std::string& file);
+
 /// Whether the file ends before what a loader would map of it: loading such a file ends the program.
 ///
 /// @param file  as for undefinedSymbols

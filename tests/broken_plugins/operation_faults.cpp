@@ -181,6 +181,12 @@ FAULT(switchesNothing, "led.switches-the-right-drives", "drives that blink: expe
     return isDisk(handle) ? 1 : informationOf(handle).physicalDisks;
   };
 }
+FAULT(reachesNoController, "info.answers", "expected result 0, got -1") {
+  broken.getDeviceInfo = [](auto*, auto*, auto& error) {
+    error = "Failed to open controller.";
+    return -1;
+  };
+}
 FAULT(countsADriveMore, "led.switches-the-right-drives", "expected result 2, got 3") {
   afterwards<&Plugin::setDriveLEDState>([](int32_t& result, auto...) { result += result > 0 ? 1 : 0; });
 }
