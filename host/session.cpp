@@ -125,11 +125,15 @@ std::vector<HostDisk> Session::findDisks() {
   return std::move(found.disks);
 }
 
-const std::vector<HostDisk>& Session::disks() {
+const std::vector<HostDisk>& Session::disksIfAny() {
   if (disks_) return *disks_;
   disks_ = findDisks();
   if (recorder_ != nullptr) recorder_->disks(*disks_);
-  if (disks_->empty()) {
+  return *disks_;
+}
+
+const std::vector<HostDisk>& Session::disks() {
+  if (disksIfAny().empty()) {
     const std::string source = options_.replayFile + options_.inventoryFile + options_.topologyFile;
     const bool wereAsked = replay_ == nullptr && simulatedHost_ == nullptr && options_.inventoryFile.empty();
     throw Refusal(wereAsked ? "no disks: the controllers list none"

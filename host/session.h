@@ -78,6 +78,10 @@ class Session {
   /// @throws Refusal  there are none, or they cannot be found out
   const std::vector<HostDisk>& disks();
 
+  /// The same, where a host without disks is none to refuse.
+  /// @throws Refusal  they cannot be found out
+  const std::vector<HostDisk>& disksIfAny();
+
   /// The plugin's descriptor.
   /// @throws Refusal  it cannot be loaded
   const DmuPluginDescriptor& plugin();

@@ -44,11 +44,12 @@ class MetricsCommand final : public Command {
   Outcome run(Session& session) override {
     const auto start = std::chrono::steady_clock::now();
     refuseOwnFile(session);
+    const auto earlier = file_.empty() ? metrics::LastSuccesses{} : metrics::lastSuccessesIn(textToReplace(file_));
     std::vector<metrics::WatchedDisk> disks;
-    for (const HostDisk& disk : session.disks()) {
+    // Where nothing is left of what was watched, that is the answer.
+    for (const HostDisk& disk : earlier.empty() ? session.disks() : session.disksIfAny()) {
       if (disk.driver == kDmuDriver) disks.push_back(watch(session, disk));
     }
-    const auto earlier = file_.empty() ? metrics::LastSuccesses{} : metrics::lastSuccessesIn(textToReplace(file_));
     const auto duration = std::chrono::steady_clock::now() - start;
     return outcomeOf(session, metrics::metricsOf(disks, session.controllers(), earlier, std::time(nullptr),
                                                  std::chrono::duration_cast<std::chrono::microseconds>(duration)));
