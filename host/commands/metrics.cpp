@@ -14,10 +14,9 @@ namespace {
 /// Asks the plugin all that it tells of a disk without switching anything.
 metrics::WatchedDisk watch(Session& session, const HostDisk& disk) {
   OpenedDisk opened = openDisk(session, disk, Named::no);
-  const auto answered = warmDrives(session, opened);
-  const auto reported = drivesOf(session, opened.record);
-  metrics::WatchedDisk watched{opened.record, reported.value_or(answered.value_or(std::vector<DiskDrive>{})), {}};
-  if (!answered && !opened.record.errors.empty()) {  // of a run that is refused no more is reported
+  const bool isAnswered = warmDrives(session, opened).has_value();
+  metrics::WatchedDisk watched{opened.record, drivesOf(session, opened.record).value_or(std::vector<DiskDrive>{}), {}};
+  if (!isAnswered && !opened.record.errors.empty()) {  // of a run that is refused no more is reported
     const OperationError& error = opened.record.errors.back();
     watched.whyUnanswered = error.operation + ": " + error.text;
   }

@@ -17,18 +17,9 @@ std::optional<int64_t> wholeNumber(const std::string& text) {
   return error == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
-/// HBAs that told what volumes and drives they have. Of a plugin whose commands cannot be seen, those that it answers
-/// of.
-std::set<std::string> answeringHbas(const std::vector<WatchedDisk>& disks, const model::Controllers& controllers) {
-  std::set<std::string> answering;
-  for (const auto& [hba, controller] : controllers.all()) {
-    if (!controller.hasFailedReport) answering.insert(hba);
-  }
-  for (const WatchedDisk& disk : disks) {
-    const std::string& hba = disk.record.disk.hba;
-    if (disk.record.kind && controllers.find(hba) == nullptr) answering.insert(hba);
-  }
-  return answering;
+bool isUp(const std::string& hba, const model::Controllers& controllers) {
+  const model::Controller* controller = controllers.find(hba);
+  return controller != nullptr && !controller->hasFailedReport;
 }
 
 struct DriveGauges {
@@ -37,14 +28,12 @@ struct DriveGauges {
   Gauge info{"dmu_drive_info", "1 for each drive, with its serial number and what it is to the host."};
 
   /// @param device  the disk that the drive is behind; empty: none of the host's
-  /// @param number  the drive's on its controller, or in the plugin's answer
-  void add(const std::string& hba, const std::string& device, const std::string& number, const std::string& kind,
-           const DiskDrive& drive) {
-    const auto decimal = [](const std::optional<uint32_t>& part) { return part ? std::to_string(*part) : ""; };
+  void add(const std::string& hba, const std::string& device, const std::string& kind, const DiskDrive& drive) {
+    const auto decimal = [](const std::optional<uint32_t>& number) { return number ? std::to_string(*number) : ""; };
     const Place place = drive.place.value_or(Place{});
     Labels labels = {{kHba, hba},
                      {"device", device},
-                     {"drive", number},
+                     {"drive", decimal(drive.index)},
                      {"port", place.port.value_or("")},
                      {"box", decimal(place.box)},
                      {"bay", decimal(place.bay)}};
@@ -106,12 +95,9 @@ struct ControllerGauges {
 std::set<uint32_t> addDrives(const WatchedDisk& disk, DriveGauges& gauges) {
   const DiskRecord& record = disk.record;
   std::set<uint32_t> numbers;
-  size_t place = 0;
   for (const DiskDrive& drive : disk.drives) {
-    ++place;
-    if (drive.index) numbers.insert(*drive.index);
-    const std::string number = drive.index ? std::to_string(*drive.index) : "#" + std::to_string(place);
-    gauges.add(record.disk.hba, record.disk.device, number, kindOf(drive, *record.kind), drive);
+    numbers.insert(*drive.index);
+    gauges.add(record.disk.hba, record.disk.device, kindOf(drive, *record.kind), drive);
   }
   return numbers;
 }
@@ -120,8 +106,7 @@ std::set<uint32_t> addDrives(const WatchedDisk& disk, DriveGauges& gauges) {
 void addOtherDrives(const model::Controller& controller, const std::set<uint32_t>& known, DriveGauges& gauges) {
   for (const model::Drive& drive : controller.drives) {
     if (!drive.isListed || known.contains(drive.index)) continue;
-    gauges.add(controller.hba, "", std::to_string(drive.index), kindOf(drive, controller),
-               describeDrive(drive.index, &drive));
+    gauges.add(controller.hba, "", kindOf(drive, controller), describeDrive(drive.index, &drive));
   }
 }
 
@@ -135,25 +120,25 @@ LastSuccesses lastSuccessesIn(const std::string& text) {
 }
 
 std::vector<Gauge> metricsOf(const std::vector<WatchedDisk>& disks, const model::Controllers& controllers,
-                             LastSuccesses earlier, time_t now, std::chrono::microseconds duration) {
-  const std::set<std::string> answering = answeringHbas(disks, controllers);
+                             LastSuccesses successes, time_t now, std::chrono::microseconds duration) {
   DiskGauges ofDisks;
   DriveGauges ofDrives;
   ControllerGauges ofControllers;
   std::map<std::string, std::set<uint32_t>> knownDrives;
   for (const WatchedDisk& disk : disks) {
     const std::string& hba = disk.record.disk.hba;
-    earlier.try_emplace(hba);
-    if (!disk.record.kind || !answering.contains(hba)) continue;
+    successes.try_emplace(hba);
+    if (!disk.record.kind || !isUp(hba, controllers)) continue;
     ofDisks.add(disk.record);
     knownDrives[hba].merge(addDrives(disk, ofDrives));
   }
   ofDisks.addUnanswered(disks);
   for (const auto& [hba, controller] : controllers.all()) {
-    if (answering.contains(hba)) addOtherDrives(controller, knownDrives[hba], ofDrives);
+    if (!isUp(hba, controllers)) continue;
+    addOtherDrives(controller, knownDrives[hba], ofDrives);
+    successes[hba] = now;
   }
-  for (const std::string& hba : answering) earlier[hba] = now;
-  for (const auto& [hba, success] : earlier) ofControllers.add(hba, answering.contains(hba), success);
+  for (const auto& [hba, success] : successes) ofControllers.add(hba, isUp(hba, controllers), success);
   Gauge runTime("dmu_run_duration_seconds", "How long the run took that wrote this.");
   runTime.add({}, std::chrono::duration<double>(duration).count());
   return {ofControllers.up, ofControllers.lastSuccess, ofDisks.unanswered, ofDisks.info,  ofDisks.members,

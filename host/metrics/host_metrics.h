@@ -19,7 +19,7 @@ namespace host::metrics {
 /// A disk of the plugin's driver.
 struct WatchedDisk {
   DiskRecord record;
-  std::vector<DiskDrive> drives;
+  std::vector<DiskDrive> drives;             ///< as the controller reported them, with their indexes
   std::optional<std::string> whyUnanswered;  ///< what the plugin did not answer; nothing: it answered
 };
 
@@ -29,12 +29,12 @@ using LastSuccesses = std::map<std::string, std::optional<int64_t>>;
 /// What of earlier runs is in a file that one of them wrote; of any other file nothing.
 [[nodiscard]] LastSuccesses lastSuccessesIn(const std::string& text);
 
-/// @param disks        of the host, by those who ask the plugin
-/// @param controllers  as they answered meanwhile
-/// @param earlier      HBAs of earlier runs, which are told of even when nothing else knows them any more
+/// @param disks        of the host
+/// @param controllers  as they answered when the plugin was asked of these
+/// @param successes    of earlier runs: their HBAs are told of even when nothing else knows them any more
 /// @param now          when the controllers answered
 /// @param duration     of the run
 [[nodiscard]] std::vector<Gauge> metricsOf(const std::vector<WatchedDisk>& disks, const model::Controllers& controllers,
-                                           LastSuccesses earlier, time_t now, std::chrono::microseconds duration);
+                                           LastSuccesses successes, time_t now, std::chrono::microseconds duration);
 
 }  // namespace host::metrics

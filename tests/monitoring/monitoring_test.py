@@ -121,21 +121,28 @@ def exporter(folder):
         process.wait(10)
 
 
-def check_alerts(what, served, wanted):
-    """Whether these alerts fire, each so often, and no other, when nothing but what is served goes on for an hour."""
+def check_queries(served, answers):
+    """Whether queries have these answers, values by labels, when nothing but what is served goes on for an hour."""
     series = []
     for (name, labels), value in served.items():
         text = ",".join(f'{label}="{content}"' for label, content in labels + (("instance", "i"),))
         text = text.replace("\ufffd", "\\ufffd")  # as a query has to write it
         series.append({"series": f"{name}{{{text}}}", "values": f"{value:.17g}x60"})
-    firing = {"expr": 'count by (alertname) (ALERTS{alertstate="firing"})', "eval_time": "60m",
-              "exp_samples": [{"labels": f'{{alertname="{name}"}}', "value": count} for name, count in wanted.items()]}
+    tests = [{"expr": query, "eval_time": "60m",
+              "exp_samples": [{"labels": labels, "value": value} for labels, value in answer.items()]}
+             for query, answer in answers.items()]
     rules = {"rule_files": [str(PROJECT / "examples/alerts.yml")], "evaluation_interval": "1m",
-             "tests": [{"interval": "1m", "input_series": series, "promql_expr_test": [firing]}]}
+             "tests": [{"interval": "1m", "input_series": series, "promql_expr_test": tests}]}
     with tempfile.NamedTemporaryFile("w", suffix=".yml") as file:
         file.write(json.dumps(rules))
         file.flush()
         promtool("test", "rules", file.name)
+
+
+def check_alerts(what, served, wanted):
+    """Whether these alerts fire, each so often, and no other."""
+    firing = {f'{{alertname="{name}"}}': count for name, count in wanted.items()}
+    check_queries(served, {'count by (alertname) (ALERTS{alertstate="firing"})': firing})
     print(f"alerts, {what}: {wanted or 'none'}")
 
 
@@ -164,7 +171,11 @@ def main():
         print(f"promtool check metrics, {topology.relative_to(PROJECT)}: {count} samples")
     with tempfile.TemporaryDirectory() as name, exporter(name) as serve:
         folder = pathlib.Path(name)
-        check_served("degraded", degraded(A1=40), folder, serve, {"DmuMemberMissing": 1})
+        served = check_served("degraded", degraded(A1=40), folder, serve, {"DmuMemberMissing": 1})
+        shown = [line.strip() for line in (PROJECT / "docs/monitoring.md").read_text().split("\n")
+                 if line.startswith("    ") and "dmu_drive" in line]
+        expect("queries in docs/monitoring.md", len(shown), 2)
+        check_queries(served, {f"count({query})": {"{}": 3} for query in shown})
         warm = check_served("degraded, a drive warm and one too warm", degraded(A0=61), folder, serve,
                             {"DmuMemberMissing": 1, "DmuDriveCloseToMaximum": 1, "DmuDriveAboveMaximum": 1})
         whole = degraded(A1=40)
