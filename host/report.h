@@ -18,6 +18,9 @@ class Report {
   /// @param forPrograms  standard output is for a document alone: notes go into it and to standard error
   explicit Report(bool forPrograms) : forPrograms_(forPrograms) {}
 
+  /// From now on notes go to standard error: what is written to standard output is a file for programs.
+  void keepOutputForPrograms() { forPrograms_ = true; }
+
   /// An operation on a disk failed: one line on standard error, and the record keeps it.
   void failed(DiskRecord& record, const std::string& operation, const std::string& text);
 

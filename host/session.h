@@ -78,9 +78,12 @@ class Session {
   /// @throws Refusal  there are none, or they cannot be found out
   const std::vector<HostDisk>& disks();
 
-  /// The same, where a host without disks is none to refuse.
+  /// The same for those who do not refuse a host without disks.
   /// @throws Refusal  they cannot be found out
   const std::vector<HostDisk>& disksIfAny();
+
+  /// Whether the plugin was loaded, so that what failed since then is the host's.
+  [[nodiscard]] bool hasPlugin() const { return plugin_.has_value(); }
 
   /// The plugin's descriptor.
   /// @throws Refusal  it cannot be loaded

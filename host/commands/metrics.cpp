@@ -6,19 +6,42 @@
 #include "host/disks/warm_drives.h"
 #include "host/metrics/host_metrics.h"
 #include "host/output/file_replacement.h"
+#include "host/waiting/progress.h"
 #include <dmu/plugin.h>
 
 namespace host {
 namespace {
 
+/// The host's disks. A host that lists none is not to be refused where an earlier run knew its HBAs: they do not
+/// answer.
+std::vector<HostDisk> findDisks(Session& session, bool areHbasKnown) {
+  try {
+    return session.disksIfAny();
+  } catch (const Refusal& refusal) {
+    if (!areHbasKnown || !session.hasPlugin()) throw;
+    session.report().refused(refusal);
+    return {};
+  }
+}
+
 /// Asks the plugin all that it tells of a disk without switching anything.
-metrics::WatchedDisk watch(Session& session, const HostDisk& disk) {
+metrics::WatchedDisk askFor(Session& session, const HostDisk& disk) {
   OpenedDisk opened = openDisk(session, disk, Named::no);
   const bool isAnswered = warmDrives(session, opened).has_value();
   metrics::WatchedDisk watched{opened.record, drivesOf(session, opened.record).value_or(std::vector<DiskDrive>{}), {}};
   if (!isAnswered && !opened.record.errors.empty()) {  // of a run that is refused no more is reported
     const OperationError& error = opened.record.errors.back();
     watched.whyUnanswered = error.operation + ": " + error.text;
+  }
+  return watched;
+}
+
+std::vector<metrics::WatchedDisk> askForAll(Session& session, const std::vector<HostDisk>& disks) {
+  Activity activity(disks.size(), "disks");
+  std::vector<metrics::WatchedDisk> watched;
+  for (const HostDisk& disk : disks) {
+    if (disk.driver == kDmuDriver) watched.push_back(askFor(session, disk));
+    activity.advance();
   }
   return watched;
 }
@@ -42,15 +65,14 @@ class MetricsCommand final : public Command {
 
   Outcome run(Session& session) override {
     const auto start = std::chrono::steady_clock::now();
+    session.report().keepOutputForPrograms();
     refuseOwnFile(session);
-    const auto earlier = file_.empty() ? metrics::LastSuccesses{} : metrics::lastSuccessesIn(textToReplace(file_));
-    std::vector<metrics::WatchedDisk> disks;
-    // Where nothing is left of what was watched, that is the answer.
-    for (const HostDisk& disk : earlier.empty() ? session.disks() : session.disksIfAny()) {
-      if (disk.driver == kDmuDriver) disks.push_back(watch(session, disk));
-    }
+    auto hbas = file_.empty() ? metrics::LastSuccesses{} : metrics::lastSuccessesIn(textToReplace(file_));
+    const auto disks = askForAll(session, findDisks(session, !hbas.empty()));
+    for (const InterceptedCommand& command : session.commands().since(0)) hbas.try_emplace(command.hba);
+    if (hbas.empty()) (void)session.disks();  // refuses a host without any
     const auto duration = std::chrono::steady_clock::now() - start;
-    return outcomeOf(session, metrics::metricsOf(disks, session.controllers(), earlier, std::time(nullptr),
+    return outcomeOf(session, metrics::metricsOf(disks, session.controllers(), std::move(hbas), std::time(nullptr),
                                                  std::chrono::duration_cast<std::chrono::microseconds>(duration)));
   }
 

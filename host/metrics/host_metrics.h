@@ -31,7 +31,7 @@ using LastSuccesses = std::map<std::string, std::optional<int64_t>>;
 
 /// @param disks        of the host
 /// @param controllers  as they answered when the plugin was asked of these
-/// @param successes    of earlier runs: their HBAs are told of even when nothing else knows them any more
+/// @param successes    of earlier runs; HBAs in it are told of even when nothing else knows them
 /// @param now          when the controllers answered
 /// @param duration     of the run
 [[nodiscard]] std::vector<Gauge> metricsOf(const std::vector<WatchedDisk>& disks, const model::Controllers& controllers,
