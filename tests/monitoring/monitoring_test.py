@@ -7,6 +7,7 @@ prometheus-node-exporter.
 """
 import contextlib
 import json
+import os
 import pathlib
 import re
 import socket
@@ -36,7 +37,8 @@ def expect(what, found, wanted):
 def metrics(topology, *options):
     """What dmu-host metrics prints; a fault of the topology may fail it."""
     command = [BUILD / "dmu-host", "--topology", topology, "metrics", *options]
-    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, check=False).stdout
+    environment = os.environ | {"PATH": f"{BUILD}:{os.environ['PATH']}"}  # the module loader's command is there
+    return subprocess.run(command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, env=environment, check=False).stdout
 
 
 def promtool(*arguments, text=None):
@@ -76,6 +78,19 @@ def degraded(**temperatures):
     for drive in topology["controllers"][0]["drives"]:
         drive["currentTemperature"] = temperatures.get(drive["serial"], drive["currentTemperature"])
     return topology
+
+
+def many():
+    """Ten controllers of an OEM driver with drives in the same bays, one of them warm."""
+    topology = degraded(A1=40)
+    one = topology["controllers"][0]
+    for number in range(1, 10):
+        other = json.loads(json.dumps(one).replace('"serial": "', f'"serial": "{number}'))
+        other["hba"] = f"vmhba{number + 1}"
+        other["volumes"][0]["device"] = f"data{number}"
+        topology["controllers"].append(other)
+    topology["controllers"][9]["drives"][0]["currentTemperature"] = 56
+    return topology | {"oemDriver": True, "faults": []}
 
 
 def hostile():
@@ -171,6 +186,9 @@ def main():
         print(f"promtool check metrics, {topology.relative_to(PROJECT)}: {count} samples")
     with tempfile.TemporaryDirectory() as name, exporter(name) as serve:
         folder = pathlib.Path(name)
+        served = check_served("ten controllers", many(), folder, serve, {"DmuDriveCloseToMaximum": 1})
+        expect("drives of ten controllers", sum(name == "dmu_drive_info" for name, _ in served), 40)
+        (folder / "dmu.prom").unlink()
         served = check_served("degraded", degraded(A1=40), folder, serve, {"DmuMemberMissing": 1})
         shown = [line.strip() for line in (PROJECT / "docs/monitoring.md").read_text().split("\n")
                  if line.startswith("    ") and "dmu_drive" in line]
