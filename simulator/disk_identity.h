@@ -11,8 +11,9 @@ inline constexpr size_t kMostHbaName = 155;     // the driver keeps 156 bytes, o
 inline constexpr size_t kMostDriverName = kMostHbaName;
 
 /// The key "device": a node below /dev/disks/.
-inline void readDevice(input::JsonObject& object, std::string& device, input::Need need) {
-  if (object.text("device", device, need, 1, kMostDeviceName) && device.find('/') != std::string::npos)
+/// @param least  characters; 0: there may be no node
+inline void readDevice(input::JsonObject& object, std::string& device, input::Need need, size_t least = 1) {
+  if (object.text("device", device, need, least, kMostDeviceName) && device.find('/') != std::string::npos)
     object.refuse("device", "must be a name below /dev/disks, without /");
 }
 

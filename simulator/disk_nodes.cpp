@@ -59,7 +59,7 @@ std::optional<HostModel::Node> HostModel::findNode(std::string_view name) const 
     for (const Drive& drive : controller.config.drives) {
       if (!drive.exposed || drive.device != name) continue;
       node.call.drive = driveIndex(drive);
-      node.serial = drive.serial;
+      node.serial = drive.nodeSerial.value_or(drive.serial);
       node.deviceType = drive.deviceType;
       node.present = controller.present(drive);
       return node;

@@ -120,6 +120,9 @@ class RuleCheck {
     const bool isLoad = rule_.call == "load";
     switch (rule_.action) {
       case FaultAction::error:
+        if ((isNodeCall() || isLoad) && rule_.value > INT32_MAX)
+          refuse("error", "a call \"" + rule_.call + "\" fails with a number above 0");
+        break;
       case FaultAction::delay:
         break;
       case FaultAction::driverStatus:

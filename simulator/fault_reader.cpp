@@ -39,6 +39,15 @@ void readVolumeOfRule(JsonObject& object, FaultRule& rule) {
   if (object.number("volume", number, Need::optional, 0, 0x3FFFFFFF)) rule.volume = number;
 }
 
+/// @return whether the key is there
+bool readError(JsonObject& object, FaultRule& rule) {
+  int32_t code = 0;
+  if (!object.number("error", code, Need::optional)) return false;
+  if (code == 0) object.refuse("error", "must not be 0, with which a call goes well");
+  rule.value = static_cast<uint32_t>(code);
+  return true;
+}
+
 /// @return whether there are bytes to put
 bool readSet(JsonObject& object, FaultRule& rule) {
   std::string digits;
@@ -65,7 +74,7 @@ void readAction(JsonObject& object, FaultRule& rule) {
   const auto is = [&](FaultAction action, bool there) {
     if (there) rule.action = action;
   };
-  is(FaultAction::error, object.number("error", rule.value, Need::optional, 1, INT32_MAX));
+  is(FaultAction::error, readError(object, rule));
   is(FaultAction::driverStatus, object.number("driverStatus", rule.value, Need::optional, 1));
   is(FaultAction::length, object.number("length", rule.value, Need::optional));
   is(FaultAction::delay, object.number("delayMs", rule.value, Need::optional, 0, kMostDelayMs));

@@ -1,8 +1,10 @@
 // The simulated host's public interface: loading a model, what it holds now, its faults, records and counters.
 #include "simulator/host_model.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
+#include <map>
 #include <new>
 
 #include "json/input.h"
@@ -148,12 +150,20 @@ std::vector<HostDisk> HostModel::disks() const {
       disks.push_back(std::move(disk));
     };
     for (const Volume& volume : controller.config.volumes)
-      if (controller.present(volume)) add(volumeDisk(volume, topology_.oemDriver));
+      if (controller.present(volume) && !volume.device.empty()) add(volumeDisk(volume, topology_.oemDriver));
     for (const Drive& drive : controller.config.drives)
-      if (drive.exposed && controller.present(drive)) add(driveDisk(drive));
+      if (drive.exposed && controller.present(drive) && !drive.device.empty()) add(driveDisk(drive));
   }
   for (const ForeignDisk& disk : topology_.foreignDisks)
-    disks.push_back({disk.device, disk.hba, disk.channel, disk.target, disk.lun, disk.driver, {.isPciDevice = false}});
+    disks.push_back({disk.device, disk.hba, disk.channel, disk.target, disk.lun, disk.driver, disk.pci});
+  std::map<std::string, size_t> places;
+  for (const std::string& device : topology_.diskOrder) places.emplace(device, places.size());
+  const auto placeOf = [&](const HostDisk& disk) {
+    const auto place = places.find(disk.device);
+    return place == places.end() ? places.size() : place->second;
+  };
+  std::stable_sort(disks.begin(), disks.end(),
+                   [&](const HostDisk& one, const HostDisk& other) { return placeOf(one) < placeOf(other); });
   return disks;
 }
 

@@ -19,7 +19,7 @@ struct RaidLevelRule {
 
 /// A controller tells RAID 1 and RAID 10 apart by the members alone: two are a mirror, more are RAID 10.
 inline constexpr RaidLevelRule kRaidLevels[] = {
-    {RaidLevel::raid0, "RAID 0", 1, SIZE_MAX},   {RaidLevel::raid1, "RAID 1", 2, 2},
+    {RaidLevel::raid0, "RAID 0", 0, SIZE_MAX},   {RaidLevel::raid1, "RAID 1", 2, 2},
     {RaidLevel::raid10, "RAID 10", 4, SIZE_MAX}, {RaidLevel::raid4, "RAID 4", 3, SIZE_MAX},
     {RaidLevel::raid5, "RAID 5", 3, SIZE_MAX},   {RaidLevel::raid6, "RAID 6", 4, SIZE_MAX},
 };

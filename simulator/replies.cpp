@@ -70,7 +70,7 @@ Bytes reportLogicalLuns(const ControllerModel& controller) {
 Bytes reportPhysicalLuns(const ControllerModel& controller, bool extended) {
   Bytes report(sizeof(wire::ReportHeader));
   for (const Drive& drive : controller.config.drives) {
-    if (!controller.present(drive)) continue;
+    if (!controller.present(drive) || !drive.listed) continue;
     wire::ExtendedReportEntry entry{};
     entry.address.word = drive.exposed ? 0 : wire::kMaskedKind;
     entry.address.target = drive.target;

@@ -34,9 +34,11 @@ struct Drive {
   uint8_t bus = 1;       ///< 1 to 63
   uint8_t target = 0;    ///< 0 to 255
   bool exposed = false;  ///< the host sees the drive as a disk; otherwise it is masked
-  std::string device;    ///< name of an exposed drive's node below "/dev/disks/"
+  bool listed = true;    ///< the controller reports it; otherwise it answers only those who ask for it by its index
+  std::string device;    ///< name of an exposed drive's node below "/dev/disks/"; empty: it has none
   std::string serial;    ///< up to 40 characters
-  std::string port;      ///< connector name, up to 64 characters
+  std::optional<std::string> nodeSerial;  ///< what its node answers instead, up to 60 characters
+  std::string port;                       ///< connector name, up to 64 characters
   uint8_t box = 0;
   uint8_t bay = 0;
   uint8_t currentTemperature = 0;  ///< degrees Celsius
@@ -51,7 +53,7 @@ enum class RaidLevel { raid0, raid1, raid10, raid4, raid5, raid6 };
 /// A logical volume.
 struct Volume {
   uint32_t number = 0;  ///< logical drive number, 30 bits
-  std::string device;   ///< name of its node below "/dev/disks/"
+  std::string device;   ///< name of its node below "/dev/disks/"; empty: it has none
   std::string serial;   ///< what its node answers as unit serial number
   std::string label;    ///< up to 64 characters
   RaidLevel raidLevel = RaidLevel::raid0;
@@ -96,7 +98,7 @@ struct FaultRule {
   uint32_t from = 1;               ///< first matching call that is hit
   uint32_t count = UINT32_MAX;     ///< how many calls are hit from there
   FaultAction action = FaultAction::error;
-  uint32_t value = 0;
+  uint32_t value = 0;          ///< error: the bits of an int32_t
   uint32_t offset = 0;         ///< set: where in the reply
   std::vector<uint8_t> bytes;  ///< set: what is put there
   std::string where;           ///< where the rule was written ("FILE: /faults/0"), for reports
@@ -127,7 +129,7 @@ struct FaultReport {
   uint32_t hits = 0;
 };
 
-/// A disk of another driver on the same host.
+/// A disk of another driver on the same host, or one that none of the simulated controllers presents.
 struct ForeignDisk {
   std::string device;
   std::string serial;
@@ -136,12 +138,14 @@ struct ForeignDisk {
   uint32_t target = 0;
   uint32_t lun = 0;
   std::string driver;
+  PciIdentity pci{.isPciDevice = false};
 };
 
 struct Topology {
   bool oemDriver = false;
   std::vector<Controller> controllers;  ///< at most 10; the position is the instance number
   std::vector<ForeignDisk> foreignDisks;
+  std::vector<std::string> diskOrder;  ///< nodes in the order in which the host lists its disks; others come behind
   std::vector<FaultRule> faults;
 };
 

@@ -69,7 +69,6 @@ void checkMemberCount(const Volume& volume, const Controller& controller, const 
 void checkVolumes(const Controller& controller, const std::string& path, Mistakes& mistakes) {
   Unique numbers("volume number", mistakes);
   std::map<uint32_t, std::string> volumeOf16Bits;
-  std::map<uint32_t, std::string> memberOf;
   std::set<uint32_t> drives;
   for (const Drive& drive : controller.drives) drives.insert(driveIndex(drive));
   bool externalBefore = false;
@@ -87,25 +86,25 @@ void checkVolumes(const Controller& controller, const std::string& path, Mistake
                                           other->second + ", and commands carry no more than those");
 
     checkMemberCount(volume, controller, place + "/members", mistakes);
+    std::map<uint32_t, std::string> memberAt;  // several volumes may lie on the same drives
     for (size_t m = 0; m < volume.members.size(); ++m) {
       const uint32_t member = volume.members[m];
       const std::string memberPlace = at(place + "/members", m);
       if (!drives.contains(member)) mistakes.add(memberPlace, "no drive " + driveName(member) + " on this controller");
-      const auto [first, isFirst] = memberOf.emplace(member, memberPlace);
+      const auto [first, isFirst] = memberAt.emplace(member, memberPlace);
       if (!isFirst)
         mistakes.add(memberPlace, "drive " + driveName(member) + " is a member before, at " + first->second);
     }
   }
 }
 
+/// Drives may share a bay, and have any serial numbers: so do those of real controllers.
 void checkAddresses(const Controller& controller, const std::string& path, Mistakes& mistakes) {
   Unique addresses("drive address", mistakes);
-  Unique bays("port:box:bay", mistakes);
   for (size_t i = 0; i < controller.drives.size(); ++i) {
     const Drive& drive = controller.drives[i];
     const std::string place = at(path + "/drives", i);
     addresses.claim(driveName(driveIndex(drive)), place);
-    bays.claim(drive.port + ":" + std::to_string(drive.box) + ":" + std::to_string(drive.bay), place);
   }
 }
 
@@ -113,22 +112,36 @@ void checkAddresses(const Controller& controller, const std::string& path, Mista
 void checkNames(const Topology& topology, Mistakes& mistakes) {
   Unique hbas("HBA name", mistakes);
   Unique devices("device", mistakes);
-  Unique serials("serial", mistakes);
-  const auto claimDisk = [&](const std::string& device, const std::string& serial, const std::string& path) {
-    if (!device.empty()) devices.claim(device, path + "/device");
-    serials.claim(serial, path + "/serial");
+  const auto claim = [&](const auto& disks, const std::string& path) {
+    for (size_t i = 0; i < disks.size(); ++i)
+      if (!disks[i].device.empty()) devices.claim(disks[i].device, at(path, i) + "/device");
   };
   for (size_t c = 0; c < topology.controllers.size(); ++c) {
     const Controller& controller = topology.controllers[c];
     const std::string path = at("/controllers", c);
     hbas.claim(controller.hba, path + "/hba");
-    for (size_t i = 0; i < controller.drives.size(); ++i)
-      claimDisk(controller.drives[i].device, controller.drives[i].serial, at(path + "/drives", i));
-    for (size_t i = 0; i < controller.volumes.size(); ++i)
-      claimDisk(controller.volumes[i].device, controller.volumes[i].serial, at(path + "/volumes", i));
+    claim(controller.drives, path + "/drives");
+    claim(controller.volumes, path + "/volumes");
   }
-  for (size_t i = 0; i < topology.foreignDisks.size(); ++i)
-    claimDisk(topology.foreignDisks[i].device, topology.foreignDisks[i].serial, at("/foreignDisks", i));
+  claim(topology.foreignDisks, "/foreignDisks");
+}
+
+void checkDiskOrder(const Topology& topology, Mistakes& mistakes) {
+  std::set<std::string> devices;
+  const auto collect = [&](const auto& disks) {
+    for (const auto& disk : disks) devices.insert(disk.device);
+  };
+  for (const Controller& controller : topology.controllers) {
+    collect(controller.drives);
+    collect(controller.volumes);
+  }
+  collect(topology.foreignDisks);
+  Unique places("device", mistakes);
+  for (size_t i = 0; i < topology.diskOrder.size(); ++i) {
+    const std::string& device = topology.diskOrder[i];
+    places.claim(device, at("/diskOrder", i));
+    if (!devices.contains(device)) mistakes.add(at("/diskOrder", i), "no device " + input::cut(device));
+  }
 }
 
 }  // namespace
@@ -138,6 +151,7 @@ void checkTopology(const Topology& topology, Mistakes& mistakes) {
     mistakes.add("/controllers", count(topology.controllers.size(), "controller") + "; the driver takes at most " +
                                      std::to_string(wire::kInstances));
   checkNames(topology, mistakes);
+  checkDiskOrder(topology, mistakes);
   for (size_t i = 0; i < topology.controllers.size(); ++i) {
     const std::string path = at("/controllers", i);
     checkAddresses(topology.controllers[i], path, mistakes);

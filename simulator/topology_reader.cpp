@@ -19,7 +19,7 @@ using input::Need;
 using nlohmann::json;
 
 constexpr size_t kDriveSerial = 40;
-constexpr size_t kVolumeSerial = 60;
+constexpr size_t kNodeSerial = 60;
 constexpr size_t kPortName = 64;
 constexpr size_t kLabel = 64;
 
@@ -29,9 +29,11 @@ Drive readDrive(const JsonObject::Element& element, Mistakes& mistakes) {
   object.number("bus", drive.bus, Need::required, kLeastBus, kMostBus);
   object.number("target", drive.target, Need::required);
   object.flag("exposed", drive.exposed, Need::optional);
-  readDevice(object, drive.device, drive.exposed ? Need::required : Need::optional);
-  object.text("serial", drive.serial, Need::required, 1, kDriveSerial);
-  object.text("port", drive.port, Need::required, 1, kPortName);
+  object.flag("listed", drive.listed, Need::optional);
+  readDevice(object, drive.device, drive.exposed ? Need::required : Need::optional, 0);
+  object.text("serial", drive.serial, Need::required, 0, kDriveSerial);
+  if (std::string serial; object.text("nodeSerial", serial, Need::optional, 0, kNodeSerial)) drive.nodeSerial = serial;
+  object.text("port", drive.port, Need::required, 0, kPortName);
   object.number("box", drive.box, Need::required);
   object.number("bay", drive.bay, Need::required);
   object.number("currentTemperature", drive.currentTemperature, Need::optional);
@@ -56,8 +58,8 @@ Volume readVolume(const JsonObject::Element& element, Mistakes& mistakes) {
   Volume volume;
   JsonObject object(element.value, element.path, mistakes);
   object.number("number", volume.number, Need::required, 0, 0x3FFFFFFF);
-  readDevice(object, volume.device, Need::required);
-  object.text("serial", volume.serial, Need::required, 1, kVolumeSerial);
+  readDevice(object, volume.device, Need::required, 0);
+  object.text("serial", volume.serial, Need::required, 0, kNodeSerial);
   object.text("label", volume.label, Need::optional, 0, kLabel);
   std::string level;
   if (object.text("raidLevel", level, Need::required, 0, kLabel)) {
@@ -81,9 +83,9 @@ Controller readController(const JsonObject::Element& element, Mistakes& mistakes
   object.text("hba", controller.hba, Need::required, 1, kMostHbaName);
   if (const json* pci = object.find("pci", Need::optional))
     controller.pci = readPci({*pci, object.pathOf("pci")}, mistakes);
-  object.number("maxPhysDevicesSupported", controller.maxPhysDevicesSupported, Need::required, 1);
-  object.number("maxPhysDrivesPerLogicalUnit", controller.maxPhysDrivesPerLogicalUnit, Need::required, 1);
-  object.number("maxLogicalDrivesSupported", controller.maxLogicalDrivesSupported, Need::required, 1);
+  object.number("maxPhysDevicesSupported", controller.maxPhysDevicesSupported, Need::required);
+  object.number("maxPhysDrivesPerLogicalUnit", controller.maxPhysDrivesPerLogicalUnit, Need::required);
+  object.number("maxLogicalDrivesSupported", controller.maxLogicalDrivesSupported, Need::required);
   object.flag("extendedBlinkArray", controller.extendedBlinkArray, Need::optional);
   object.flag("driveCacheOn", controller.driveCacheOn, Need::optional);
   for (const auto& drive : object.list("drives", Need::required))
@@ -98,14 +100,24 @@ ForeignDisk readForeignDisk(const JsonObject::Element& element, Mistakes& mistak
   ForeignDisk disk;
   JsonObject object(element.value, element.path, mistakes);
   readDevice(object, disk.device, Need::required);
-  object.text("serial", disk.serial, Need::required, 1, kVolumeSerial);
+  object.text("serial", disk.serial, Need::required, 0, kNodeSerial);
   object.text("hba", disk.hba, Need::required, 1, kMostHbaName);
   object.number("channel", disk.channel, Need::optional);
   object.number("target", disk.target, Need::optional);
   object.number("lun", disk.lun, Need::optional);
   object.text("driver", disk.driver, Need::required, 1, kMostDriverName);
+  if (const json* pci = object.find("pci", Need::optional)) disk.pci = readPci({*pci, object.pathOf("pci")}, mistakes);
   object.refuseUnknownKeys();
   return disk;
+}
+
+std::vector<std::string> readDiskOrder(JsonObject& object, Mistakes& mistakes) {
+  std::vector<std::string> order;
+  for (const auto& element : object.list("diskOrder", Need::optional)) {
+    if (!element.value.is_string()) mistakes.add(element.path, "must be a text, not " + input::shown(element.value));
+    order.push_back(element.value.is_string() ? element.value.get<std::string>() : "");
+  }
+  return order;
 }
 
 Topology readAll(const json& document, Mistakes& mistakes) {
@@ -116,6 +128,7 @@ Topology readAll(const json& document, Mistakes& mistakes) {
     topology.controllers.push_back(readController(controller, mistakes));
   for (const auto& disk : object.list("foreignDisks", Need::optional))
     topology.foreignDisks.push_back(readForeignDisk(disk, mistakes));
+  topology.diskOrder = readDiskOrder(object, mistakes);
   for (const auto& fault : object.list("faults", Need::optional)) topology.faults.push_back(readFault(fault, mistakes));
   object.refuseUnknownKeys();
   return topology;

@@ -90,6 +90,8 @@ void expectVolume(const simulator::Volume& truth, const model::Volume& seen) {
   EXPECT_EQ(seen.isExternal, truth.external);
   EXPECT_EQ(seen.label, truth.label);
   EXPECT_EQ(seen.uniqueId, truth.uniqueId);
+  EXPECT_EQ(seen.externalBoxId, truth.externalBoxId);
+  EXPECT_EQ(seen.logicalDriveId, truth.logicalDriveId);
   if (truth.external) return;
   EXPECT_EQ(seen.memberCount, truth.members.size());
   EXPECT_EQ(seen.members, std::set<uint32_t>(truth.members.begin(), truth.members.end()));
@@ -100,6 +102,8 @@ void expectDrive(const simulator::Drive& truth, const model::Drive& seen) {
   EXPECT_TRUE(seen.isListed);
   EXPECT_EQ(seen.isExposed, truth.exposed);
   EXPECT_EQ(seen.isMasked, !truth.exposed);
+  EXPECT_EQ(seen.wwid, truth.wwid);
+  EXPECT_EQ(seen.deviceType, truth.deviceType);
   if (!seen.hasRoom) return;
   ASSERT_TRUE(seen.identity.has_value());
   EXPECT_EQ(seen.identity->serial, withoutBlanks(truth.serial));
@@ -126,6 +130,7 @@ void expectController(const simulator::Controller& truth, const model::Controlle
   ASSERT_EQ(seen.volumes.size(), truth.volumes.size());
   for (size_t i = 0; i < truth.volumes.size(); ++i) expectVolume(truth.volumes[i], seen.volumes[i]);
   const std::vector<simulator::Drive> drives = listedDrives(truth);
+  EXPECT_EQ(seen.otherDevices.size(), truth.drives.size() - drives.size());
   ASSERT_EQ(seen.drives.size(), drives.size());
   for (size_t i = 0; i < drives.size(); ++i) expectDrive(drives[i], seen.drives[i]);
 }

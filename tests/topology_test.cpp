@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "simulator/simulated_host.h"
 
@@ -52,6 +53,33 @@ TEST_F(Topology, RefusesASingleValueThatIsWrongAndPartsThatContradictEachOther) 
   for (const char* kind : {"single values", "contradictions"}) {
     for (const json& mistake : mistakes(kind)) EXPECT_EQ(refusal(mistake.at("is")), mistake.at("says"));
   }
+}
+
+/// What real controllers report is no mistake.
+TEST_F(Topology, TakesWhatAControllerMayReport) {
+  const json patches[] = {
+      {{{"op", "replace"}, {"path", "/controllers/0/drives/1/bay"}, {"value", 1}}},
+      {{{"op", "replace"}, {"path", "/controllers/0/drives/1/serial"}, {"value", "D0"}}},
+      {{{"op", "replace"}, {"path", "/controllers/0/drives/1/serial"}, {"value", ""}},
+       {{"op", "replace"}, {"path", "/controllers/0/drives/1/port"}, {"value", ""}}},
+      {{{"op", "add"}, {"path", "/controllers/0/volumes/1/members"}, {"value", {"1:0", "1:1", "2:0", "1:0"}}},
+       {{"op", "remove"}, {"path", "/controllers/0/volumes/1/members/3"}},
+       {{"op", "replace"}, {"path", "/controllers/0/volumes/1/raidLevel"}, {"value", "RAID 5"}}},
+      {{{"op", "replace"}, {"path", "/controllers/0/volumes/0/members"}, {"value", json::array()}},
+       {{"op", "replace"}, {"path", "/controllers/0/volumes/0/raidLevel"}, {"value", "RAID 0"}}}};
+  for (const json& patch : patches) EXPECT_EQ(refusal(patch), "accepted");
+}
+
+TEST_F(Topology, DisksHaveTheOrderThatIsGivenAndThoseWithoutANodeAreNone) {
+  const json patch = {{{"op", "replace"}, {"path", "/controllers/0/volumes/0/device"}, {"value", ""}},
+                      {{"op", "add"}, {"path", "/diskOrder"}, {"value", {"boot", "disk2"}}},
+                      {{"op", "add"}, {"path", "/foreignDisks/0/pci"}, {"value", {{"bus", 7}}}}};
+  ASSERT_EQ(refusal(patch), "accepted");
+  std::vector<std::string> devices;
+  for (const simulator::HostDisk& disk : host->disks()) devices.push_back(disk.device);
+  EXPECT_EQ(devices, (std::vector<std::string>{"boot", "disk2", "vol1"}));
+  EXPECT_TRUE(host->disks()[0].pci.isPciDevice);
+  EXPECT_EQ(host->disks()[0].pci.bus, 7);
 }
 
 TEST_F(Topology, RefusesAFaultThatCouldNotHappen) {

@@ -18,6 +18,7 @@ namespace host {
 [[nodiscard]] std::unique_ptr<Command> makeInventoryCommand();
 [[nodiscard]] std::unique_ptr<Command> makeRecordCommand();
 [[nodiscard]] std::unique_ptr<Command> makeMetricsCommand();
+[[nodiscard]] std::unique_ptr<Command> makeTopologyCommand();
 [[nodiscard]] std::unique_ptr<Command> makeTraceCommand();
 [[nodiscard]] std::unique_ptr<Command> makePluginCommand();
 [[nodiscard]] std::unique_ptr<Command> makeCheckCommand();

@@ -8,6 +8,7 @@
 #include "host/disks/known_names.h"
 #include "host/disks/opened_disk.h"
 #include "host/output/text.h"
+#include "host/waiting/progress.h"
 #include <dmu/plugin.h>
 
 namespace host {
@@ -57,6 +58,7 @@ void askController(Session& session, const std::string& hba) {
   nothing.hba = hba;
   nothing.channel = UINT32_MAX;
   nothing.driver = kDmuDriver;
+  nothing.device = hba + ":" + addressOf(nothing);  // without a node
   const DeviceHandle handle = openHandle(session.plugin(), nothing);
   if (handle.get() != nullptr) (void)deviceInformation(handle);
 }
@@ -96,7 +98,11 @@ class RecordCommand final : public Command {
     session.commands().holdBackWrites();
     session.record(file_, disks);
     Json devices = Json::array();
-    for (const HostDisk& disk : disks) devices.push_back(toJson(askEverything(session, disk)));
+    Activity activity(disks.size(), "disks");
+    for (const HostDisk& disk : disks) {
+      devices.push_back(toJson(askEverything(session, disk)));
+      activity.advance();
+    }
     if (words_.empty()) askOtherControllers(session, disks);
     Json hbas = Json::array();
     for (const auto& [hba, controller] : session.controllers().all()) hbas.push_back(hba);

@@ -38,7 +38,7 @@ std::optional<std::string> stateName(const DiskRecord& record) {
   return "degraded: " + std::to_string(*record.missing) + " of " + orUnknown(record.members) + " missing";
 }
 
-static Json toJson(const simulator::PciIdentity& pci) {
+Json toJson(const simulator::PciIdentity& pci) {
   return {{"isPciDevice", pci.isPciDevice},
           {"segment", pci.segment},
           {"bus", pci.bus},

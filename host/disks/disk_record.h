@@ -42,6 +42,9 @@ struct DiskRecord {
 /// "ok", or "degraded: 1 of 4 missing"; nothing for a disk, or where it is not known.
 [[nodiscard]] std::optional<std::string> stateName(const DiskRecord& record);
 
+/// The keys of "pci".
+[[nodiscard]] Json toJson(const simulator::PciIdentity& pci);
+
 /// A disk's keys, as an inventory has them.
 [[nodiscard]] Json toJson(const HostDisk& disk);
 

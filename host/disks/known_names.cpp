@@ -19,12 +19,14 @@ std::vector<std::string> namesOf(const std::vector<HostDisk>& disks) {
 /// Serial numbers and places, which a topology tells of the disks that the host sees.
 std::vector<std::string> furtherNamesOf(const simulator::Topology& topology) {
   std::vector<std::string> names;
-  const auto addSerial = [&](const std::string& serial) { names.push_back(std::string(kSerialPrefix) + serial); };
+  const auto addSerial = [&](const std::string& serial) {
+    if (!serial.empty()) names.push_back(std::string(kSerialPrefix) + serial);
+  };
   for (const simulator::Controller& controller : topology.controllers) {
     for (const simulator::Volume& volume : controller.volumes) addSerial(volume.serial);
     for (const simulator::Drive& drive : controller.drives) {
       if (!drive.exposed) continue;
-      addSerial(drive.serial);
+      addSerial(drive.nodeSerial.value_or(drive.serial));
       names.push_back(std::string(kBayPrefix) + drive.port + ":" + std::to_string(drive.box) + ":" +
                       std::to_string(drive.bay));
     }

@@ -72,15 +72,24 @@ void readVolumes(Reply reply, Controller& controller) {
 
 void readDrives(Reply reply, Controller& controller) {
   controller.drives.clear();
+  controller.otherDevices.clear();
+  const auto header = recordAt<wire::ReportHeader>(reply);
+  if (header) controller.driveReportFormat = header->format;
   for (size_t i = 0; i < entriesIn(reply, sizeof(wire::ExtendedReportEntry)); ++i) {
     const auto entry =
         recordAt<wire::ExtendedReportEntry>(reply, sizeof(wire::ReportHeader) + i * sizeof(wire::ExtendedReportEntry));
-    const bool isExtended = recordAt<wire::ReportHeader>(reply)->format == wire::kExtendedReport;
-    if (isExtended && entry->deviceType > kLastDriveType) continue;
     Drive drive;
+    drive.word = entry->address.word;
+    drive.place = static_cast<uint32_t>(i);
+    drive.deviceType = entry->deviceType;
+    std::copy(std::begin(entry->wwid), std::end(entry->wwid), drive.wwid.begin());
     drive.index = ((entry->address.bus & 0x3Fu) - 1) * 256 + entry->address.target;
     drive.isExposed = (entry->address.word & wire::kMaskedKind) == 0;
     drive.isMasked = (entry->address.word & wire::kMaskedKind) == wire::kMaskedKind;
+    if (header->format == wire::kExtendedReport && entry->deviceType > kLastDriveType) {
+      controller.otherDevices.push_back(std::move(drive));
+      continue;
+    }
     drive.hasRoom = controller.volumes.size() + controller.drives.size() < kMostDevices;
     controller.drives.push_back(std::move(drive));
   }
@@ -112,7 +121,10 @@ void readVolume(Reply reply, uint32_t argument, Controller& controller) {
   const auto identity = recordAt<wire::IdentifyLogicalDevice>(reply);
   if (!identity) return;
   forVolumes(controller, argument, [&](Volume& volume) {
+    volume.isIdentified = true;
     volume.label = textOf(identity->label);
+    volume.externalBoxId = identity->externalBoxId;
+    volume.logicalDriveId = identity->logicalDriveId;
     std::copy(std::begin(identity->uniqueVolumeId), std::end(identity->uniqueVolumeId), volume.uniqueId.begin());
   });
 }
@@ -124,6 +136,9 @@ void readMembers(Reply reply, uint32_t argument, Controller& controller) {
     volume.memberCount = sense->memberDrives;
     volume.faultTolerance = sense->faultTolerance;
     volume.members = membersIn(reply, *sense, controller);
+    volume.membersAt = sense->membersAt;
+    volume.maxPhysicalDevices = sense->maxPhysicalDevices;
+    volume.maxDrivesPerLogicalUnit = sense->maxDrivesPerLogicalUnit;
   });
 }
 
@@ -142,6 +157,21 @@ void readDrive(Reply reply, uint32_t argument, Controller& controller) {
     isKnown = true;
   }
   if (!isKnown) controller.drives.push_back({.index = argument, .isListed = false, .hasRoom = false, .identity = read});
+}
+
+void readCaches(Reply reply, Controller& controller) {
+  const auto caches = recordAt<wire::CacheConfiguration>(reply);
+  if (!caches) return;
+  controller.volumesCacheOff.emplace();
+  for (uint32_t number = 0; number < caches->maxLogicalDrives; ++number) {
+    const size_t byte = caches->cacheOffAt + number / 8u;
+    if (byte < reply.size() && (reply[byte] >> number % 8 & 1) != 0) controller.volumesCacheOff->insert(number);
+  }
+}
+
+void readParameters(Reply reply, Controller& controller) {
+  const auto parameters = recordAt<wire::ControllerParameters>(reply);
+  if (parameters) controller.driveCacheOn = (parameters->driveConfigFlags & 1) != 0;
 }
 
 }  // namespace
@@ -172,6 +202,10 @@ void Controllers::see(const InterceptedCommand& command) {
       return readDrives(command.data, controller);
     case Opcode::identifyPhysicalDevice:
       return readDrive(command.data, argument, controller);
+    case Opcode::senseCacheConfiguration:
+      return readCaches(command.data, controller);
+    case Opcode::senseControllerParameters:
+      return readParameters(command.data, controller);
     default:
       return;
   }

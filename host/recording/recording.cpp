@@ -26,19 +26,7 @@ std::optional<nlohmann::json> parseLine(const std::string& line, Source& source)
   return std::nullopt;
 }
 
-}  // namespace
-
-Recording::Recording(std::string file) : file_(std::move(file)) {
-  std::string error;
-  const auto content = input::readFile(file_, error);
-  if (!content) throw Refusal(file_ + ": cannot be read: " + error);
-  if (content->empty()) throw Refusal(file_ + ": not a recording: it is empty");
-  Source source{input::Mistakes(file_)};
-  readLines(*content, source);
-  if (!source.mistakes.none()) throw Refusal(source.mistakes.text());
-}
-
-void Recording::readLines(const std::string& content, Source& source) {
+void readLines(const std::string& content, Source& source, RecordedCalls& recorded) {
   bool hasEnded = false;
   size_t number = 0;
   size_t end = 0;
@@ -49,17 +37,39 @@ void Recording::readLines(const std::string& content, Source& source) {
     if (end == std::string::npos) return source.mistakes.add("the recording is cut in this line");
     const auto line = parseLine(content.substr(begin, end - begin), source);
     if (number == 1) {
-      if (line) repeats_ = readFirstLine(*line, source);
+      if (line) recorded.repeats = readFirstLine(*line, source);
       if (!source.mistakes.none()) return;  // whatever it is, it is no recording that this program knows
     } else if (line && isLastLine(*line)) {
       hasEnded = true;
     } else if (auto call = line ? readCall(*line, source) : std::nullopt) {
-      std::visit([&]<typename Call>(Call& one) { answersTo<Call>(one.request).all.push_back(std::move(one.answer)); },
-                 *call);
+      recorded.calls.push_back(*std::move(call));
     }
   }
   source.mistakes.enterLine(number + 1);
   if (!hasEnded) source.mistakes.add(R"(the recording is cut: its last line, {"end":true}, is missing)");
+}
+
+}  // namespace
+
+RecordedCalls readRecording(const std::string& file) {
+  std::string error;
+  const auto content = input::readFile(file, error);
+  if (!content) throw Refusal(file + ": cannot be read: " + error);
+  if (content->empty()) throw Refusal(file + ": not a recording: it is empty");
+  Source source{input::Mistakes(file)};
+  RecordedCalls recorded;
+  readLines(*content, source, recorded);
+  if (!source.mistakes.none()) throw Refusal(source.mistakes.text());
+  return recorded;
+}
+
+Recording::Recording(std::string file) : file_(std::move(file)) {
+  RecordedCalls recorded = readRecording(file_);
+  repeats_ = recorded.repeats;
+  for (AnyCall& call : recorded.calls) {
+    std::visit([&]<typename Call>(Call& one) { answersTo<Call>(one.request).all.push_back(std::move(one.answer)); },
+               call);
+  }
 }
 
 }  // namespace host::recording

@@ -12,6 +12,16 @@
 
 namespace host::recording {
 
+/// The calls of a recording, in their order.
+struct RecordedCalls {
+  bool repeats = false;  ///< as for firstLine
+  std::vector<AnyCall> calls;
+};
+
+/// Reads and checks a whole recording.
+/// @throws Refusal  "FILE: line N: POINTER: REASON", a line for each mistake
+[[nodiscard]] RecordedCalls readRecording(const std::string& file);
+
 /// The answers to one request.
 template <typename Answer>
 struct Answers {
@@ -21,8 +31,7 @@ struct Answers {
 
 class Recording {
  public:
-  /// Reads and checks a whole recording.
-  /// @throws Refusal  "FILE: line N: POINTER: REASON", a line for each mistake
+  /// @throws Refusal  as readRecording
   explicit Recording(std::string file);
 
   /// @return valid as long as this object
@@ -48,8 +57,6 @@ class Recording {
   };
   template <typename... Calls>
   static std::tuple<ByRequest<Calls>...> allOf(const std::variant<Calls...>& call);
-
-  void readLines(const std::string& content, Source& source);
 
   std::string file_;
   bool repeats_ = false;

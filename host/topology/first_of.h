@@ -1,0 +1,15 @@
+// Looks something up in a list.
+#pragma once
+
+#include <algorithm>
+
+namespace host::topology {
+
+/// @return the first item that fits; null when none does
+template <typename Items, typename Fits>
+[[nodiscard]] auto* firstOf(Items& items, Fits fits) {
+  const auto found = std::find_if(items.begin(), items.end(), fits);
+  return found == items.end() ? nullptr : &*found;
+}
+
+}  // namespace host::topology

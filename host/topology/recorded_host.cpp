@@ -1,0 +1,221 @@
+// Goes through the calls of a recording.
+#include "host/topology/recorded_host.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "host/model/controllers.h"
+
+namespace host::topology {
+namespace {
+
+using simulator::FaultAction;
+using simulator::Opcode;
+
+constexpr uint8_t kSerialNumberInquiry[] = {0x12, 0x01, 0x80};  // the beginning of its CDB
+constexpr size_t kPageHeader = 4;
+constexpr size_t kLongestSerial = 60;
+constexpr int kCommandNotFound = 127;  // the exit status of a shell
+
+void fillVolume(model::Volume& known, const model::Volume& later) {
+  if (!known.isIdentified && later.isIdentified) {
+    known.isIdentified = true;
+    known.label = later.label;
+    known.externalBoxId = later.externalBoxId;
+    known.logicalDriveId = later.logicalDriveId;
+    known.uniqueId = later.uniqueId;
+  }
+  if (!known.memberCount && later.memberCount) {
+    known.memberCount = later.memberCount;
+    known.faultTolerance = later.faultTolerance;
+    known.members = later.members;
+    known.membersAt = later.membersAt;
+    known.maxPhysicalDevices = later.maxPhysicalDevices;
+    known.maxDrivesPerLogicalUnit = later.maxDrivesPerLogicalUnit;
+  }
+}
+
+bool hasListedDrives(const model::Controller& controller) {
+  return std::any_of(controller.drives.begin(), controller.drives.end(),
+                     [](const model::Drive& drive) { return drive.isListed; });
+}
+
+/// Adds what a later snapshot tells of the controller and the earlier ones do not.
+void fill(model::Controller& known, const model::Controller& later) {
+  if (known.volumes.empty()) known.volumes = later.volumes;
+  for (model::Volume& volume : known.volumes) {
+    for (const model::Volume& same : later.volumes) {
+      if (same.word == volume.word) fillVolume(volume, same);
+    }
+  }
+  if (!hasListedDrives(known) && hasListedDrives(later)) {
+    known.drives = later.drives;
+    known.otherDevices = later.otherDevices;
+    known.driveReportFormat = later.driveReportFormat;
+  }
+  for (model::Drive& drive : known.drives) {
+    const model::Drive* same = later.drive(drive.index);
+    if (!drive.identity && same != nullptr) drive.identity = same->identity;
+  }
+  for (const model::Drive& drive : later.drives) {
+    if (!drive.isListed && known.drive(drive.index) == nullptr) known.drives.push_back(drive);
+  }
+  if (!known.driveCacheOn) known.driveCacheOn = later.driveCacheOn;
+  if (!known.volumesCacheOff) known.volumesCacheOff = later.volumesCacheOff;
+}
+
+/// A failed call, or its driver's status.
+std::optional<Failure> failureWith(int32_t result, uint32_t status) {
+  if (result != 0) return Failure{FaultAction::error, static_cast<uint32_t>(result), {}};
+  if (status != 0) return Failure{FaultAction::driverStatus, status, {}};
+  return std::nullopt;
+}
+
+class Reader {
+ public:
+  void take(const recording::OpenChannel& call) {
+    host_.calls.add({"init", "", {}, ""}, failureWith(static_cast<int32_t>(call.answer.result), 0));
+  }
+
+  void take(const recording::Query& call) {
+    const auto failure = failureWith(call.answer.result, call.answer.status);
+    host_.calls.add({"query", "", {}, ""}, failure);
+    if (failure || !hbas_.empty()) return;
+    simulator::wire::InstanceList list{};
+    std::memcpy(&list, call.answer.instances.data(), sizeof(list));
+    for (uint32_t number = 0; number < simulator::wire::kInstances; ++number) {
+      const simulator::wire::InstanceEntry& entry = list.entries[number];
+      if (entry.id == simulator::wire::kUnusedInstance) continue;
+      hbas_[number] = {entry.name, strnlen(entry.name, sizeof(entry.name))};
+      host_.hbas.push_back(hbas_[number]);
+    }
+  }
+
+  void take(const recording::Command& call) {
+    InterceptedCommand command;
+    std::memcpy(&command.record, call.request.record.data(), recording::kRecordSize);
+    command.command = simulator::decodeCommand(command.record);
+    const auto hba = hbas_.find(call.request.controller);
+    if (!command.command || hba == hbas_.end()) return;
+    command.instance = call.request.controller;
+    command.hba = hba->second;
+    command.data = command.command->layout->toController ? call.request.data : call.answer.data;
+    command.result = call.answer.result;
+    command.driverStatus = call.answer.status;
+    see(command);
+  }
+
+  void take(const recording::OpenNode& call) {
+    host_.calls.add({"open", "", {}, call.request.device}, failureWith(call.answer.error, 0));
+  }
+
+  void take(const recording::NodeRequest& call) {
+    host_.calls.add({"ioctl", "", {}, call.request.device}, failureOf(call));
+  }
+
+  void take(const recording::Run& call) {
+    const std::string& text = call.answer.output;
+    const bool isOem = text.find("oem") != std::string::npos || text.find("OEM") != std::string::npos;
+    host_.isOemDriver = host_.isOemDriver || isOem;
+    runs_.push_back(call.answer);
+  }
+
+  void take(const recording::Disks& call) {
+    if (!host_.disks) host_.disks = call.answer.disks;
+  }
+
+  void take(const recording::CloseChannel& /*call*/) {}
+  void take(const recording::CloseNode& /*call*/) {}
+  void take(const recording::Clock& /*call*/) {}
+
+  RecordedHost finish() {
+    for (const recording::Run::Answer& run : runs_) host_.calls.add({"load", "", {}, ""}, failureOf(run));
+    for (const auto& [hba, snapshots] : snapshots_) {
+      model::Controller known = *snapshots.front().find(hba);
+      for (const model::Controllers& snapshot : snapshots) {
+        model::Controller later = *snapshot.find(hba);
+        fill(known, later);
+        fill(later, known);
+        if (later != known) host_.changed.insert(hba);
+      }
+      host_.controllers[hba] = std::move(known);
+    }
+    return std::move(host_);
+  }
+
+ private:
+  void see(const InterceptedCommand& command) {
+    const simulator::CommandLayout& layout = *command.command->layout;
+    const bool isAboutOne =
+        layout.argument == simulator::Argument::drive || layout.argument == simulator::Argument::volume;
+    const auto argument = isAboutOne ? std::optional(command.command->argument) : std::nullopt;
+    host_.calls.add({layout.name, command.hba, argument, ""}, failureWith(command.result, command.driverStatus));
+    if (!command.succeeded() || layout.toController) return;
+    std::vector<model::Controllers>& snapshots = snapshots_[command.hba];
+    if (snapshots.empty() || layout.opcode == Opcode::identifyController) snapshots.emplace_back();
+    snapshots.back().see(command);
+  }
+
+  /// A page that arrived whole tells the node's serial number.
+  std::optional<Failure> failureOf(const recording::NodeRequest& call) {
+    const sg_io_hdr& header = call.answer.header;
+    const recording::Bytes& page = call.answer.data;
+    if (call.answer.error != 0) return Failure{FaultAction::error, static_cast<uint32_t>(call.answer.error), {}};
+    for (const uint32_t status :
+         {uint32_t{header.driver_status}, uint32_t{header.host_status}, uint32_t{header.status}})
+      if (status != 0) return Failure{FaultAction::driverStatus, status, {}};
+    if (!std::equal(std::begin(kSerialNumberInquiry), std::end(kSerialNumberInquiry), call.request.cdb.begin(),
+                    call.request.cdb.begin() + std::min<std::ptrdiff_t>(3, std::ssize(call.request.cdb)))) {
+      return std::nullopt;
+    }
+    const auto size = static_cast<int64_t>(page.size());
+    const auto received = static_cast<size_t>(std::clamp<int64_t>(size - header.resid, 0, size));
+    const bool isPage = received >= kPageHeader && page[1] == kSerialNumberInquiry[2];
+    const size_t length = isPage ? std::min<size_t>(page[2] << 8 | page[3], kLongestSerial) : 0;
+    if (!isPage || received < kPageHeader + length) {
+      host_.cutSerials[call.request.device] = std::max(received, kPageHeader) - kPageHeader;
+      return Failure{FaultAction::length,
+                     static_cast<uint32_t>(received),
+                     {page.begin(), page.begin() + static_cast<std::ptrdiff_t>(received)}};
+    }
+    // As the plugin takes it: without the blanks before it, up to what no serial number has.
+    const auto end = page.begin() + static_cast<std::ptrdiff_t>(kPageHeader + length);
+    const auto first = std::find_if(page.begin() + kPageHeader, end, [](uint8_t byte) { return byte != ' '; });
+    const auto last = std::find_if(first, end, [](uint8_t byte) { return byte < 0x21 || byte > 0x7E; });
+    const std::string serial(first, last);
+    if (host_.serials.emplace(call.request.device, serial).first->second != serial) {
+      host_.changed.insert(call.request.device);
+    }
+    return std::nullopt;
+  }
+
+  /// Of an OEM driver, what does not say so has been cut.
+  [[nodiscard]] std::optional<Failure> failureOf(const recording::Run::Answer& run) const {
+    const int exitStatus = run.status >> 8 & 0xFF;
+    if (run.error != 0 || exitStatus == kCommandNotFound) return Failure{FaultAction::missing, 1, {}};
+    const bool isOem = run.output.find("oem") != std::string::npos || run.output.find("OEM") != std::string::npos;
+    if (isOem || !host_.isOemDriver) {
+      return run.output.empty() && exitStatus != 0
+                 ? std::optional(Failure{FaultAction::error, static_cast<uint32_t>(exitStatus), {}})
+                 : std::nullopt;
+    }
+    return Failure{FaultAction::length, 0, {}};
+  }
+
+  RecordedHost host_;
+  std::map<uint32_t, std::string> hbas_;                              // by number, as the driver listed them first
+  std::map<std::string, std::vector<model::Controllers>> snapshots_;  // by HBA
+  std::vector<recording::Run::Answer> runs_;
+};
+
+}  // namespace
+
+RecordedHost hostOf(const recording::RecordedCalls& recorded) {
+  Reader reader;
+  for (const recording::AnyCall& call : recorded.calls) {
+    std::visit([&](const auto& one) { reader.take(one); }, call);
+  }
+  return reader.finish();
+}
+
+}  // namespace host::topology
