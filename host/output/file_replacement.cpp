@@ -42,12 +42,16 @@ class TemporaryFile {
   explicit TemporaryFile(const std::string& target)
       : name_(target + ".XXXXXX"), descriptor_(mkostemp(name_.data(), O_CLOEXEC)) {}
   ~TemporaryFile() {
-    if (descriptor_.number() >= 0) unlink(name_.c_str());
+    if (descriptor_.number() >= 0 && !name_.empty()) unlink(name_.c_str());
   }
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
   [[nodiscard]] int number() const { return descriptor_.number(); }
-  [[nodiscard]] bool rename(const std::string& target) const { return std::rename(name_.c_str(), target.c_str()) == 0; }
+  [[nodiscard]] bool rename(const std::string& target) {
+    if (std::rename(name_.c_str(), target.c_str()) != 0) return false;
+    name_.clear();
+    return true;
+  }
 
  private:
   std::string name_;
@@ -87,7 +91,7 @@ void replaceFile(const std::string& file, const std::string& text) {
   }
   if (older && access(file.c_str(), W_OK) != 0) refuseToWrite(file, errno);
   const std::string target = simulator::behindLinks(file);
-  const TemporaryFile beside(target);
+  TemporaryFile beside(target);
   if (beside.number() < 0) refuseToWrite(file, errno);
   setRights(beside.number(), older);
   const bool isWritten = writeWhole(beside.number(), text) && fsync(beside.number()) == 0 && beside.rename(target);

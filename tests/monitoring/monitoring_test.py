@@ -194,6 +194,8 @@ def main():
                  if line.startswith("    ") and "dmu_drive" in line]
         expect("queries in docs/monitoring.md", len(shown), 2)
         check_queries(served, {f"count({query})": {"{}": 3} for query in shown})
+        check_served("degraded, as the example has it", degraded(), folder, serve,
+                     {"DmuMemberMissing": 1, "DmuDriveCloseToMaximum": 1})
         warm = check_served("degraded, a drive warm and one too warm", degraded(A0=61), folder, serve,
                             {"DmuMemberMissing": 1, "DmuDriveCloseToMaximum": 1, "DmuDriveAboveMaximum": 1})
         whole = degraded(A1=40)
