@@ -1,0 +1,203 @@
+// The entry point, and the descriptor's functions: each holds its call against the rules and passes it on.
+#include <cerrno>
+#include <cstdio>
+#include <pthread.h>
+
+#include "host_check/handles.h"
+#include "host_check/kernel_memory.h"
+#include "host_check/lifetime.h"
+#include "host_check/places.h"
+#include "host_check/real_plugin.h"
+#include "host_check/report.h"
+
+namespace hostcheck {
+namespace {
+
+constexpr size_t kNameSize = 64;  // what a report shows of a name
+constexpr int32_t kFailed = -1;
+
+/// The host finds errno as it left it.
+struct KeptErrno {
+  KeptErrno() = default;
+  ~KeptErrno() { errno = value; }
+  KeptErrno(const KeptErrno&) = delete;
+  KeptErrno& operator=(const KeptErrno&) = delete;
+  int value = errno;
+};
+
+/// Whether an argument can be what it is meant for; a null is noted and left to the real plugin, which answers it.
+/// @param access  what the kernel said of its memory
+bool isSound(const Call& call, const Subject& subject, const void* argument, Access access) {
+  if (argument == nullptr) noteLocked(Rule::argumentNull, call, subject);
+  if (argument == nullptr || access != Access::badAddress) return true;
+  noteLocked(Rule::argumentBadAddress, call, subject);
+  return false;
+}
+
+bool isRoom(const Call& call, const Subject& subject, const void* argument, size_t size) {
+  const Access access = argument == nullptr ? Access::done : isWritable(reinterpret_cast<uintptr_t>(argument), size);
+  return isSound(call, subject, argument, access);
+}
+
+/// A name of an open, which may be null.
+bool readName(const Call& call, const char* argument, const char* name, char (&copy)[kNameSize]) {
+  return name == nullptr || isSound(call, {.detail = argument}, name, readText(name, copy, sizeof(copy)));
+}
+
+/// What the two open functions have in common.
+/// @param send  opens with the real plugin: called with where its handle goes
+template <typename Send>
+int32_t checkedOpen(const Call& call, const char* hba, uint32_t channel, uint32_t target, uint32_t lun,
+                    const char* driver, const char* devName, CtrlDevInfo** out, Send send) {
+  char hbaCopy[kNameSize] = "", driverCopy[kNameSize] = "", devNameCopy[kNameSize] = "";
+  if (driver == nullptr) noteLocked(Rule::argumentNull, call, {.detail = "driver"});
+  const bool isSoundCall = readName(call, "hba", hba, hbaCopy) & readName(call, "driver", driver, driverCopy) &
+                           readName(call, "devName", devName, devNameCopy) &
+                           isRoom(call, {.detail = "out"}, out, sizeof(*out));
+  if (!isSoundCall) return kFailed;
+  CtrlDevInfo* real = nullptr;
+  const int32_t result = send(out == nullptr ? nullptr : &real);
+  if (result != 0 || real == nullptr) return result;
+
+  char disk[3 * kNameSize];
+  std::snprintf(disk, sizeof(disk), "%s %u:%u:%u%s%s", hbaCopy, channel, target, lun, *devNameCopy == '\0' ? "" : " ",
+                devNameCopy);
+  Handle* const handle = addHandle(real, disk, call);
+  if (handle == nullptr) {
+    realPlugin().closeDevice(real);
+    return kFailed;
+  }
+  *out = handle->forHost();
+  return result;
+}
+
+int32_t openDevice(const char* hba, uint32_t channel, uint32_t target, uint32_t lun, const char* driver,
+                   uint8_t isPciDevice, uint16_t segment, uint8_t busId, uint8_t slotId, uint8_t functionId,
+                   uint16_t vendorId, uint16_t subVendorId, uint16_t deviceId, uint16_t subDeviceId, uint8_t reserved,
+                   uint32_t physicalSlot, CtrlDevInfo** out) {
+  const KeptErrno kept;
+  countCall();
+  const Call call{"openDevice", callBefore(__builtin_return_address(0))};
+  return checkedOpen(call, hba, channel, target, lun, driver, nullptr, out, [&](CtrlDevInfo** real) {
+    return realPlugin().openDevice(hba, channel, target, lun, driver, isPciDevice, segment, busId, slotId, functionId,
+                                   vendorId, subVendorId, deviceId, subDeviceId, reserved, physicalSlot, real);
+  });
+}
+
+int32_t openDeviceV2(const DmuDeviceOpenInfo* info, CtrlDevInfo** out) {
+  const KeptErrno kept;
+  countCall();
+  const Call call{"openDeviceV2", callBefore(__builtin_return_address(0))};
+  DmuDeviceOpenInfo copy{};
+  const Access access =
+      info == nullptr ? Access::done : readMemory(reinterpret_cast<uintptr_t>(info), &copy, sizeof(copy));
+  if (!isSound(call, {.detail = "info"}, info, access)) return kFailed;
+  if (info == nullptr || access == Access::unknown) return realPlugin().openDeviceV2(info, out);
+  return checkedOpen(call, copy.hba, copy.channel, copy.target, copy.lun, copy.driver, copy.devName, out,
+                     [&](CtrlDevInfo** real) { return realPlugin().openDeviceV2(info, real); });
+}
+
+void closeDevice(CtrlDevInfo* handle) {
+  const KeptErrno kept;
+  countCall();
+  if (handle == nullptr) return realPlugin().closeDevice(nullptr);
+  closeHandle({"closeDevice", callBefore(__builtin_return_address(0))}, handle);
+}
+
+/// What the six operations have in common.
+/// @param send  calls the real plugin: called with its handle
+template <typename Send>
+int32_t checkedOperation(const Call& call, CtrlDevInfo* handle, Send send) {
+  const Operation operation(call, handle);
+  return operation.maySend() ? send(operation.real()) : kFailed;
+}
+
+int32_t getDeviceInfo(CtrlDevInfo* handle, DmuDeviceInfo* deviceInfo, std::string& error) {
+  const KeptErrno kept;
+  countCall();
+  const Call call{"getDeviceInfo", callBefore(__builtin_return_address(0))};
+  if (!isRoom(call, {.handle = handle, .detail = "deviceInfo"}, deviceInfo, sizeof(*deviceInfo))) return kFailed;
+  return checkedOperation(call, handle,
+                          [&](CtrlDevInfo* real) { return realPlugin().getDeviceInfo(real, deviceInfo, error); });
+}
+
+int32_t setDriveLEDState(CtrlDevInfo* handle, uint32_t state, uint16_t seconds, std::string& error) {
+  const KeptErrno kept;
+  countCall();
+  const Call call{"setDriveLEDState", callBefore(__builtin_return_address(0))};
+  return checkedOperation(
+      call, handle, [&](CtrlDevInfo* real) { return realPlugin().setDriveLEDState(real, state, seconds, error); });
+}
+
+int32_t cacheOn(CtrlDevInfo* handle, std::string& error) {
+  const KeptErrno kept;
+  countCall();
+  const Call call{"cacheOn", callBefore(__builtin_return_address(0))};
+  return checkedOperation(call, handle, [&](CtrlDevInfo* real) { return realPlugin().cacheOn(real, error); });
+}
+
+int32_t cacheOff(CtrlDevInfo* handle, std::string& error) {
+  const KeptErrno kept;
+  countCall();
+  const Call call{"cacheOff", callBefore(__builtin_return_address(0))};
+  return checkedOperation(call, handle, [&](CtrlDevInfo* real) { return realPlugin().cacheOff(real, error); });
+}
+
+int32_t getDeviceTemperature(CtrlDevInfo* handle, DriveTemperature* temperatures, int32_t count, std::string& error) {
+  const KeptErrno kept;
+  countCall();
+  const Call call{"getDeviceTemperature", callBefore(__builtin_return_address(0))};
+  if (!isRoom(call, {.handle = handle, .detail = "temperatures"}, temperatures, 0)) return kFailed;
+  return checkedOperation(call, handle, [&](CtrlDevInfo* real) {
+    return realPlugin().getDeviceTemperature(real, temperatures, count, error);
+  });
+}
+
+int32_t getDeviceLocation(CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
+  const KeptErrno kept;
+  countCall();
+  const Call call{"getDeviceLocation", callBefore(__builtin_return_address(0))};
+  if (!isRoom(call, {.handle = handle, .detail = "locations"}, locations, 0)) return kFailed;
+  return checkedOperation(
+      call, handle, [&](CtrlDevInfo* real) { return realPlugin().getDeviceLocation(real, locations, count, error); });
+}
+
+DmuPluginDescriptor checkedDescriptor;
+DmuPluginInitFunction realEntry = nullptr;
+pthread_once_t once = PTHREAD_ONCE_INIT;
+
+/// A function that the real plugin lacks is lacking here too.
+template <typename Function>
+Function unlessNull(Function real, Function checked) {
+  return real == nullptr ? nullptr : checked;
+}
+
+void begin() {
+  beginToCheck();
+  realEntry = loadRealPlugin();
+  const DmuPluginDescriptor* const real = realEntry == nullptr ? nullptr : realEntry();
+  if (real == nullptr) return;
+  useRealPlugin(real);
+  checkedDescriptor.version = real->version;
+  checkedDescriptor.name = real->name;
+  checkedDescriptor.openDevice = unlessNull(real->openDevice, &openDevice);
+  checkedDescriptor.closeDevice = unlessNull(real->closeDevice, &closeDevice);
+  checkedDescriptor.operationCount = real->operationCount;
+  checkedDescriptor.getDeviceInfo = unlessNull(real->getDeviceInfo, &getDeviceInfo);
+  checkedDescriptor.setDriveLEDState = unlessNull(real->setDriveLEDState, &setDriveLEDState);
+  checkedDescriptor.cacheOn = unlessNull(real->cacheOn, &cacheOn);
+  checkedDescriptor.cacheOff = unlessNull(real->cacheOff, &cacheOff);
+  checkedDescriptor.getDeviceTemperature = unlessNull(real->getDeviceTemperature, &getDeviceTemperature);
+  checkedDescriptor.getDeviceLocation = unlessNull(real->getDeviceLocation, &getDeviceLocation);
+  checkedDescriptor.openDeviceV2 = unlessNull(real->openDeviceV2, &openDeviceV2);
+}
+
+}  // namespace
+}  // namespace hostcheck
+
+DmuPluginDescriptor* DmuPluginInit() {
+  const hostcheck::KeptErrno kept;
+  pthread_once(&hostcheck::once, hostcheck::begin);
+  const bool isThere = hostcheck::realEntry != nullptr && hostcheck::realEntry() != nullptr;
+  return isThere ? &hostcheck::checkedDescriptor : nullptr;
+}

@@ -1,0 +1,159 @@
+// Keeps the handles and the operations on them, and holds both against the rules.
+#include "host_check/handles.h"
+
+#include <cstring>
+
+#include "host_check/arena.h"
+#include "host_check/real_plugin.h"
+#include "host_check/report.h"
+
+namespace hostcheck {
+namespace {
+
+constexpr uint32_t kHandlesInSlab = 128;
+
+struct Slab {
+  Handle handles[kHandlesInSlab];
+  uint32_t used;
+  Slab* older;
+};
+
+/// The disks that were opened, each once.
+struct Disk {
+  const char* name;
+  Disk* next;
+};
+
+Slab* newestSlab = nullptr;
+Disk* disks = nullptr;
+Operation* operations = nullptr;
+
+const char* keepDisk(const char* name) {
+  for (const Disk* disk = disks; disk != nullptr; disk = disk->next) {
+    if (std::strcmp(disk->name, name) == 0) return disk->name;
+  }
+  Disk* const disk = keepNew<Disk>(keepText(name), disks);
+  if (disk == nullptr) return "";
+  disks = disk;
+  return disk->name;
+}
+
+/// The handle at an address that the host gave; null when none is there. Nothing is read from the address.
+Handle* findHandle(const CtrlDevInfo* given) {
+  const auto address = reinterpret_cast<uintptr_t>(given);
+  for (Slab* slab = newestSlab; slab != nullptr; slab = slab->older) {
+    const uintptr_t offset = address - reinterpret_cast<uintptr_t>(slab->handles);
+    if (offset < slab->used * sizeof(Handle)) {
+      return offset % sizeof(Handle) == 0 ? slab->handles + offset / sizeof(Handle) : nullptr;
+    }
+  }
+  return nullptr;
+}
+
+template <typename Visit>
+void forEachHandle(Visit visit) {
+  for (Slab* slab = newestSlab; slab != nullptr; slab = slab->older) {
+    for (uint32_t index = 0; index < slab->used; ++index) visit(slab->handles[index]);
+  }
+}
+
+}  // namespace
+
+Handle* addHandle(CtrlDevInfo* real, const char* disk, const Call& opening) {
+  const Guard guard;
+  if (newestSlab == nullptr || newestSlab->used == kHandlesInSlab) {
+    Slab* const slab = keepNew<Slab>();
+    if (slab == nullptr) return nullptr;
+    slab->older = newestSlab;
+    newestSlab = slab;
+  }
+  Handle& handle = newestSlab->handles[newestSlab->used++];
+  handle.real = real;
+  handle.disk = keepDisk(disk);
+  handle.openedAt = opening.at;
+  handle.isOpenedByV2 = std::strcmp(opening.name, "openDeviceV2") == 0;
+  return &handle;
+}
+
+void noteOpenHandles() {
+  forEachHandle([](Handle& handle) {
+    if (handle.closedAt == nullptr && !handle.isInherited) {
+      note(Rule::handleNeverClosed, handle.opening(), {.handle = handle.forHost(), .disk = handle.disk});
+    }
+  });
+}
+
+HandleCount countHandles() {
+  HandleCount count{};
+  forEachHandle([&](const Handle& handle) {
+    ++count.opened;
+    if (handle.closedAt == nullptr) ++count.open;
+  });
+  return count;
+}
+
+Operation::Operation(const Call& call, CtrlDevInfo* given) : call_(call) {
+  const Guard guard;
+  if (given == nullptr) {
+    note(Rule::argumentNull, call, {.detail = "handle"});
+    maySend_ = true;
+    return;
+  }
+  Handle* const handle = findHandle(given);
+  if (handle == nullptr) {
+    note(Rule::handleUnknown, call, {.handle = given});
+    return;
+  }
+  if (handle->closedAt != nullptr) {
+    note(Rule::handleUsedAfterClose, call, {.handle = given, .disk = handle->disk, .other = handle->closing()});
+    return;
+  }
+  handle_ = handle;
+  maySend_ = true;
+  ++handle->operations;
+  next_ = operations;
+  if (next_ != nullptr) next_->previous_ = this;
+  operations = this;
+}
+
+Operation::~Operation() {
+  if (handle_ == nullptr) return;
+  bool isLastOfClosed = false;
+  {
+    const Guard guard;
+    (previous_ == nullptr ? operations : previous_->next_) = next_;
+    if (next_ != nullptr) next_->previous_ = previous_;
+    isLastOfClosed = --handle_->operations == 0 && handle_->closedAt != nullptr;
+  }
+  if (isLastOfClosed) realPlugin().closeDevice(handle_->real);
+}
+
+const Operation* Operation::findOn(const Handle* handle) {
+  const Operation* operation = operations;
+  while (operation != nullptr && operation->handle_ != handle) operation = operation->next_;
+  return operation;
+}
+
+void closeHandle(const Call& call, CtrlDevInfo* given) {
+  Handle* handle = nullptr;
+  {
+    const Guard guard;
+    handle = findHandle(given);
+    if (handle == nullptr) {
+      note(Rule::handleUnknown, call, {.handle = given});
+      return;
+    }
+    if (handle->closedAt != nullptr) {
+      note(Rule::handleClosedTwice, call, {.handle = given, .disk = handle->disk, .other = handle->closing()});
+      return;
+    }
+    handle->closedAt = call.at;
+    if (const Operation* const running = Operation::findOn(handle)) {
+      note(Rule::handleClosedInUse, call, {.handle = given, .disk = handle->disk, .other = running->call()});
+      return;
+    }
+  }
+  realPlugin().closeDevice(handle->real);
+}
+
+}  // namespace hostcheck

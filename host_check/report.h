@@ -1,0 +1,58 @@
+// What was found: each place of the host that breaks a rule, once.
+#pragma once
+
+#include <cstdint>
+
+#include "host_check/places.h"
+#include "host_check/rules.h"
+#include <dmu/plugin.h>
+
+namespace hostcheck {
+
+/// What a finding is about, as far as it is known.
+struct Subject {
+  const CtrlDevInfo* handle = nullptr;  ///< as the host gave it
+  const char* disk = "";                ///< kept for good
+  Call other = {nullptr, nullptr};      ///< the call that this one collides with
+  const char* detail = "";              ///< copied: which argument, how much
+};
+
+struct Finding {
+  Rule rule;
+  Call call;
+  Subject subject;
+  const char* place;       ///< of the call
+  const char* otherPlace;  ///< of the call that it collides with; "" without one
+  uint32_t times;          ///< how often it happened there
+  Finding* next;
+};
+
+/// Notes that a call broke a rule. Needs the lock.
+void note(Rule rule, const Call& call, const Subject& subject);
+
+/// The same, for those who do not have the lock.
+void noteLocked(Rule rule, const Call& call, const Subject& subject);
+
+/// Counts a call of the host. Needs no lock.
+void countCall();
+
+/// All that a report tells.
+struct Summary {
+  const Finding* first;  ///< in the order in which they were found
+  uint32_t findings;
+  uint32_t calls;
+  uint32_t handlesOpened;
+  uint32_t handlesOpen;
+};
+
+/// Called when this library is loaded, while the host's folder and environment are what its user gave.
+void findReportFile();
+
+/// Writes the report: JSON into the file that DMU_CHECK_HOST_REPORT named, else text to standard error. Needs the lock.
+void writeReport();
+
+/// How each of the two is written (report_output.cpp).
+void writeText(int file, const Summary& summary);
+void writeJson(int file, const Summary& summary);
+
+}  // namespace hostcheck
