@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <pthread.h>
 
+#include "host_check/error_text.h"
 #include "host_check/handles.h"
 #include "host_check/kernel_memory.h"
 #include "host_check/lifetime.h"
@@ -51,8 +52,8 @@ int32_t checkedOpen(const Call& call, const char* hba, uint32_t channel, uint32_
                     const char* driver, const char* devName, CtrlDevInfo** out, Send send) {
   char hbaCopy[kNameSize] = "", driverCopy[kNameSize] = "", devNameCopy[kNameSize] = "";
   if (driver == nullptr) noteLocked(Rule::argumentNull, call, {.detail = "driver"});
-  const bool isSoundCall = readName(call, "hba", hba, hbaCopy) & readName(call, "driver", driver, driverCopy) &
-                           readName(call, "devName", devName, devNameCopy) &
+  const bool isSoundCall = readName(call, "hba", hba, hbaCopy) && readName(call, "driver", driver, driverCopy) &&
+                           readName(call, "devName", devName, devNameCopy) &&
                            isRoom(call, {.detail = "out"}, out, sizeof(*out));
   if (!isSoundCall) return kFailed;
   CtrlDevInfo* real = nullptr;
@@ -104,12 +105,33 @@ void closeDevice(CtrlDevInfo* handle) {
   closeHandle({"closeDevice", callBefore(__builtin_return_address(0))}, handle);
 }
 
+/// Whether the plugin can write an error text there.
+bool isErrorText(const Call& call, CtrlDevInfo* handle, std::string& error) {
+  // A reference is never null, says the language, so the compiler must not know that this was one.
+  auto address = reinterpret_cast<uintptr_t>(&error);
+  __asm__ volatile("" : "+r"(address));
+  switch (judgeErrorText(address)) {
+    case ErrorText::possible:
+      return true;
+    case ErrorText::noString:
+      noteLocked(Rule::errorNoString, call, {.handle = handle, .detail = "error"});
+      break;
+    case ErrorText::otherLayout:
+      noteLocked(Rule::errorOtherLayout, call,
+                 {.handle = handle,
+                  .detail = errorLayout()[0] == 'n' ? "a string of the old layout" : "a string of the new layout"});
+  }
+  return false;
+}
+
 /// What the six operations have in common.
-/// @param send  calls the real plugin: called with its handle
+/// @param error  looked at before anything is sent
+/// @param send   calls the real plugin: called with its handle
 template <typename Send>
-int32_t checkedOperation(const Call& call, CtrlDevInfo* handle, Send send) {
+int32_t checkedOperation(const Call& call, CtrlDevInfo* handle, std::string& error, Send send) {
   const Operation operation(call, handle);
-  return operation.maySend() ? send(operation.real()) : kFailed;
+  if (!operation.maySend() || !isErrorText(call, handle, error)) return kFailed;
+  return send(operation.real());
 }
 
 int32_t getDeviceInfo(CtrlDevInfo* handle, DmuDeviceInfo* deviceInfo, std::string& error) {
@@ -117,7 +139,7 @@ int32_t getDeviceInfo(CtrlDevInfo* handle, DmuDeviceInfo* deviceInfo, std::strin
   countCall();
   const Call call{"getDeviceInfo", callBefore(__builtin_return_address(0))};
   if (!isRoom(call, {.handle = handle, .detail = "deviceInfo"}, deviceInfo, sizeof(*deviceInfo))) return kFailed;
-  return checkedOperation(call, handle,
+  return checkedOperation(call, handle, error,
                           [&](CtrlDevInfo* real) { return realPlugin().getDeviceInfo(real, deviceInfo, error); });
 }
 
@@ -125,22 +147,23 @@ int32_t setDriveLEDState(CtrlDevInfo* handle, uint32_t state, uint16_t seconds, 
   const KeptErrno kept;
   countCall();
   const Call call{"setDriveLEDState", callBefore(__builtin_return_address(0))};
-  return checkedOperation(
-      call, handle, [&](CtrlDevInfo* real) { return realPlugin().setDriveLEDState(real, state, seconds, error); });
+  return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) {
+    return realPlugin().setDriveLEDState(real, state, seconds, error);
+  });
 }
 
 int32_t cacheOn(CtrlDevInfo* handle, std::string& error) {
   const KeptErrno kept;
   countCall();
   const Call call{"cacheOn", callBefore(__builtin_return_address(0))};
-  return checkedOperation(call, handle, [&](CtrlDevInfo* real) { return realPlugin().cacheOn(real, error); });
+  return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) { return realPlugin().cacheOn(real, error); });
 }
 
 int32_t cacheOff(CtrlDevInfo* handle, std::string& error) {
   const KeptErrno kept;
   countCall();
   const Call call{"cacheOff", callBefore(__builtin_return_address(0))};
-  return checkedOperation(call, handle, [&](CtrlDevInfo* real) { return realPlugin().cacheOff(real, error); });
+  return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) { return realPlugin().cacheOff(real, error); });
 }
 
 int32_t getDeviceTemperature(CtrlDevInfo* handle, DriveTemperature* temperatures, int32_t count, std::string& error) {
@@ -148,7 +171,7 @@ int32_t getDeviceTemperature(CtrlDevInfo* handle, DriveTemperature* temperatures
   countCall();
   const Call call{"getDeviceTemperature", callBefore(__builtin_return_address(0))};
   if (!isRoom(call, {.handle = handle, .detail = "temperatures"}, temperatures, 0)) return kFailed;
-  return checkedOperation(call, handle, [&](CtrlDevInfo* real) {
+  return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) {
     return realPlugin().getDeviceTemperature(real, temperatures, count, error);
   });
 }
@@ -158,8 +181,11 @@ int32_t getDeviceLocation(CtrlDevInfo* handle, char** locations, int32_t count, 
   countCall();
   const Call call{"getDeviceLocation", callBefore(__builtin_return_address(0))};
   if (!isRoom(call, {.handle = handle, .detail = "locations"}, locations, 0)) return kFailed;
-  return checkedOperation(
-      call, handle, [&](CtrlDevInfo* real) { return realPlugin().getDeviceLocation(real, locations, count, error); });
+  return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) {
+    const int32_t written = realPlugin().getDeviceLocation(real, locations, count, error);
+    if (written > 0) countLocationTexts(static_cast<uint32_t>(written));
+    return written;
+  });
 }
 
 DmuPluginDescriptor checkedDescriptor;
@@ -173,8 +199,8 @@ Function unlessNull(Function real, Function checked) {
 }
 
 void begin() {
-  beginToCheck();
   realEntry = loadRealPlugin();
+  beginToCheck();
   const DmuPluginDescriptor* const real = realEntry == nullptr ? nullptr : realEntry();
   if (real == nullptr) return;
   useRealPlugin(real);

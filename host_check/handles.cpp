@@ -2,6 +2,7 @@
 #include "host_check/handles.h"
 
 #include <cstring>
+#include <ctime>
 
 #include "host_check/arena.h"
 #include "host_check/real_plugin.h"
@@ -27,6 +28,7 @@ struct Disk {
 Slab* newestSlab = nullptr;
 Disk* disks = nullptr;
 Operation* operations = nullptr;
+Call forkedDuring{};  ///< in a child: an operation of its parent that ran at the fork
 
 const char* keepDisk(const char* name) {
   for (const Disk* disk = disks; disk != nullptr; disk = disk->next) {
@@ -78,9 +80,46 @@ Handle* addHandle(CtrlDevInfo* real, const char* disk, const Call& opening) {
 void noteOpenHandles() {
   forEachHandle([](Handle& handle) {
     if (handle.closedAt == nullptr && !handle.isInherited) {
-      note(Rule::handleNeverClosed, handle.opening(), {.handle = handle.forHost(), .disk = handle.disk});
+      note(Rule::handleNeverClosed, handle.opening(), {.handle = handle.forHost()});
     }
   });
+}
+
+void noteRunningOperations() {
+  for (const Operation* operation = operations; operation != nullptr; operation = operation->next()) {
+    note(Rule::unloadInUse, operation->call(), {.handle = operation->handle()});
+  }
+}
+
+bool waitForOperations(int seconds) {
+  constexpr int kRoundsPerSecond = 20;
+  for (int round = 0; round < seconds * kRoundsPerSecond; ++round) {
+    {
+      const Guard guard;
+      const Operation* operation = operations;
+      if (operation == nullptr) return true;
+      for (; operation != nullptr; operation = operation->next()) {
+        if (operation->isOfThisThread()) return false;
+      }
+    }
+    const timespec pause{.tv_sec = 0, .tv_nsec = 1'000'000'000 / kRoundsPerSecond};
+    nanosleep(&pause, nullptr);
+  }
+  return false;
+}
+
+void forgetParent() {
+  if (operations != nullptr) forkedDuring = operations->call();
+  operations = nullptr;
+  forEachHandle([](Handle& handle) {
+    handle.operations = 0;
+    handle.isInherited = true;
+  });
+}
+
+const char* diskOf(const CtrlDevInfo* given) {
+  const Handle* const handle = findHandle(given);
+  return handle == nullptr ? "" : handle->disk;
 }
 
 HandleCount countHandles() {
@@ -94,6 +133,7 @@ HandleCount countHandles() {
 
 Operation::Operation(const Call& call, CtrlDevInfo* given) : call_(call) {
   const Guard guard;
+  if (forkedDuring.name != nullptr) note(Rule::forkInUse, call, {.handle = given, .other = forkedDuring});
   if (given == nullptr) {
     note(Rule::argumentNull, call, {.detail = "handle"});
     maySend_ = true;
@@ -105,7 +145,7 @@ Operation::Operation(const Call& call, CtrlDevInfo* given) : call_(call) {
     return;
   }
   if (handle->closedAt != nullptr) {
-    note(Rule::handleUsedAfterClose, call, {.handle = given, .disk = handle->disk, .other = handle->closing()});
+    note(Rule::handleUsedAfterClose, call, {.handle = given, .other = handle->closing()});
     return;
   }
   handle_ = handle;
@@ -144,12 +184,12 @@ void closeHandle(const Call& call, CtrlDevInfo* given) {
       return;
     }
     if (handle->closedAt != nullptr) {
-      note(Rule::handleClosedTwice, call, {.handle = given, .disk = handle->disk, .other = handle->closing()});
+      note(Rule::handleClosedTwice, call, {.handle = given, .other = handle->closing()});
       return;
     }
     handle->closedAt = call.at;
     if (const Operation* const running = Operation::findOn(handle)) {
-      note(Rule::handleClosedInUse, call, {.handle = given, .disk = handle->disk, .other = running->call()});
+      note(Rule::handleClosedInUse, call, {.handle = given, .other = running->call()});
       return;
     }
   }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <pthread.h>
 
 #include "host_check/places.h"
 #include <dmu/plugin.h>
@@ -32,6 +33,20 @@ struct Handle {
 /// Notes each handle that is still open. Needs the lock.
 void noteOpenHandles();
 
+/// Notes each operation that runs or waits while the plugin is unloaded or the process exits. Needs the lock.
+void noteRunningOperations();
+
+/// Waits until no operation runs.
+/// @return false: one still runs, or the calling thread is inside one
+[[nodiscard]] bool waitForOperations(int seconds);
+
+/// In the child after a fork: the operations are those of threads that are not there, and the handles the parent's to
+/// close. Needs the lock.
+void forgetParent();
+
+/// The disk of a handle as the host gave it; "" where there is none. Needs the lock.
+[[nodiscard]] const char* diskOf(const CtrlDevInfo* handle);
+
 /// How many were opened, and how many of them are open. Needs the lock.
 struct HandleCount {
   uint32_t opened;
@@ -56,11 +71,15 @@ class Operation {
   /// An operation that runs or waits on a handle. Needs the lock.
   [[nodiscard]] static const Operation* findOn(const Handle* handle);
   [[nodiscard]] const Call& call() const { return call_; }
+  [[nodiscard]] CtrlDevInfo* handle() const { return handle_->forHost(); }
+  [[nodiscard]] bool isOfThisThread() const { return pthread_equal(thread_, pthread_self()) != 0; }
+  [[nodiscard]] const Operation* next() const { return next_; }
 
  private:
   Call call_;
   Handle* handle_ = nullptr;
   bool maySend_ = false;
+  pthread_t thread_ = pthread_self();
   Operation* previous_ = nullptr;
   Operation* next_ = nullptr;
 };

@@ -3,7 +3,7 @@
 
 namespace hostcheck {
 
-/// A host has called: a report is owed.
+/// A host has called, and the real plugin is loaded: a report is owed from here on.
 void beginToCheck();
 
 }  // namespace hostcheck

@@ -8,6 +8,7 @@
 #include <dlfcn.h>
 
 #include "host_check/arena.h"
+#include "host_check/error_text.h"
 #include "host_check/places.h"
 
 namespace hostcheck {
@@ -51,6 +52,7 @@ DmuPluginInitFunction loadRealPlugin() {
   if (entry == nullptr) return complain("it does not export DmuPluginInit");
   if (entry == DmuPluginInit)
     return complain("it is this library itself; DMU_CHECK_HOST_PLUGIN names the one behind it");
+  findErrorLayout(realLibrary);
   return entry;
 }
 

@@ -22,6 +22,8 @@ Finding* firstFinding = nullptr;
 Finding* lastFinding = nullptr;
 uint32_t findingCount = 0;
 std::atomic<uint32_t> callCount{0};
+std::atomic<uint32_t> locationTextCount{0};
+bool isChild = false;
 const char* reportFile = nullptr;
 
 const char* keepPlace(const Call& call) {
@@ -52,8 +54,8 @@ void note(Rule rule, const Call& call, const Subject& subject) {
   Finding* const finding = keepNew<Finding>(Finding{
       .rule = rule,
       .call = call,
-      .subject =
-          {.handle = subject.handle, .disk = subject.disk, .other = subject.other, .detail = keepText(subject.detail)},
+      .subject = {.handle = subject.handle, .other = subject.other, .detail = keepText(subject.detail)},
+      .disk = diskOf(subject.handle),
       .place = keepPlace(call),
       .otherPlace = keepPlace(subject.other),
       .times = 1,
@@ -74,26 +76,42 @@ void countCall() {
   callCount.fetch_add(1, std::memory_order_relaxed);
 }
 
+void countLocationTexts(uint32_t count) {
+  locationTextCount.fetch_add(count, std::memory_order_relaxed);
+}
+
+void beginChildReport() {
+  isChild = true;
+  firstFinding = lastFinding = nullptr;
+  findingCount = 0;
+  callCount.store(0, std::memory_order_relaxed);
+  locationTextCount.store(0, std::memory_order_relaxed);
+}
+
 void findReportFile() {
   const Guard guard;
   reportFile = keepAbsolute(std::getenv("DMU_CHECK_HOST_REPORT"));
 }
 
 void writeReport() {
+  if (isChild && findingCount == 0) return;
   const HandleCount handles = countHandles();
   const Summary summary{.first = firstFinding,
                         .findings = findingCount,
                         .calls = callCount.load(std::memory_order_relaxed),
                         .handlesOpened = handles.opened,
-                        .handlesOpen = handles.open};
+                        .handlesOpen = handles.open,
+                        .locationTexts = locationTextCount.load(std::memory_order_relaxed)};
   if (reportFile != nullptr) {
-    const int file = open(reportFile, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    char name[2 * PATH_MAX + 16];
+    std::snprintf(name, sizeof(name), isChild ? "%s.%d" : "%s", reportFile, static_cast<int>(getpid()));
+    const int file = open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
     if (file >= 0) {
       writeJson(file, summary);
       close(file);
       return;
     }
-    dprintf(STDERR_FILENO, "dmu-check-host: report %s: %s; here it is as text\n", reportFile, std::strerror(errno));
+    dprintf(STDERR_FILENO, "dmu-check-host: report %s: %s; here it is as text\n", name, std::strerror(errno));
   }
   writeText(STDERR_FILENO, summary);
 }

@@ -12,7 +12,6 @@ namespace hostcheck {
 /// What a finding is about, as far as it is known.
 struct Subject {
   const CtrlDevInfo* handle = nullptr;  ///< as the host gave it
-  const char* disk = "";                ///< kept for good
   Call other = {nullptr, nullptr};      ///< the call that this one collides with
   const char* detail = "";              ///< copied: which argument, how much
 };
@@ -21,6 +20,7 @@ struct Finding {
   Rule rule;
   Call call;
   Subject subject;
+  const char* disk;        ///< "" where no handle is known
   const char* place;       ///< of the call
   const char* otherPlace;  ///< of the call that it collides with; "" without one
   uint32_t times;          ///< how often it happened there
@@ -36,6 +36,12 @@ void noteLocked(Rule rule, const Call& call, const Subject& subject);
 /// Counts a call of the host. Needs no lock.
 void countCall();
 
+/// Counts texts that the host has received and owes to free. Needs no lock.
+void countLocationTexts(uint32_t count);
+
+/// In the child after a fork: what was found so far is the parent's. Needs the lock.
+void beginChildReport();
+
 /// All that a report tells.
 struct Summary {
   const Finding* first;  ///< in the order in which they were found
@@ -43,12 +49,15 @@ struct Summary {
   uint32_t calls;
   uint32_t handlesOpened;
   uint32_t handlesOpen;
+  uint32_t locationTexts;
 };
 
 /// Called when this library is loaded, while the host's folder and environment are what its user gave.
 void findReportFile();
 
-/// Writes the report: JSON into the file that DMU_CHECK_HOST_REPORT named, else text to standard error. Needs the lock.
+/// Writes the report: JSON into the file that DMU_CHECK_HOST_REPORT named, else text to standard error. A child of the
+/// process that loaded the plugin reports when something was found, into a file of that name, a dot and its process.
+/// Needs the lock.
 void writeReport();
 
 /// How each of the two is written (report_output.cpp).

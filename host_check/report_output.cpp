@@ -71,9 +71,9 @@ void writeFindingAsText(int file, const Finding& finding) {
     writePlain(file, subject.detail);
   }
   if (subject.handle != nullptr) dprintf(file, ", handle %p", static_cast<const void*>(subject.handle));
-  if (*subject.disk != '\0') {
+  if (*finding.disk != '\0') {
     dprintf(file, ", disk ");
-    writePlain(file, subject.disk);
+    writePlain(file, finding.disk);
   }
   dprintf(file, "\n  %s\n  at %p ", textOf(finding.rule).duty, finding.call.at);
   writePlain(file, finding.place);
@@ -96,7 +96,7 @@ void writeFindingAsJson(int file, const Finding& finding) {
     std::snprintf(handle, sizeof(handle), "%p", static_cast<const void*>(subject.handle));
   }
   writeMember(file, "handle", handle);
-  writeMember(file, "disk", subject.disk);
+  writeMember(file, "disk", finding.disk);
   dprintf(file, ", \"address\": \"%p\"", finding.call.at);
   writeMember(file, "place", finding.place);
   dprintf(file, ", \"times\": %u, \"collidesWith\": ", finding.times);
@@ -117,15 +117,15 @@ void writeText(int file, const Summary& summary) {
   }
   dprintf(file, "dmu-check-host: process %d, plugin ", static_cast<int>(getpid()));
   writePlain(file, realPluginFile());
-  dprintf(file, ": %u calls, %u handles opened, %u left open; %u breaches found\n", summary.calls,
-          summary.handlesOpened, summary.handlesOpen, summary.findings);
+  dprintf(file, ": %u calls, %u handles opened, %u left open, %u location texts handed out; %u breaches found\n",
+          summary.calls, summary.handlesOpened, summary.handlesOpen, summary.locationTexts, summary.findings);
 }
 
 void writeJson(int file, const Summary& summary) {
   dprintf(file, "{\"version\": 1, \"process\": %d", static_cast<int>(getpid()));
   writeMember(file, "plugin", realPluginFile());
-  dprintf(file, ", \"calls\": %u, \"handlesOpened\": %u, \"handlesOpen\": %u,\n \"findings\": [", summary.calls,
-          summary.handlesOpened, summary.handlesOpen);
+  dprintf(file, ", \"calls\": %u, \"handlesOpened\": %u, \"handlesOpen\": %u, \"locationTexts\": %u,\n \"findings\": [",
+          summary.calls, summary.handlesOpened, summary.handlesOpen, summary.locationTexts);
   for (const Finding* finding = summary.first; finding != nullptr; finding = finding->next) {
     dprintf(file, finding == summary.first ? "\n  " : ",\n  ");
     writeFindingAsJson(file, *finding);

@@ -11,6 +11,10 @@ enum class Rule {
   handleNeverClosed,
   argumentNull,
   argumentBadAddress,
+  errorNoString,
+  errorOtherLayout,
+  unloadInUse,
+  forkInUse,
 };
 
 struct RuleText {

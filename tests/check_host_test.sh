@@ -25,7 +25,7 @@ case $question in
     minimalHost >"$work/output" 2>"$work/report" || complain "it failed" "$(<"$work/report")"
     minimalHost "$build/dmu-veltrane-plugin.so" | diff - "$work/output"
     sed -E 's/process [0-9]+, plugin .*\//process N, plugin /' "$work/report" |
-      diff - <(echo "dmu-check-host: process N, plugin dmu-veltrane-plugin.so: 4 calls, 1 handles opened, 0 left open; 0 breaches found")
+      diff - <(echo "dmu-check-host: process N, plugin dmu-veltrane-plugin.so: 4 calls, 1 handles opened, 0 left open, 4 location texts handed out; 0 breaches found")
     diff --label rules --label 'rules with a mistake' \
       <(sed -nE 's/^ +\{Rule::[A-Za-z]+, "([^"]*)".*/\1/p' "$project/host_check/rules.cpp" | sort) \
       <(sed -nE 's/^MISTAKE\([A-Za-z]+, "([^"]*)".*/\1/p' "$project/tests/broken_hosts/mistakes.cpp" | sort -u)
@@ -54,10 +54,14 @@ case $question in
     export DMU_TOPOLOGY=$work/topology.json
     "$build/tests/broken-host" "$checker" "$name" 2>"$work/text" || complain "exit status $?" "$(<"$work/text")"
     rules=$(sed -nE 's/^dmu-check-host: ([a-z]+\.[a-z-]+): .*/\1/p' "$work/text" | sort -u)
+    # Who unloads it during an operation has not closed that handle either.
+    [[ $rule != unload.in-use ]] || rules=$(grep -v '^handle.never-closed$' <<<"$rules")
     [[ $rules == "$rule" ]] || complain "expected $rule alone" "$(<"$work/text")"
     grep -qF -- "$says" "$work/text" || complain "expected it to say: $says" "$(<"$work/text")"
     DMU_CHECK_HOST_REPORT=$work/report.json "$build/tests/broken-host" "$checker" "$name"
-    grep -qF "\"rule\": \"$rule\"" "$work/report.json" || complain "$(<"$work/report.json")"
-    grep -qE '"place": "[^"]*/broken-host\(\+0x[0-9a-f]+\)' "$work/report.json" || complain "$(<"$work/report.json")"
+    # A child that was forked has a file of its own.
+    cat "$work"/report.json* >"$work/json"
+    grep -qF "\"rule\": \"$rule\"" "$work/json" || complain "$(<"$work/json")"
+    grep -qE '"place": "[^"]*/broken-host\(\+0x[0-9a-f]+\)' "$work/json" || complain "$(<"$work/json")"
     ;;
 esac

@@ -2,7 +2,11 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <dlfcn.h>
+#include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 
 #include "tests/broken_hosts/broken_host.h"
 
@@ -117,6 +121,84 @@ MISTAKE(constantRecord, "argument.bad-address", "getDeviceInfo, deviceInfo, hand
   static const DmuDeviceInfo info{};
   expect(host.plugin->getDeviceInfo(host.handle, const_cast<DmuDeviceInfo*>(&info), host.error) == -1,
          "it was passed on");
+}
+
+/// Words in place of an error text.
+static std::string& asError(void* words) {
+  return *static_cast<std::string*>(words);
+}
+
+/// A string of the layout that the plugin does not have: on the heap for the old layout, a short one for the new.
+struct ForeignString {
+  uintptr_t words[8] = {};
+  explicit ForeignString(const char* text) {
+    const size_t length = std::strlen(text);
+#if _GLIBCXX_USE_CXX11_ABI
+    auto* const block = static_cast<uintptr_t*>(std::calloc(1, 64));
+    block[0] = block[1] = length;
+    std::strcpy(reinterpret_cast<char*>(block + 3), text);
+    words[0] = reinterpret_cast<uintptr_t>(block + 3);
+    words[1] = words[2] = ~uintptr_t{0};
+#else
+    words[0] = reinterpret_cast<uintptr_t>(words + 2);
+    words[1] = length;
+    std::strcpy(reinterpret_cast<char*>(words + 2), text);
+#endif
+  }
+};
+
+MISTAKE(nullError, "error.no-string", "cacheOn, error, handle 0x") {
+  void* volatile nothing = nullptr;
+  expect(host.plugin->cacheOn(host.handle, asError(nothing)) == -1, "it was passed on");
+}
+MISTAKE(errorIsNowhere, "error.no-string", "disk vmhba2 1:1:0") {
+  uintptr_t words[8] = {4096, 3, 20};
+  DmuDeviceInfo info{};
+  expect(host.plugin->getDeviceInfo(host.handle, &info, asError(words)) == -1, "it was passed on");
+}
+MISTAKE(errorIsText, "error.no-string", "cacheOff, error") {
+  char text[64] = "an error text as C has it";
+  expect(host.plugin->cacheOff(host.handle, asError(text)) == -1 && text[0] == 'a', "it was passed on");
+}
+MISTAKE(otherLayout, "error.other-layout", "a string of the ") {
+  ForeignString error("text");
+  expect(host.plugin->cacheOff(host.handle, asError(error.words)) == -1, "it was passed on");
+}
+MISTAKE(soundTexts, "error.no-string", "setDriveLEDState, error") {
+  std::string texts[] = {"", "short", std::string(15, 'x'), std::string(16, 'x'), std::string(5000, 'x'), "cleared"};
+  texts[5].assign(200, 'x');
+  texts[5].clear();
+  DmuDeviceInfo info{};
+  for (std::string& text : texts) {
+    expect(host.plugin->getDeviceInfo(host.handle, &info, text) == 0, "a sound text was refused");
+  }
+  uintptr_t words[8] = {};
+  host.plugin->setDriveLEDState(host.handle, 0, 0, asError(words));
+}
+
+MISTAKE(unloadedInUse, "unload.in-use", "cacheOn, handle 0x") {
+  std::thread thread = beginSlowOperation(host);
+  dlclose(host.library);
+  thread.join();
+  host.handle = nullptr;
+  host.library = nullptr;
+}
+MISTAKE(exitInUse, "unload.in-use", "cacheOn, handle 0x") {
+  beginSlowOperation(host).detach();
+  std::exit(0);
+}
+MISTAKE(forkedInUse, "fork.in-use", "collides with cacheOn at 0x") {
+  std::thread thread = beginSlowOperation(host);
+  const pid_t child = fork();
+  if (child == 0) {
+    DmuDeviceInfo info{};
+    const bool isAnswered = host.plugin->getDeviceInfo(host.handle, &info, host.error) == 0;
+    std::exit(isAnswered ? 1 : 0);
+  }
+  int status = -1;
+  waitpid(child, &status, 0);
+  thread.join();
+  expect(status == 0, "the child's operation was answered");
 }
 
 // NOLINTEND(bugprone-*)
