@@ -39,7 +39,7 @@ std::vector<HostDisk> wantedDisks(Session& session, const std::vector<std::strin
   return wanted;
 }
 
-/// Every question that a command has for a disk, those before a change included: what would be written is held back.
+/// Every question that a command which reads has for a disk.
 DiskRecord askEverything(Session& session, const HostDisk& disk) {
   OpenedDisk opened = openDisk(session, disk, Named::no);
   if (!opened.isKnown()) return opened.record;
@@ -47,8 +47,6 @@ DiskRecord askEverything(Session& session, const HostDisk& disk) {
     session.report().failed(opened.record, "temperature", answer.error);
   }
   (void)askPlaces(session, opened);
-  (void)setLocatorLed(opened.handle, true, 1);
-  (void)setCache(opened.handle, true);
   return opened.record;
 }
 
