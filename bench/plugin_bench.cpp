@@ -92,7 +92,7 @@ void measure(benchmark::State& state, const Operation& operation, Shape shape) {
   std::vector<double> operations;
   std::vector<double> floors;
   std::vector<double> ratios;
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     const bool floorFirst = ratios.size() % 2 == 1;
     if (floorFirst) floors.push_back(secondsOf([&] { observed.replay(); }));
     controller.releaseLocations();
@@ -123,7 +123,7 @@ void measureMemory(benchmark::State& state) {
     }
   };
   bench::HeapUse heap;
-  for (auto _ : state) heap = bench::trackHeap(useEach);
+  for ([[maybe_unused]] auto _ : state) heap = bench::trackHeap(useEach);
   rusage process{};
   getrusage(RUSAGE_SELF, &process);
   state.counters["kept_bytes"] = static_cast<double>(heap.now);

@@ -217,7 +217,7 @@ class RandomTopology {
     volume.label = "label " + std::to_string(below(1000));
     volume.uniqueId[place] = static_cast<uint8_t>(1 + number);
     const uint32_t members = 1 + below(5);
-    volume.members.assign(free.end() - members, free.end());
+    volume.members.assign(free.end() - static_cast<std::ptrdiff_t>(members), free.end());
     free.resize(free.size() - members);
     return volume;
   }

@@ -37,8 +37,9 @@ void switchEach(Session& session, std::vector<OpenedDisk>& disks, const std::fun
     }
   }
   if (left.empty()) return;
-  session.report().refused(Refusal(
-      "interrupted; not switched: " + grouped(left.size()) + " of " + counted(disks.size(), "disk"), std::move(left)));
+  const std::string text =
+      "interrupted; not switched: " + grouped(left.size()) + " of " + counted(disks.size(), "disk");
+  session.report().refused(Refusal(text, std::move(left)));
 }
 
 Switched switchDisk(Session& session, OpenedDisk& opened, const std::string& operation, MustCount mustCount,

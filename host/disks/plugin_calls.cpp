@@ -32,7 +32,8 @@ CallResult setCache(const DeviceHandle& handle, bool on) {
   return action;
 }
 
-constexpr int32_t kFirstRoom = 256;
+// More than the plugin's list of devices holds: to ask again is to ask for each missing member again.
+constexpr int32_t kFirstRoom = 4096;
 constexpr int32_t kMostRoom = 65536;  // a controller cannot number more drives
 
 /// Asks a list operation with more and more room, until not all of it was used.

@@ -11,7 +11,7 @@ namespace host {
 
 /// The first character of a text that is not empty, in the process's locale.
 struct Character {
-  wchar_t code = 0;
+  uint32_t code = 0;
   size_t bytes = 1;
   bool isValid = false;
 };
@@ -19,14 +19,16 @@ struct Character {
 static Character firstOf(std::string_view text) {
   Character character;
   std::mbstate_t state{};
-  const size_t bytes = std::mbrtowc(&character.code, text.data(), text.size(), &state);
+  wchar_t wide = 0;
+  const size_t bytes = std::mbrtowc(&wide, text.data(), text.size(), &state);
+  character.code = static_cast<uint32_t>(wide);
   character.isValid = bytes != 0 && bytes <= text.size();
   if (character.isValid) character.bytes = bytes;
   return character;
 }
 
 /// Marks, embeddings and isolates of the other direction, and what is not seen at all.
-static bool steersText(wchar_t code) {
+static bool steersText(uint32_t code) {
   return (code >= 0x200B && code <= 0x200F) || (code >= 0x2028 && code <= 0x202E) ||
          (code >= 0x2060 && code <= 0x206F) || code == 0x061C || code == 0xFEFF;
 }
@@ -35,8 +37,7 @@ std::string printable(std::string_view text) {
   std::string safe;
   while (!text.empty()) {
     const Character character = firstOf(text);
-    const auto code = static_cast<wint_t>(character.code);
-    if (character.isValid && std::iswprint(code) != 0 && !steersText(character.code)) {
+    if (character.isValid && std::iswprint(character.code) != 0 && !steersText(character.code)) {
       safe += text.substr(0, character.bytes);
     } else {
       for (const char byte : text.substr(0, character.bytes)) {
@@ -54,7 +55,7 @@ size_t textWidth(const std::string& text) {
   size_t width = 0;
   for (std::string_view rest = text; !rest.empty();) {
     const Character character = firstOf(rest);
-    width += static_cast<size_t>(std::max(wcwidth(character.code), 0));
+    width += static_cast<size_t>(std::max(wcwidth(static_cast<wchar_t>(character.code)), 0));
     rest.remove_prefix(character.bytes);
   }
   return width;

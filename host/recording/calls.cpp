@@ -86,8 +86,8 @@ void NodeRequest::spell(Form& asked, Form& answered) {
   const std::string& direction = request.direction;
   const bool hasDirection = asked.text("direction", request.direction) &&
                             asked.require(direction == kFromDisk || direction == kToDisk || direction == kNoData,
-                                          "direction", "must be \"from disk\", \"to disk\" or \"none\"");
-  const bool hasLength = asked.number("length", request.length, 0, kMostNodeBytes);
+                                          "direction", R"(must be "from disk", "to disk" or "none")");
+  const bool hasLength = asked.number("length", request.length, 0U, kMostNodeBytes);
   const bool hasSenseLength = asked.number("senseLength", request.senseLength);
   if (!hasDirection || !hasLength || !hasSenseLength) return Form::leave(asked, answered);
   if (direction == kToDisk) asked.bytes("data", request.data, request.length);
