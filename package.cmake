@@ -5,7 +5,7 @@
 set(home lib/dmu-veltrane-plugin)
 set(documents share/doc/dmu-veltrane-plugin)
 
-install(TARGETS dmu-veltrane-plugin dmu-host
+install(TARGETS dmu-veltrane-plugin dmu-check-host dmu-host
   RUNTIME DESTINATION ${home}
   LIBRARY DESTINATION ${home})
 install(TARGETS vmkmgmt vmkload_mod

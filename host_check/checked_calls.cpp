@@ -1,10 +1,12 @@
 // The entry point, and the descriptor's functions: each holds its call against the rules and passes it on.
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <pthread.h>
 
 #include "host_check/error_text.h"
 #include "host_check/handles.h"
+#include "host_check/heap.h"
 #include "host_check/kernel_memory.h"
 #include "host_check/lifetime.h"
 #include "host_check/places.h"
@@ -38,6 +40,30 @@ bool isSound(const Call& call, const Subject& subject, const void* argument, Acc
 bool isRoom(const Call& call, const Subject& subject, const void* argument, size_t size) {
   const Access access = argument == nullptr ? Access::done : isWritable(reinterpret_cast<uintptr_t>(argument), size);
   return isSound(call, subject, argument, access);
+}
+
+/// Whether an array has the records or slots that the host announces. Each of them is touched by a call that sanitizers
+/// watch.
+template <typename Slot>
+bool isArray(const Call& call, CtrlDevInfo* handle, const char* argument, Slot* slots, int32_t count) {
+  if (slots == nullptr) return isSound(call, {.handle = handle, .detail = argument}, slots, Access::done);
+  if (count < 1) return true;
+  const uint64_t size = uint64_t{sizeof(Slot)} * static_cast<uint64_t>(count);
+  const size_t room = roomBehind(slots);
+  if (size > room || isWritable(reinterpret_cast<uintptr_t>(slots), size) == Access::badAddress) {
+    char detail[80];
+    const int length = std::snprintf(detail, sizeof(detail), "%d %s announced", count, argument);
+    if (size > room) {
+      std::snprintf(detail + length, sizeof(detail) - static_cast<size_t>(length), ", room for %zu in the heap block",
+                    room / sizeof(Slot));
+    }
+    noteLocked(Rule::arrayTooSmall, call, {.handle = handle, .detail = detail});
+    return false;
+  }
+  // By a pointer that no compiler sees through: to it, the call does nothing.
+  void* (*volatile const touch)(void*, const void*, size_t) = std::memmove;
+  for (int32_t index = 0; index < count; ++index) touch(slots + index, slots + index, sizeof(Slot));
+  return true;
 }
 
 /// A name of an open, which may be null.
@@ -170,7 +196,7 @@ int32_t getDeviceTemperature(CtrlDevInfo* handle, DriveTemperature* temperatures
   const KeptErrno kept;
   countCall();
   const Call call{"getDeviceTemperature", callBefore(__builtin_return_address(0))};
-  if (!isRoom(call, {.handle = handle, .detail = "temperatures"}, temperatures, 0)) return kFailed;
+  if (!isArray(call, handle, "temperatures", temperatures, count)) return kFailed;
   return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) {
     return realPlugin().getDeviceTemperature(real, temperatures, count, error);
   });
@@ -180,10 +206,13 @@ int32_t getDeviceLocation(CtrlDevInfo* handle, char** locations, int32_t count, 
   const KeptErrno kept;
   countCall();
   const Call call{"getDeviceLocation", callBefore(__builtin_return_address(0))};
-  if (!isRoom(call, {.handle = handle, .detail = "locations"}, locations, 0)) return kFailed;
+  if (!isArray(call, handle, "locations", locations, count)) return kFailed;
   return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) {
     const int32_t written = realPlugin().getDeviceLocation(real, locations, count, error);
-    if (written > 0) countLocationTexts(static_cast<uint32_t>(written));
+    for (int32_t index = 0; index < written; ++index) {
+      countLocationText();
+      addLocationText(locations[index], call.at, handle);
+    }
     return written;
   });
 }

@@ -7,6 +7,7 @@
 
 #include "host_check/arena.h"
 #include "host_check/handles.h"
+#include "host_check/heap.h"
 #include "host_check/real_plugin.h"
 #include "host_check/report.h"
 
@@ -31,6 +32,7 @@ void whenEnding() {
 // Constructor and destructor of the library rather than of an object: objects are destroyed before those of the host,
 // which may still call then.
 [[gnu::constructor]] void whenLoaded() {
+  findHeap();  // its lock is taken last at a fork
   findRealPlugin();
   findReportFile();
   pthread_atfork(Guard::lock, Guard::unlock, [] {
@@ -45,7 +47,6 @@ void whenEnding() {
   whenEnding();
   {
     const Guard guard;
-    noteOpenHandles();
     writeReport();
   }
   if (allHaveEnded) unloadRealPlugin();
@@ -55,6 +56,7 @@ void whenEnding() {
 
 void beginToCheck() {
   wasUsed = true;
+  if (seesHeap()) hideFromChildren();
   std::atexit(whenEnding);  // later than the real plugin's objects, so earlier at the end
 }
 

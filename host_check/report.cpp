@@ -12,6 +12,7 @@
 
 #include "host_check/arena.h"
 #include "host_check/handles.h"
+#include "host_check/heap.h"
 
 namespace hostcheck {
 namespace {
@@ -76,8 +77,8 @@ void countCall() {
   callCount.fetch_add(1, std::memory_order_relaxed);
 }
 
-void countLocationTexts(uint32_t count) {
-  locationTextCount.fetch_add(count, std::memory_order_relaxed);
+void countLocationText() {
+  locationTextCount.fetch_add(1, std::memory_order_relaxed);
 }
 
 void beginChildReport() {
@@ -94,6 +95,8 @@ void findReportFile() {
 }
 
 void writeReport() {
+  noteOpenHandles();
+  const uint32_t held = isChild ? 0 : noteHeldLocationTexts();
   if (isChild && findingCount == 0) return;
   const HandleCount handles = countHandles();
   const Summary summary{.first = firstFinding,
@@ -101,7 +104,9 @@ void writeReport() {
                         .calls = callCount.load(std::memory_order_relaxed),
                         .handlesOpened = handles.opened,
                         .handlesOpen = handles.open,
-                        .locationTexts = locationTextCount.load(std::memory_order_relaxed)};
+                        .locationTexts = locationTextCount.load(std::memory_order_relaxed),
+                        .areTextsWatched = seesHeap(),
+                        .locationTextsHeld = held};
   if (reportFile != nullptr) {
     char name[2 * PATH_MAX + 16];
     std::snprintf(name, sizeof(name), isChild ? "%s.%d" : "%s", reportFile, static_cast<int>(getpid()));

@@ -36,8 +36,8 @@ void noteLocked(Rule rule, const Call& call, const Subject& subject);
 /// Counts a call of the host. Needs no lock.
 void countCall();
 
-/// Counts texts that the host has received and owes to free. Needs no lock.
-void countLocationTexts(uint32_t count);
+/// Counts a text that the host has received and owes to free. Needs no lock.
+void countLocationText();
 
 /// In the child after a fork: what was found so far is the parent's. Needs the lock.
 void beginChildReport();
@@ -50,14 +50,16 @@ struct Summary {
   uint32_t handlesOpened;
   uint32_t handlesOpen;
   uint32_t locationTexts;
+  bool areTextsWatched;
+  uint32_t locationTextsHeld;  ///< of those that are watched
 };
 
 /// Called when this library is loaded, while the host's folder and environment are what its user gave.
 void findReportFile();
 
-/// Writes the report: JSON into the file that DMU_CHECK_HOST_REPORT named, else text to standard error. A child of the
-/// process that loaded the plugin reports when something was found, into a file of that name, a dot and its process.
-/// Needs the lock.
+/// Finds what the host owes at the end, and writes the report: JSON into the file that DMU_CHECK_HOST_REPORT named,
+/// else text to standard error. A child of the process that loaded the plugin reports when something was found, into a
+/// file of that name, a dot and its process. Needs the lock.
 void writeReport();
 
 /// How each of the two is written (report_output.cpp).

@@ -117,15 +117,20 @@ void writeText(int file, const Summary& summary) {
   }
   dprintf(file, "dmu-check-host: process %d, plugin ", static_cast<int>(getpid()));
   writePlain(file, realPluginFile());
-  dprintf(file, ": %u calls, %u handles opened, %u left open, %u location texts handed out; %u breaches found\n",
-          summary.calls, summary.handlesOpened, summary.handlesOpen, summary.locationTexts, summary.findings);
+  dprintf(file, ": %u calls, %u handles opened, %u left open, %u location texts handed out", summary.calls,
+          summary.handlesOpened, summary.handlesOpen, summary.locationTexts);
+  if (summary.areTextsWatched) dprintf(file, ", %u of them not released", summary.locationTextsHeld);
+  dprintf(file, "; %u breaches found\n", summary.findings);
 }
 
 void writeJson(int file, const Summary& summary) {
   dprintf(file, "{\"version\": 1, \"process\": %d", static_cast<int>(getpid()));
   writeMember(file, "plugin", realPluginFile());
-  dprintf(file, ", \"calls\": %u, \"handlesOpened\": %u, \"handlesOpen\": %u, \"locationTexts\": %u,\n \"findings\": [",
+  dprintf(file,
+          ", \"calls\": %u, \"handlesOpened\": %u, \"handlesOpen\": %u, \"locationTexts\": %u, \"locationTextsHeld\": ",
           summary.calls, summary.handlesOpened, summary.handlesOpen, summary.locationTexts);
+  dprintf(file, summary.areTextsWatched ? "%u" : "null", summary.locationTextsHeld);
+  dprintf(file, ",\n \"findings\": [");
   for (const Finding* finding = summary.first; finding != nullptr; finding = finding->next) {
     dprintf(file, finding == summary.first ? "\n  " : ",\n  ");
     writeFindingAsJson(file, *finding);

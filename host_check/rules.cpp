@@ -14,8 +14,10 @@ constexpr RuleText kRules[] = {
     {Rule::handleNeverClosed, "handle.never-closed", "every handle is closed before dlclose or exit"},
     {Rule::argumentNull, "argument.null", "no null but for the names of an open and the handle of a close"},
     {Rule::argumentBadAddress, "argument.bad-address", "what the plugin reads or writes is the host's memory"},
+    {Rule::arrayTooSmall, "array.too-small", "an array has as many records or slots as are announced"},
     {Rule::errorNoString, "error.no-string", "an error text is a std::string"},
     {Rule::errorOtherLayout, "error.other-layout", "host and plugin are built for the same string layout"},
+    {Rule::locationNeverReleased, "location.never-released", "each location text is released with free"},
     {Rule::unloadInUse, "unload.in-use", "no operation runs or waits when dlclose or exit begins"},
     {Rule::forkInUse, "fork.in-use", "a child of a fork during an operation calls no operation"},
 };

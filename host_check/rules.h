@@ -11,8 +11,10 @@ enum class Rule {
   handleNeverClosed,
   argumentNull,
   argumentBadAddress,
+  arrayTooSmall,
   errorNoString,
   errorOtherLayout,
+  locationNeverReleased,
   unloadInUse,
   forkInUse,
 };

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # What the checker of hosts says of hosts that are known.
 #
-#   check_host_test.sh BUILD_DIR good                      nothing of the example; every rule has a mistake
+#   check_host_test.sh BUILD_DIR good [preloaded]          nothing of the example; every rule has a mistake
 #   check_host_test.sh BUILD_DIR setup                     how it is told its files, and what is wrong with these
 #   check_host_test.sh BUILD_DIR mistake NAME RULE SAYS    that rule and no other, as text with that in it and as JSON
 set -euo pipefail
@@ -11,6 +11,7 @@ checker=$build/dmu-check-host.so
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export LD_LIBRARY_PATH=$build
+export ASAN_OPTIONS=${ASAN_OPTIONS-}:detect_leaks=0  # mistakes leave things behind
 unset DMU_CHECK_HOST_PLUGIN DMU_CHECK_HOST_REPORT
 
 complain() {
@@ -26,6 +27,9 @@ case $question in
     minimalHost "$build/dmu-veltrane-plugin.so" | diff - "$work/output"
     sed -E 's/process [0-9]+, plugin .*\//process N, plugin /' "$work/report" |
       diff - <(echo "dmu-check-host: process N, plugin dmu-veltrane-plugin.so: 4 calls, 1 handles opened, 0 left open, 4 location texts handed out; 0 breaches found")
+    if [[ -n ${3-} ]]; then
+      LD_PRELOAD=$checker minimalHost 2>&1 >/dev/null | grep -qF '4 location texts handed out, 0 of them not released; 0 breaches'
+    fi
     diff --label rules --label 'rules with a mistake' \
       <(sed -nE 's/^ +\{Rule::[A-Za-z]+, "([^"]*)".*/\1/p' "$project/host_check/rules.cpp" | sort) \
       <(sed -nE 's/^MISTAKE\([A-Za-z]+, "([^"]*)".*/\1/p' "$project/tests/broken_hosts/mistakes.cpp" | sort -u)
@@ -52,13 +56,15 @@ case $question in
     sed 's/"faults": \[\]/"faults": [{"call": "senseCacheConfiguration", "delayMs": 1000}]/' \
       "$project/simulator/built_in_topology.json" >"$work/topology.json"
     export DMU_TOPOLOGY=$work/topology.json
-    "$build/tests/broken-host" "$checker" "$name" 2>"$work/text" || complain "exit status $?" "$(<"$work/text")"
+    preload=()
+    [[ $name != *Preloaded ]] || preload=(env "LD_PRELOAD=$checker")
+    "${preload[@]}" "$build/tests/broken-host" "$checker" "$name" 2>"$work/text" || complain "exit status $?" "$(<"$work/text")"
     rules=$(sed -nE 's/^dmu-check-host: ([a-z]+\.[a-z-]+): .*/\1/p' "$work/text" | sort -u)
     # Who unloads it during an operation has not closed that handle either.
     [[ $rule != unload.in-use ]] || rules=$(grep -v '^handle.never-closed$' <<<"$rules")
     [[ $rules == "$rule" ]] || complain "expected $rule alone" "$(<"$work/text")"
     grep -qF -- "$says" "$work/text" || complain "expected it to say: $says" "$(<"$work/text")"
-    DMU_CHECK_HOST_REPORT=$work/report.json "$build/tests/broken-host" "$checker" "$name"
+    DMU_CHECK_HOST_REPORT=$work/report.json "${preload[@]}" "$build/tests/broken-host" "$checker" "$name"
     # A child that was forked has a file of its own.
     cat "$work"/report.json* >"$work/json"
     grep -qF "\"rule\": \"$rule\"" "$work/json" || complain "$(<"$work/json")"

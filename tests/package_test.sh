@@ -20,6 +20,7 @@ FIELDS
 (cd "$work/tree" && find . ! -type d | grep -vE '/(docs|examples)/' | sort) | diff - <(cat <<'FILES'
 ./usr/bin/dmu-host
 ./usr/include/dmu/plugin.h
+./usr/lib/dmu-veltrane-plugin/dmu-check-host.so
 ./usr/lib/dmu-veltrane-plugin/dmu-host
 ./usr/lib/dmu-veltrane-plugin/dmu-veltrane-plugin.so
 ./usr/lib/dmu-veltrane-plugin/simulated-host/libvmkmgmt.so
@@ -60,3 +61,8 @@ port:box:bay 1I:1:5
 port:box:bay 1I:1:6
 OUTPUT
 )
+
+# The same host, checked: the checker finds the plugin beside it.
+build=build/release
+LD_LIBRARY_PATH=$build ./minimal-host $build/dmu-check-host.so naa.6a1b2c0000000201 vmhba2 1 1 0 2>&1 >/dev/null |
+  grep -qF "$home/dmu-veltrane-plugin.so: 4 calls, 1 handles opened, 0 left open, 4 location texts handed out; 0 breaches found"

@@ -123,6 +123,22 @@ MISTAKE(constantRecord, "argument.bad-address", "getDeviceInfo, deviceInfo, hand
          "it was passed on");
 }
 
+MISTAKE(moreThanMapped, "array.too-small", "2000000000 locations announced") {
+  char* locations[4] = {};
+  expect(host.plugin->getDeviceLocation(host.handle, locations, 2000000000, host.error) == -1, "it was passed on");
+}
+MISTAKE(moreSlotsPreloaded, "array.too-small", "128 locations announced, room for 3 in the heap block") {
+  auto** const locations = static_cast<char**>(std::calloc(4, sizeof(char*)));
+  expect(host.plugin->getDeviceLocation(host.handle, locations + 1, 128, host.error) == -1, "it was passed on");
+  std::free(locations);
+}
+MISTAKE(moreRecordsPreloaded, "array.too-small", "5 temperatures announced, room for 4 in the heap block") {
+  auto* const temperatures = new DriveTemperature[4];
+  expect(host.plugin->getDeviceTemperature(host.handle, temperatures, 4, host.error) == 4, "a sound call was refused");
+  expect(host.plugin->getDeviceTemperature(host.handle, temperatures, 5, host.error) == -1, "it was passed on");
+  delete[] temperatures;
+}
+
 /// Words in place of an error text.
 static std::string& asError(void* words) {
   return *static_cast<std::string*>(words);
@@ -174,6 +190,12 @@ MISTAKE(soundTexts, "error.no-string", "setDriveLEDState, error") {
   }
   uintptr_t words[8] = {};
   host.plugin->setDriveLEDState(host.handle, 0, 0, asError(words));
+}
+
+MISTAKE(keptLocationsPreloaded, "location.never-released", "4 location texts handed out, 3 of them not released") {
+  char* locations[128] = {};
+  expect(host.plugin->getDeviceLocation(host.handle, locations, 128, host.error) == 4, "no locations");
+  std::free(locations[1]);
 }
 
 MISTAKE(unloadedInUse, "unload.in-use", "cacheOn, handle 0x") {
