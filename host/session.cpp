@@ -24,7 +24,7 @@ Session::Session(const GlobalOptions& options, const Terminal& terminal)
 void Session::begin(bool switches) {
   switches_ = switches;
   if (!options_.recordFile.empty()) {
-    recorder_ = std::make_unique<recording::Recorder>(options_.recordFile, ownFiles(), false);
+    recorder_ = std::make_unique<recording::Recorder>(options_.recordFile, ownFiles(), recording::Manner{});
   }
   if (!options_.replayFile.empty()) {
     replay_ = std::make_unique<recording::Replay>(options_.replayFile, [this](const std::string& text) {
@@ -36,14 +36,14 @@ void Session::begin(bool switches) {
   commands_.stepInFront();
 }
 
-void Session::record(const std::string& file, const std::vector<HostDisk>& disks) {
+void Session::record(const std::string& file, const std::vector<HostDisk>& disks, bool isAnonymous) {
   if (isReplay()) throw Refusal("a recording is made of a host, and a replay has none");
   if (recorder_ != nullptr) throw Refusal("a run makes one recording: give " + file + " or --record, not both");
   plugin_.reset();
   controllers_ = {};
   commandsSeen_ = commands_.size();
   commands_.stepAside();
-  recorder_ = std::make_unique<recording::Recorder>(file, ownFiles(), true);
+  recorder_ = std::make_unique<recording::Recorder>(file, ownFiles(), recording::Manner{true, isAnonymous});
   commands_.stepInFront();
   recorder_->disks(disks);
 }

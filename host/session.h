@@ -44,8 +44,9 @@ class Session {
 
   /// Records from now on, into a recording that repeats. The plugin is loaded anew, so that it asks for everything.
   /// @param disks     what the recorded host's list of disks is to be
+  /// @param isAnonymous  names, serial numbers and ids are replaced
   /// @throws Refusal  the recording cannot be written, or the run is recorded or replayed already
-  void record(const std::string& file, const std::vector<HostDisk>& disks);
+  void record(const std::string& file, const std::vector<HostDisk>& disks, bool isAnonymous);
 
   /// Whether the replayed recording had no answer to a request. That was reported then, and nothing since.
   [[nodiscard]] bool lacksAnswer() const { return lacksAnswer_; }

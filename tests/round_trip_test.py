@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Goes from topologies to recordings and back: the topology of a recorded host loads, is the host that the recording
-replays, and stays the same when that host is recorded again.
+replays, and stays the same when that host is recorded again. The recording made anonymous is as good, and tells nobody.
 
   round_trip_test.py BUILD_DIR [SEED...]    every topology of the project, and random hosts that behave badly
 """
 import glob
+import itertools
 import json
 import os
 import random
@@ -103,6 +104,76 @@ def round_trip(what):
     print(f"{what}: {len(differences)} differences named")
 
 
+def identities(topology):
+    """Every text that tells whose host it is, and long enough not to be met by chance."""
+    texts = set()
+    for controller in topology["controllers"]:
+        texts.add(controller["hba"])
+        for disk in controller["drives"] + controller.get("volumes", []):
+            texts.update(disk.get(key, "") for key in ("device", "serial", "nodeSerial", "label", "wwid", "uniqueId"))
+            if "logicalDriveId" in disk:
+                texts.add(disk["logicalDriveId"].to_bytes(4, "little").hex())
+    for disk in topology.get("foreignDisks", []):
+        texts.update(disk[key] for key in ("device", "serial", "hba"))
+    texts.update([text.split(".")[1] for text in texts if text.startswith("naa.")])
+    return {text for text in texts if len(text) > 4 and set(text) != {"0"}}
+
+
+def found_in(recording, texts):
+    """Those of the texts that stand in the recording, as they are or as bytes."""
+    with open(recording, encoding="utf-8") as file:
+        content = file.read().lower()
+    return {text for text in texts if text.lower() in content or text.encode().hex() in content}
+
+
+def mapping(source, other, pairs, key=""):
+    """Collects what became what in two documents that must be alike but for texts of the same length."""
+    if isinstance(source, dict):
+        assert list(source) == list(other)
+        for name in source:
+            mapping(source[name], other[name], pairs, name)
+    elif isinstance(source, list):
+        assert len(source) == len(other)
+        for one, another in zip(source, other):
+            mapping(one, another, pairs, key)
+    elif isinstance(source, str):
+        assert isinstance(other, str) and len(source) == len(other), f"{source} became {other}"
+        before = pairs.setdefault((key, source), other)
+        assert before == other, f"{source} became {other} and {before}"
+    else:
+        assert source == other, f"{source} became {other}"
+
+
+def common_beginning(one, other):
+    return len(os.path.commonprefix([one, other]))
+
+
+def anonymous(what, topology):
+    """The same recording without what tells whose host it is."""
+    assert run("anonymize", "host.jsonl", "--output", "anonymous.jsonl")["exitStatus"] == 0
+    texts = identities(topology)
+    told = found_in("host.jsonl", texts)
+    assert told == texts or "built_in" not in what, f"not even the source holds {texts - told}"
+    left = found_in("anonymous.jsonl", texts)
+    assert not left, f"there is still {left}"
+    pairs = {}
+    for command in commands:
+        source, other = run("--replay", "host.jsonl", *command), run("--replay", "anonymous.jsonl", *command)
+        for device in source["devices"]:
+            device["pci"] = {key: key == "isPciDevice" and value for key, value in device["pci"].items()}
+        for error in source["errors"] + other["errors"]:
+            error["text"] = ""  # the file's name is in it
+        mapping(source, other, pairs)
+        serials = {device["serial"]: after["serial"] for device, after in zip(source["devices"], other["devices"])
+                   if device["serial"]}
+        for one, another in itertools.combinations(list(serials)[:100], 2):
+            assert serials[one] != one and common_beginning(one, another) == common_beginning(
+                serials[one], serials[another]), f"{one}, {another} became {serials[one]}, {serials[another]}"
+    topology_of("anonymous.jsonl", "back")
+    assert sum(compare("anonymous.jsonl")) == 0
+    print(f"anonymous: {len(told)} texts gone, {sum(pair[1] != other for pair, other in pairs.items())} replaced")
+
+
 def filled(topology):
     """With every key that has a default."""
     filled_in = {"oemDriver": False, "foreignDisks": [], "faults": [], "diskOrder": [], **topology}
@@ -125,7 +196,7 @@ def filled(topology):
 
 
 def without_unseen(topology):
-    """Without what no command shows: a drive that is neither listed nor a member, and caches that nobody can switch."""
+    """Without what no reading command shows: a drive that is neither listed nor a member, and write caches."""
     for controller in topology["controllers"]:
         members = {member for volume in controller["volumes"] for member in volume["members"]}
         controller["drives"] = [drive for drive in controller["drives"]
@@ -134,12 +205,21 @@ def without_unseen(topology):
             if not drive["listed"]:
                 drive.update(wwid=None, deviceType=None)  # which the report alone tells
         controller["drives"].sort(key=lambda drive: (0, 0) if drive["listed"] else (drive["bus"], drive["target"]))
-        if not any(drive["exposed"] and drive["device"] and drive["serial"] for drive in controller["drives"]):
-            controller.pop("driveCacheOn")
-        if not any(volume["device"] and not volume["external"] for volume in controller["volumes"]):
-            for volume in controller["volumes"]:
-                volume.pop("cacheOn")
+        controller.pop("driveCacheOn")
+        for volume in controller["volumes"]:
+            volume.pop("cacheOn")
     return topology
+
+
+def caches():
+    """What a dry run asks of the write caches is in the topology as well."""
+    run("--topology", files["topology"], "--record", "caches.jsonl", "cache", "--all", "off", "--dry-run")
+    topology_of("caches.jsonl", "again")
+    original, again = filled(read("topology")), filled(read("again"))
+    for before, after in zip(original["controllers"], again["controllers"]):
+        assert before["driveCacheOn"] == after["driveCacheOn"], before["hba"]
+        for one, other in zip(before["volumes"], after["volumes"]):
+            assert one["cacheOn"] == other["cacheOn"], one["device"]
 
 
 def first_difference(one, other, path=""):
@@ -211,7 +291,7 @@ class RandomHost:
     def drive(self, number):
         drive = {"bus": 1 + number % 2, "target": number // 2, "exposed": self.one_in(3), "listed": not self.one_in(6),
                  "serial": self.serial(), "port": self.random.choice(["", "1I", "LONGER:THAN:EIGHT", "é"]),
-                 "box": self.random.randrange(3), "bay": self.random.randrange(3), "wwid": f"{number:016x}",
+                 "box": self.random.randrange(3), "bay": self.random.randrange(3), "wwid": f"{0x5a1b2c0d4e000000 + number:016x}",
                  "currentTemperature": self.random.randrange(256), "maximumTemperature": self.random.randrange(256)}
         if drive["exposed"]:
             drive["listed"] = True
@@ -286,6 +366,9 @@ def main():
                 json.dump(topology, file)
             try:
                 round_trip(name)
+                anonymous(name, topology)
+                if "built_in" in name:
+                    caches()
                 if name.startswith("random"):
                     corrupted(name)
             except AssertionError as difference:

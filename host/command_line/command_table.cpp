@@ -19,6 +19,7 @@ std::vector<std::unique_ptr<Command>> allCommands() {
   commands.push_back(makeLocateCommand());
   commands.push_back(makeCacheCommand());
   commands.push_back(makeRecordCommand());
+  commands.push_back(makeAnonymizeCommand());
   commands.push_back(makeTopologyCommand());
   commands.push_back(makePluginCommand());
   commands.push_back(makeCheckCommand());

@@ -19,6 +19,7 @@ namespace host {
 [[nodiscard]] std::unique_ptr<Command> makeRecordCommand();
 [[nodiscard]] std::unique_ptr<Command> makeMetricsCommand();
 [[nodiscard]] std::unique_ptr<Command> makeTopologyCommand();
+[[nodiscard]] std::unique_ptr<Command> makeAnonymizeCommand();
 [[nodiscard]] std::unique_ptr<Command> makeTraceCommand();
 [[nodiscard]] std::unique_ptr<Command> makePluginCommand();
 [[nodiscard]] std::unique_ptr<Command> makeCheckCommand();

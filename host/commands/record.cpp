@@ -77,6 +77,7 @@ class RecordCommand final : public Command {
                  .onRealHost = kFindsDisks,
                  .examples = {{"The whole host", "dmu-host record host.jsonl"},
                               {"One controller, and one disk", "dmu-host record part.jsonl vmhba3 serial:S7P3X0Q8"},
+                              {"To be given away", "dmu-host record case.jsonl --anonymous"},
                               {"On a real host", "dmu-host record host.jsonl --inventory disks.json"}}}) {}
 
   std::vector<Option> options() override {
@@ -86,7 +87,9 @@ class RecordCommand final : public Command {
              .value = File{&file_},
              .isNeeded = true},
             {"DEVICE", "", "A disk, as other commands take it, or an HBA for all its disks (default: the whole host)",
-             Texts{&words_, knownNames}}};
+             Texts{&words_, knownNames}},
+            {"--anonymous", "", "Replace names, serial numbers, labels and ids, and leave out what nobody looks at",
+             Flag{&isAnonymous_}}};
   }
 
   [[nodiscard]] Json emptyResult() const override { return {{"recording", nullptr}, {"devices", Json::array()}}; }
@@ -94,7 +97,7 @@ class RecordCommand final : public Command {
   Outcome run(Session& session) override {
     const std::vector<HostDisk> disks = wantedDisks(session, words_);
     session.commands().holdBackWrites();
-    session.record(file_, disks);
+    session.record(file_, disks, isAnonymous_);
     Json devices = Json::array();
     Activity activity(disks.size(), "disks");
     for (const HostDisk& disk : disks) {
@@ -104,15 +107,19 @@ class RecordCommand final : public Command {
     if (words_.empty()) askOtherControllers(session, disks);
     Json hbas = Json::array();
     for (const auto& [hba, controller] : session.controllers().all()) hbas.push_back(hba);
-    const std::string text = printable(file_) + ": " + counted(disks.size(), "disk") + " and " +
-                             counted(hbas.size(), "controller") + " recorded; it holds serial numbers and names\n";
+    const std::string text =
+        printable(file_) + ": " + counted(disks.size(), "disk") + " and " + counted(hbas.size(), "controller") +
+        " recorded; " +
+        (isAnonymous_ ? "names, serial numbers and ids are replaced" : "it holds serial numbers and names") + "\n";
     return {text,
-            {{"recording", {{"file", file_}, {"controllers", std::move(hbas)}}}, {"devices", std::move(devices)}}};
+            {{"recording", {{"file", file_}, {"anonymous", isAnonymous_}, {"controllers", std::move(hbas)}}},
+             {"devices", std::move(devices)}}};
   }
 
  private:
   std::string file_;
   std::vector<std::string> words_;
+  bool isAnonymous_ = false;
 };
 
 }  // namespace

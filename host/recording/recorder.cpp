@@ -9,8 +9,9 @@
 
 namespace host::recording {
 
-Recorder::Recorder(const std::string& file, const std::vector<RunFile>& others, bool repeats)
-    : file_(file, others, repeats) {
+Recorder::Recorder(const std::string& file, const std::vector<RunFile>& others, const Manner& manner)
+    : file_(file, others, manner.repeats) {
+  if (manner.isAnonymous) anonymizer_.emplace();
   takeCallsFrom(*this);
 }
 
@@ -21,7 +22,7 @@ Recorder::~Recorder() {
 void Recorder::disks(const std::vector<HostDisk>& disks) {
   // No call, so that the file takes no place yet: whoever mistyped something may get no further.
   const std::lock_guard lock(mutex_);
-  file_.write(lineOf(Disks{{}, {disks}}, 0));
+  file_.write(lineFor(Disks{{}, {disks}}, 0));
 }
 
 std::optional<std::string> Recorder::finish() {
@@ -29,9 +30,14 @@ std::optional<std::string> Recorder::finish() {
   return file_.finish();
 }
 
+Json Recorder::lineFor(AnyCall call, uint32_t channel) const {
+  if (anonymizer_) anonymizer_->apply(call);
+  return lineOf(std::move(call), channel);
+}
+
 void Recorder::write(AnyCall call, uint32_t channel) {
   const int error = errno;  // as the call left it
-  const Json line = lineOf(std::move(call), channel);
+  const Json line = lineFor(std::move(call), channel);
   {
     const std::lock_guard lock(mutex_);
     file_.write(line);

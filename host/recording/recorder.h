@@ -7,18 +7,25 @@
 
 #include "host/disks/host_disk.h"
 #include "host/interception/host_calls.h"
+#include "host/recording/anonymizer.h"
 #include "host/recording/calls.h"
 #include "host/recording/command_outputs.h"
 #include "host/recording/recording_file.h"
 
 namespace host::recording {
 
+/// What a recording is to be like.
+struct Manner {
+  bool repeats = false;      ///< as for firstLine
+  bool isAnonymous = false;  ///< nothing else is ever written to the file
+};
+
 /// Takes the process's calls as long as it lives. May be called by several threads.
 class Recorder final : public HostCalls {
  public:
-  /// @param file, others, repeats  as for RecordingFile
-  /// @throws Refusal               it is refused, or cannot be written
-  Recorder(const std::string& file, const std::vector<RunFile>& others, bool repeats);
+  /// @param file, others  as for RecordingFile
+  /// @throws Refusal      it is refused, or cannot be written
+  Recorder(const std::string& file, const std::vector<RunFile>& others, const Manner& manner);
   ~Recorder() override;
 
   /// Writes down what the host's list of disks is.
@@ -44,11 +51,14 @@ class Recorder final : public HostCalls {
   /// The channel is about to be closed: its address may be another's then.
   void forget(vmk_MgmtUserHandle* channel);
 
+  /// As it is to be in the file.
+  [[nodiscard]] Json lineFor(AnyCall call, uint32_t channel) const;
   void write(AnyCall call, uint32_t channel = 0);
 
   HostCalls& machine_ = nextCalls();
   std::mutex mutex_;
   RecordingFile file_;
+  std::optional<Anonymizer> anonymizer_;
   std::map<vmk_MgmtUserHandle*, uint32_t> channels_;
   uint32_t lastChannel_ = 0;
   CommandOutputs outputs_;

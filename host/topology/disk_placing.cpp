@@ -6,7 +6,7 @@
 #include <tuple>
 
 #include "host/output/text.h"
-#include "host/topology/first_of.h"
+#include "host/topology/find_first.h"
 #include <dmu/plugin.h>
 
 namespace host::topology {
@@ -66,14 +66,14 @@ class DiskPlacing {
   /// The controller that can present the disk, with the PCI identity of the first one.
   simulator::Controller* controllerOf(const HostDisk& disk) {
     simulator::Controller* controller =
-        firstOf(topology_.controllers, [&](const simulator::Controller& other) { return other.hba == disk.hba; });
+        findFirst(topology_.controllers, [&](const simulator::Controller& other) { return other.hba == disk.hba; });
     if (controller == nullptr || disk.driver != kDmuDriver) return nullptr;
     if (identified_.insert(disk.hba).second) controller->pci = disk.pci;
     return isSame(controller->pci, disk.pci) ? controller : nullptr;
   }
 
   bool becomesVolume(const HostDisk& disk, simulator::Controller& controller) const {
-    simulator::Volume* volume = firstOf(controller.volumes, [&](const simulator::Volume& other) {
+    simulator::Volume* volume = findFirst(controller.volumes, [&](const simulator::Volume& other) {
       const uint32_t low = other.number & 0x3FFF;
       if (!other.device.empty()) return false;
       if (other.external) {
@@ -113,7 +113,7 @@ class DiskPlacing {
 
   /// The plugin finds a drive by its serial number, so it matters little which of those at one address it is.
   bool becomesDrive(const HostDisk& disk, simulator::Controller& controller) const {
-    if (firstOf(controller.drives, [&](const simulator::Drive& drive) { return drive.device == disk.device; })) {
+    if (findFirst(controller.drives, [&](const simulator::Drive& drive) { return drive.device == disk.device; })) {
       return true;
     }
     const auto drives = drivesAt(disk, controller);

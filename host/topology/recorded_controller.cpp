@@ -7,7 +7,7 @@
 #include <set>
 
 #include "host/output/text.h"
-#include "host/topology/first_of.h"
+#include "host/topology/find_first.h"
 #include "host/topology/topology_text.h"
 #include "simulator/drive_address.h"
 #include "simulator/raid_levels.h"
@@ -91,8 +91,8 @@ class ControllerWriter {
   }
 
   [[nodiscard]] const simulator::Drive* written(uint32_t index) const {
-    return firstOf(controller_.drives,
-                   [&](const simulator::Drive& drive) { return simulator::driveIndex(drive) == index; });
+    return findFirst(controller_.drives,
+                     [&](const simulator::Drive& drive) { return simulator::driveIndex(drive) == index; });
   }
 
   void writeListedDrives() {
@@ -145,7 +145,7 @@ class ControllerWriter {
   }
 
   void identify(simulator::Drive& one, const model::Drive& drive) {
-    const model::Drive* known = firstOf(model_.drives, [&](const model::Drive& other) {
+    const model::Drive* known = findFirst(model_.drives, [&](const model::Drive& other) {
       return other.index == drive.index && other.identity.has_value();
     });
     if (known == nullptr) {

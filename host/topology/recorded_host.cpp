@@ -71,6 +71,10 @@ std::optional<Failure> failureWith(int32_t result, uint32_t status) {
   return std::nullopt;
 }
 
+bool saysOem(const std::string& output) {
+  return output.find("oem") != std::string::npos || output.find("OEM") != std::string::npos;
+}
+
 class Reader {
  public:
   void take(const recording::OpenChannel& call) {
@@ -114,9 +118,7 @@ class Reader {
   }
 
   void take(const recording::Run& call) {
-    const std::string& text = call.answer.output;
-    const bool isOem = text.find("oem") != std::string::npos || text.find("OEM") != std::string::npos;
-    host_.isOemDriver = host_.isOemDriver || isOem;
+    host_.isOemDriver = host_.isOemDriver || saysOem(call.answer.output);
     runs_.push_back(call.answer);
   }
 
@@ -193,13 +195,9 @@ class Reader {
   [[nodiscard]] std::optional<Failure> failureOf(const recording::Run::Answer& run) const {
     const int exitStatus = run.status >> 8 & 0xFF;
     if (run.error != 0 || exitStatus == kCommandNotFound) return Failure{FaultAction::missing, 1, {}};
-    const bool isOem = run.output.find("oem") != std::string::npos || run.output.find("OEM") != std::string::npos;
-    if (isOem || !host_.isOemDriver) {
-      return run.output.empty() && exitStatus != 0
-                 ? std::optional(Failure{FaultAction::error, static_cast<uint32_t>(exitStatus), {}})
-                 : std::nullopt;
-    }
-    return Failure{FaultAction::length, 0, {}};
+    if (host_.isOemDriver && !saysOem(run.output)) return Failure{FaultAction::length, 0, {}};
+    if (run.output.empty()) return failureWith(exitStatus, 0);
+    return std::nullopt;
   }
 
   RecordedHost host_;

@@ -3,7 +3,7 @@
 
 #include "host/output/text.h"
 #include "host/topology/disk_placing.h"
-#include "host/topology/first_of.h"
+#include "host/topology/find_first.h"
 #include "host/topology/recorded_controller.h"
 #include "host/topology/topology_text.h"
 #include "simulator/disk_identity.h"
@@ -52,25 +52,25 @@ class FaultWriter {
   [[nodiscard]] bool hasDevice(const std::string& device) const {
     const auto isIt = [&](const auto& disk) { return disk.device == device; };
     const auto isOn = [&](const simulator::Controller& controller) {
-      return firstOf(controller.volumes, isIt) != nullptr || firstOf(controller.drives, isIt) != nullptr;
+      return findFirst(controller.volumes, isIt) != nullptr || findFirst(controller.drives, isIt) != nullptr;
     };
-    return firstOf(topology_.foreignDisks, isIt) != nullptr || firstOf(topology_.controllers, isOn) != nullptr;
+    return findFirst(topology_.foreignDisks, isIt) != nullptr || findFirst(topology_.controllers, isOn) != nullptr;
   }
 
   /// Fills in whom a command concerned.
   bool concerns(const CallKind& kind, FaultRule& rule) const {
     const simulator::Controller* controller =
-        firstOf(topology_.controllers, [&](const simulator::Controller& other) { return other.hba == kind.hba; });
+        findFirst(topology_.controllers, [&](const simulator::Controller& other) { return other.hba == kind.hba; });
     if (controller == nullptr) return false;
     rule.controller = kind.hba;
     if (!kind.argument) return true;
     if (kind.call == "identifyPhysicalDevice") {
       rule.drive = *kind.argument;
-      return firstOf(controller->drives, [&](const simulator::Drive& drive) {
+      return findFirst(controller->drives, [&](const simulator::Drive& drive) {
                return simulator::driveIndex(drive) == *kind.argument;
              }) != nullptr;
     }
-    const simulator::Volume* volume = firstOf(
+    const simulator::Volume* volume = findFirst(
         controller->volumes, [&](const simulator::Volume& other) { return (other.number & 0xFFFF) == *kind.argument; });
     if (volume != nullptr) rule.volume = volume->number;
     return volume != nullptr;
@@ -85,8 +85,8 @@ class FaultWriter {
 
 void writeListed(const RecordedHost& host, const std::string& hba, RecordedTopology& result) {
   const auto differ = [&](const std::string& text) { result.differences.push_back(printable(hba) + ": " + text); };
-  const bool isTaken = firstOf(result.topology.controllers,
-                               [&](const simulator::Controller& other) { return other.hba == hba; }) != nullptr;
+  const bool isTaken = findFirst(result.topology.controllers,
+                                 [&](const simulator::Controller& other) { return other.hba == hba; }) != nullptr;
   if (hba.empty() || hba.size() > simulator::kMostHbaName || !isWritable(hba)) {
     return differ("is no name of an HBA for a topology: left out");
   }

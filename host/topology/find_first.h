@@ -7,7 +7,7 @@ namespace host::topology {
 
 /// @return the first item that fits; null when none does
 template <typename Items, typename Fits>
-[[nodiscard]] auto* firstOf(Items& items, Fits fits) {
+[[nodiscard]] auto* findFirst(Items& items, Fits fits) {
   const auto found = std::find_if(items.begin(), items.end(), fits);
   return found == items.end() ? nullptr : &*found;
 }
