@@ -76,12 +76,14 @@ void forEachRecord(const std::string& file, uint32_t type, Take take) {
   });
 }
 
-/// Calls `take` with each record of a chain, its place and the rest of the chain's length, up to the first damage.
-/// @param next  the distance from a record to the next one; 0 ends the chain
+/// Calls `take` with each record of a chain and its place, up to the first damage.
+/// @param next   the distance from a record to the next one; 0 ends the chain
+/// @param steps  that all chains of a file may have together: a file with more repeats itself
 template <typename Record, typename Take>
-void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, uint32_t Record::*next, Take take) {
-  // No chain is longer than the file has room for, whatever it says.
-  for (uint64_t left = std::min<uint64_t>(length, file.size() / sizeof(Record)); left > 0; --left) {
+void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, uint32_t Record::*next, uint64_t& steps,
+                    Take take) {
+  for (; length > 0 && steps > 0; --length) {
+    --steps;
     const auto record = recordAt<Record>(file, place);
     if (!record) return;
     take(*record, place);
@@ -90,15 +92,20 @@ void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, ui
   }
 }
 
+uint64_t mostSteps(const std::string& file) {
+  return file.size() / sizeof(Elf32_Vernaux);
+}
+
 // The records of versions are the same in both classes.
 template <typename Elf>
 std::vector<SymbolVersion> versionsNeeded(const std::string& file) {
   std::vector<SymbolVersion> versions;
+  uint64_t steps = mostSteps(file);
   forEachSection<Elf>(file, SHT_GNU_verneed, [&](const auto& section, const auto& texts) {
-    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verneed::vn_next,
+    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verneed::vn_next, steps,
                    [&](const Elf32_Verneed& need, uint64_t place) {
                      const std::string library = textAt(file, texts, need.vn_file).value_or("");
-                     forEachOfChain(file, place + need.vn_aux, need.vn_cnt, &Elf32_Vernaux::vna_next,
+                     forEachOfChain(file, place + need.vn_aux, need.vn_cnt, &Elf32_Vernaux::vna_next, steps,
                                     [&](const Elf32_Vernaux& one, uint64_t) {
                                       if (auto name = textAt(file, texts, one.vna_name)) {
                                         versions.push_back({*std::move(name), library});
@@ -112,8 +119,9 @@ std::vector<SymbolVersion> versionsNeeded(const std::string& file) {
 template <typename Elf>
 std::vector<SymbolVersion> versionsDefined(const std::string& file) {
   std::vector<SymbolVersion> versions;
+  uint64_t steps = mostSteps(file);
   forEachSection<Elf>(file, SHT_GNU_verdef, [&](const auto& section, const auto& texts) {
-    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verdef::vd_next,
+    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verdef::vd_next, steps,
                    [&](const Elf32_Verdef& definition, uint64_t place) {
                      const auto first = recordAt<Elf32_Verdaux>(file, place + definition.vd_aux);
                      const auto name = first ? textAt(file, texts, first->vda_name) : std::nullopt;
