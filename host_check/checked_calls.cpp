@@ -76,11 +76,13 @@ bool readName(const Call& call, const char* argument, const char* name, char (&c
 template <typename Send>
 int32_t checkedOpen(const Call& call, const char* hba, uint32_t channel, uint32_t target, uint32_t lun,
                     const char* driver, const char* devName, CtrlDevInfo** out, Send send) {
-  char hbaCopy[kNameSize] = "", driverCopy[kNameSize] = "", devNameCopy[kNameSize] = "";
+  char hbaCopy[kNameSize] = "";
+  char driverCopy[kNameSize] = "";
+  char devNameCopy[kNameSize] = "";
   if (driver == nullptr) noteLocked(Rule::argumentNull, call, {.detail = "driver"});
   const bool isSoundCall = readName(call, "hba", hba, hbaCopy) && readName(call, "driver", driver, driverCopy) &&
                            readName(call, "devName", devName, devNameCopy) &&
-                           isRoom(call, {.detail = "out"}, out, sizeof(*out));
+                           isRoom(call, {.detail = "out"}, out, sizeof(void*));
   if (!isSoundCall) return kFailed;
   CtrlDevInfo* real = nullptr;
   const int32_t result = send(out == nullptr ? nullptr : &real);

@@ -106,7 +106,8 @@ void findErrorLayout(void* library) {
   if (symbols == nullptr || names == nullptr || hashTable == nullptr) return;
   // The symbols that the library needs come before those that can be looked up in it.
   const uint32_t needed = hashTable[1];
-  bool usesNew = false, usesOld = false;
+  bool usesNew = false;
+  bool usesOld = false;
   for (uint32_t index = 1; index < needed; ++index) {
     const char* const name = names + symbols[index].st_name;
     usesNew = usesNew || anyBeginsWith(name, "_ZNSt7__cxx1112basic_string", "_ZNKSt7__cxx1112basic_string");

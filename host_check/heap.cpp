@@ -3,11 +3,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <malloc.h>
 #include <pthread.h>
-#include <stdlib.h>
 #include <sys/mman.h>
 #include <unistd.h>
 

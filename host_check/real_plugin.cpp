@@ -27,7 +27,7 @@ const char* keepFileBeside() {
   char path[PATH_MAX + sizeof(kFileBeside)];
   if (realpath(self.dli_fname, path) == nullptr) return nullptr;
   char* const slash = std::strrchr(path, '/');
-  std::strcpy(slash + 1, kFileBeside);
+  std::memcpy(slash + 1, kFileBeside, sizeof(kFileBeside));
   return keepText(path);
 }
 

@@ -52,7 +52,7 @@ void note(Rule rule, const Call& call, const Subject& subject) {
     ++known->times;
     return;
   }
-  Finding* const finding = keepNew<Finding>(Finding{
+  auto* const finding = keepNew<Finding>(Finding{
       .rule = rule,
       .call = call,
       .subject = {.handle = subject.handle, .other = subject.other, .detail = keepText(subject.detail)},

@@ -17,14 +17,14 @@ struct Subject {
 };
 
 struct Finding {
-  Rule rule;
-  Call call;
+  Rule rule{};
+  Call call{};
   Subject subject;
-  const char* disk;        ///< "" where no handle is known
-  const char* place;       ///< of the call
-  const char* otherPlace;  ///< of the call that it collides with; "" without one
-  uint32_t times;          ///< how often it happened there
-  Finding* next;
+  const char* disk = "";        ///< "" where no handle is known
+  const char* place = "";       ///< of the call
+  const char* otherPlace = "";  ///< of the call that it collides with; "" without one
+  uint32_t times = 0;           ///< how often it happened there
+  Finding* next = nullptr;
 };
 
 /// Notes that a call broke a rule. Needs the lock.

@@ -10,16 +10,20 @@
 namespace hostcheck {
 namespace {
 
+/// The bytes of a UTF-8 character that begins with that one; 0 when none does.
+size_t lengthBehind(unsigned char first) {
+  if (first < 0x80) return 1;
+  if (first < 0xC2) return 0;
+  if (first < 0xE0) return 2;
+  if (first < 0xF0) return 3;
+  return first < 0xF5 ? 4 : 0;
+}
+
 /// The bytes of the UTF-8 character at the front of a text; 0 when none is there.
 size_t characterLength(const char* text) {
   const auto byte = [text](size_t index) { return static_cast<unsigned char>(text[index]); };
   const unsigned char first = byte(0);
-  const size_t length = first < 0x80   ? 1
-                        : first < 0xC2 ? 0
-                        : first < 0xE0 ? 2
-                        : first < 0xF0 ? 3
-                        : first < 0xF5 ? 4
-                                       : 0;
+  const size_t length = lengthBehind(first);
   for (size_t index = 1; index < length; ++index) {
     if ((byte(index) & 0xC0) != 0x80) return 0;
   }
@@ -59,7 +63,7 @@ void writeString(int file, const char* text) {
 }
 
 void writeMember(int file, const char* key, const char* text) {
-  dprintf(file, ", \"%s\": ", key);
+  dprintf(file, R"(, "%s": )", key);
   *text == '\0' ? static_cast<void>(dprintf(file, "null")) : writeString(file, text);
 }
 
@@ -87,7 +91,7 @@ void writeFindingAsText(int file, const Finding& finding) {
 
 void writeFindingAsJson(int file, const Finding& finding) {
   const Subject& subject = finding.subject;
-  dprintf(file, "{\"rule\": \"%s\"", textOf(finding.rule).name);
+  dprintf(file, R"({"rule": "%s")", textOf(finding.rule).name);
   writeMember(file, "duty", textOf(finding.rule).duty);
   writeMember(file, "call", finding.call.name);
   writeMember(file, "detail", subject.detail);
@@ -97,14 +101,14 @@ void writeFindingAsJson(int file, const Finding& finding) {
   }
   writeMember(file, "handle", handle);
   writeMember(file, "disk", finding.disk);
-  dprintf(file, ", \"address\": \"%p\"", finding.call.at);
+  dprintf(file, R"(, "address": "%p")", finding.call.at);
   writeMember(file, "place", finding.place);
-  dprintf(file, ", \"times\": %u, \"collidesWith\": ", finding.times);
+  dprintf(file, R"(, "times": %u, "collidesWith": )", finding.times);
   if (subject.other.name == nullptr) {
     dprintf(file, "null}");
     return;
   }
-  dprintf(file, "{\"call\": \"%s\", \"address\": \"%p\"", subject.other.name, subject.other.at);
+  dprintf(file, R"({"call": "%s", "address": "%p")", subject.other.name, subject.other.at);
   writeMember(file, "place", finding.otherPlace);
   dprintf(file, "}}");
 }
@@ -124,10 +128,9 @@ void writeText(int file, const Summary& summary) {
 }
 
 void writeJson(int file, const Summary& summary) {
-  dprintf(file, "{\"version\": 1, \"process\": %d", static_cast<int>(getpid()));
+  dprintf(file, R"({"version": 1, "process": %d)", static_cast<int>(getpid()));
   writeMember(file, "plugin", realPluginFile());
-  dprintf(file,
-          ", \"calls\": %u, \"handlesOpened\": %u, \"handlesOpen\": %u, \"locationTexts\": %u, \"locationTextsHeld\": ",
+  dprintf(file, R"(, "calls": %u, "handlesOpened": %u, "handlesOpen": %u, "locationTexts": %u, "locationTextsHeld": )",
           summary.calls, summary.handlesOpened, summary.handlesOpen, summary.locationTexts);
   dprintf(file, summary.areTextsWatched ? "%u" : "null", summary.locationTextsHeld);
   dprintf(file, ",\n \"findings\": [");

@@ -63,6 +63,5 @@ OUTPUT
 )
 
 # The same host, checked: the checker finds the plugin beside it.
-build=build/release
-LD_LIBRARY_PATH=$build ./minimal-host $build/dmu-check-host.so naa.6a1b2c0000000201 vmhba2 1 1 0 2>&1 >/dev/null |
+LD_LIBRARY_PATH=build/release ./minimal-host build/release/dmu-check-host.so naa.6a1b2c0000000201 vmhba2 1 1 0 2>&1 >/dev/null |
   grep -qF "$home/dmu-veltrane-plugin.so: 4 calls, 1 handles opened, 0 left open, 4 location texts handed out; 0 breaches found"
