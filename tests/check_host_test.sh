@@ -2,6 +2,7 @@
 # What the checker of hosts says of hosts that are known.
 #
 #   check_host_test.sh BUILD_DIR good [preloaded]          nothing of the example; every rule has a mistake
+#   check_host_test.sh BUILD_DIR dmu-host                  nothing of dmu-host, whatever it does
 #   check_host_test.sh BUILD_DIR setup                     how it is told its files, and what is wrong with these
 #   check_host_test.sh BUILD_DIR mistake NAME RULE SAYS    that rule and no other, as text with that in it and as JSON
 set -euo pipefail
@@ -33,6 +34,14 @@ case $question in
     diff --label rules --label 'rules with a mistake' \
       <(sed -nE 's/^ +\{Rule::[A-Za-z]+, "([^"]*)".*/\1/p' "$project/host_check/rules.cpp" | sort) \
       <(sed -nE 's/^MISTAKE\([A-Za-z]+, "([^"]*)".*/\1/p' "$project/tests/broken_hosts/mistakes.cpp" | sort -u)
+    ;;
+  dmu-host)
+    for command in list 'location --all' 'temperature --all' 'info --all' 'locate --all on' 'cache --all on --yes' metrics inventory; do
+      # shellcheck disable=SC2086  # a command and its options
+      "$build/dmu-host" --plugin "$checker" $command >/dev/null 2>"$work/report" || complain "$command" "$(<"$work/report")"
+      grep -q '^dmu-check-host: process .* [1-9][0-9]* calls, .*; 0 breaches found$' "$work/report" ||
+        complain "$command" "$(<"$work/report")"
+    done
     ;;
   setup)
     # A plugin that is named by a relative path; one that is not there; no plugin; the checker itself.
