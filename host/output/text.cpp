@@ -21,7 +21,7 @@ static Character firstOf(std::string_view text) {
   std::mbstate_t state{};
   wchar_t wide = 0;
   const size_t bytes = std::mbrtowc(&wide, text.data(), text.size(), &state);
-  character.code = static_cast<uint32_t>(wide);
+  character.code = std::char_traits<wchar_t>::to_int_type(wide);
   character.isValid = bytes != 0 && bytes <= text.size();
   if (character.isValid) character.bytes = bytes;
   return character;

@@ -135,10 +135,10 @@ class Reader {
     for (const auto& [hba, snapshots] : snapshots_) {
       model::Controller known = *snapshots.front().find(hba);
       for (const model::Controllers& snapshot : snapshots) {
-        model::Controller later = *snapshot.find(hba);
-        fill(known, later);
-        fill(later, known);
-        if (later != known) host_.changed.insert(hba);
+        model::Controller seen = *snapshot.find(hba);
+        fill(known, seen);
+        fill(seen, known);
+        if (seen != known) host_.changed.insert(hba);
       }
       host_.controllers[hba] = std::move(known);
     }

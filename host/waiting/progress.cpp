@@ -156,7 +156,7 @@ Activity::~Activity() {
   state.activities.resize(place_);
 }
 
-void Activity::advance() {
+void Activity::advance() const {
   const std::lock_guard lock(state.mutex);
   ++state.activities[place_].done;
 }

@@ -39,7 +39,7 @@ class Activity {
   Activity& operator=(const Activity&) = delete;
 
   /// One more step is done.
-  void advance();
+  void advance() const;
 
  private:
   size_t place_;
