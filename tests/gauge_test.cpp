@@ -173,9 +173,9 @@ TEST(Gauge, WhatWasWrittenIsReadFromAFile) {
 
 TEST(Gauge, OtherLinesOfAFileAreLeftOut) {
   for (const char* line :
-       {"", "dmu_up", "dmu_up{", "dmu_up{hba=\"", "dmu_up{hba=\"a", "dmu_up{hba=\"a\\", "dmu_up{hba=\"a\\\"} 1",
-        "dmu_up{hba=\"a\"", "dmu_up{hba=\"a\"}1", "dmu_up{hba=\"a\",} 1", "dmu_up{hba=\"a\",bay=\"1\"} 1",
-        "dmu_up{bay=\"1\",hba=\"a\"} 1", " dmu_up{hba=\"a\"} 1", "# dmu_up{hba=\"a\"} 1"}) {
+       {"", "dmu_up", "dmu_up{", R"(dmu_up{hba=")", R"(dmu_up{hba="a)", R"(dmu_up{hba="a\)", R"(dmu_up{hba="a\"} 1)",
+        R"(dmu_up{hba="a")", R"(dmu_up{hba="a"}1)", R"(dmu_up{hba="a",} 1)", R"(dmu_up{hba="a",bay="1"} 1)",
+        R"(dmu_up{bay="1",hba="a"} 1)", R"( dmu_up{hba="a"} 1)", R"(# dmu_up{hba="a"} 1)"}) {
     EXPECT_EQ(valuesByLabel(std::string(line) + "\ndmu_up{hba=\"b\"} 1", "dmu_up", "hba"),
               (std::map<std::string, std::string>{{"b", "1"}}))
         << line;

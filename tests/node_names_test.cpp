@@ -106,20 +106,28 @@ std::optional<size_t> expectedVolume(const std::string& name, const std::vector<
   return std::nullopt;
 }
 
+const std::string kBeginnings[] = {"600a0b8000112233", "600a0b8000112234", "6a1b2c0000000201", std::string(16, '0')};
+const std::string kEndings[] = {"00000000000000c1", "00000000000000c2", "ffffffffffffffff", std::string(16, '0')};
+
+size_t below(size_t end, std::mt19937& random) {
+  return std::uniform_int_distribution<size_t>(0, end - 1)(random);
+}
+
+std::string randomName(std::mt19937& random) {
+  std::string number = kBeginnings[below(4, random)];
+  if (below(2, random) == 0) number += kEndings[below(4, random)];
+  if (below(4, random) == 0) std::transform(number.begin(), number.end(), number.begin(), ::toupper);
+  return (below(2, random) == 0 ? "nxx." : "t10.x_") + number + (below(3, random) == 0 ? ":1" : "");
+}
+
 TEST(NodeNames, OfManyRandomHostsAreJoinedByTheRule) {
   std::mt19937 random(20261126);
-  const auto below = [&](size_t end) { return std::uniform_int_distribution<size_t>(0, end - 1)(random); };
-  const std::string beginnings[] = {"600a0b8000112233", "600a0b8000112234", "6a1b2c0000000201", std::string(16, '0')};
-  const std::string endings[] = {"00000000000000c1", "00000000000000c2", "ffffffffffffffff", std::string(16, '0')};
   for (int host = 0; host < 500; ++host) {
-    std::vector<std::string> ids(1 + below(6));
-    for (std::string& id : ids) id = beginnings[below(4)] + endings[below(4)];
+    std::vector<std::string> ids(1 + below(6, random));
+    for (std::string& id : ids) id = kBeginnings[below(4, random)] + kEndings[below(4, random)];
     std::map<std::string, std::optional<size_t>> expected;
-    for (size_t node = 0; node < 1 + below(8); ++node) {
-      std::string number = beginnings[below(4)];
-      if (below(2) == 0) number += endings[below(4)];
-      if (below(4) == 0) std::transform(number.begin(), number.end(), number.begin(), ::toupper);
-      const std::string name = (below(2) == 0 ? "nxx." : "t10.x_") + number + (below(3) == 0 ? ":1" : "");
+    for (size_t node = 0; node < 1 + below(8, random); ++node) {
+      const std::string name = randomName(random);
       expected[name] = expectedVolume(name, ids);
     }
     std::vector<std::string> names;
