@@ -40,28 +40,28 @@ bool hasListedDrives(const model::Controller& controller) {
                      [](const model::Drive& drive) { return drive.isListed; });
 }
 
-/// Adds what a later snapshot tells of the controller and the earlier ones do not.
-void fill(model::Controller& known, const model::Controller& later) {
-  if (known.volumes.empty()) known.volumes = later.volumes;
-  for (model::Volume& volume : known.volumes) {
-    for (const model::Volume& same : later.volumes) {
+/// Adds what another snapshot tells of the controller and this one does not.
+void fill(model::Controller& target, const model::Controller& source) {
+  if (target.volumes.empty()) target.volumes = source.volumes;
+  for (model::Volume& volume : target.volumes) {
+    for (const model::Volume& same : source.volumes) {
       if (same.word == volume.word) fillVolume(volume, same);
     }
   }
-  if (!hasListedDrives(known) && hasListedDrives(later)) {
-    known.drives = later.drives;
-    known.otherDevices = later.otherDevices;
-    known.driveReportFormat = later.driveReportFormat;
+  if (!hasListedDrives(target) && hasListedDrives(source)) {
+    target.drives = source.drives;
+    target.otherDevices = source.otherDevices;
+    target.driveReportFormat = source.driveReportFormat;
   }
-  for (model::Drive& drive : known.drives) {
-    const model::Drive* same = later.drive(drive.index);
+  for (model::Drive& drive : target.drives) {
+    const model::Drive* same = source.drive(drive.index);
     if (!drive.identity && same != nullptr) drive.identity = same->identity;
   }
-  for (const model::Drive& drive : later.drives) {
-    if (!drive.isListed && known.drive(drive.index) == nullptr) known.drives.push_back(drive);
+  for (const model::Drive& drive : source.drives) {
+    if (!drive.isListed && target.drive(drive.index) == nullptr) target.drives.push_back(drive);
   }
-  if (!known.driveCacheOn) known.driveCacheOn = later.driveCacheOn;
-  if (!known.volumesCacheOff) known.volumesCacheOff = later.volumesCacheOff;
+  if (!target.driveCacheOn) target.driveCacheOn = source.driveCacheOn;
+  if (!target.volumesCacheOff) target.volumesCacheOff = source.volumesCacheOff;
 }
 
 /// A failed call, or its driver's status.
