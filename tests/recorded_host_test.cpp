@@ -70,6 +70,7 @@ class RandomRecording {
   recording::RecordedCalls recorded;
 
  private:
+  uint32_t any() { return static_cast<uint32_t>(random_()); }
   uint32_t below(uint32_t end) { return static_cast<uint32_t>(random_() % end); }
   bool isOneIn(uint32_t count) { return below(count) == 0; }
 
@@ -154,13 +155,13 @@ class RandomRecording {
     std::vector<wire::LunAddress> addresses(below(6));
     for (wire::LunAddress& address : addresses) {
       const uint32_t number = oneOf<uint32_t>({0, 1, 2, 3, 0xFFFF, 0x1FFFE, 0x20003, 0x3FFFFFFF, below(1000)});
-      address.word = isOneIn(12) ? random_() : wire::kVolumeKind | number;
+      address.word = isOneIn(12) ? any() : wire::kVolumeKind | number;
     }
     addCommand(controller, Opcode::reportLogicalLuns, 0, reportOf(addresses, 0));
     for (const wire::LunAddress& address : addresses) {
       wire::IdentifyLogicalDevice identity{};
       fillText(identity.label);
-      identity.logicalDriveId = random_();
+      identity.logicalDriveId = any();
       addCommand(controller, Opcode::identifyLogicalDevice, address.word & 0xFFFF, bytesOf(identity));
       addCommand(controller, Opcode::senseConfiguration, address.word & 0xFFFF, membersOf(limits));
     }
@@ -168,7 +169,7 @@ class RandomRecording {
 
   Bytes membersOf(const wire::IdentifyController& limits) {
     wire::SenseConfiguration sense{};
-    sense.memberDrives = static_cast<uint16_t>(isOneIn(8) ? random_() : below(7));
+    sense.memberDrives = static_cast<uint16_t>(isOneIn(8) ? any() : below(7));
     sense.faultTolerance = static_cast<uint16_t>(below(8));
     sense.membersAt = isOneIn(8) ? limit() : sizeof(sense);
     sense.maxPhysicalDevices = isOneIn(8) ? limit() : uint16_t{limits.maxPhysicalDevices};
@@ -185,7 +186,7 @@ class RandomRecording {
   void addDrives(uint32_t controller) {
     std::vector<wire::ExtendedReportEntry> entries(below(10));
     for (wire::ExtendedReportEntry& entry : entries) {
-      entry.address.word = oneOf<uint32_t>({0, 0, wire::kMaskedKind, wire::kMaskedKind, wire::kMaskedKind, random_()});
+      entry.address.word = oneOf<uint32_t>({0, 0, wire::kMaskedKind, wire::kMaskedKind, wire::kMaskedKind, any()});
       entry.address.bus = static_cast<uint8_t>(isOneIn(8) ? below(256) : 1);
       entry.address.target = static_cast<uint8_t>(below(16));
       entry.deviceType = static_cast<uint8_t>(isOneIn(6) ? below(32) : 0);

@@ -173,7 +173,7 @@ class Reader {
     const auto size = static_cast<int64_t>(page.size());
     const auto received = static_cast<size_t>(std::clamp<int64_t>(size - header.resid, 0, size));
     const bool isPage = received >= kPageHeader && page[1] == kSerialNumberInquiry[2];
-    const size_t length = isPage ? std::min<size_t>(page[2] << 8 | page[3], kLongestSerial) : 0;
+    const size_t length = isPage ? std::min<size_t>(static_cast<size_t>(page[2]) << 8 | page[3], kLongestSerial) : 0;
     if (!isPage || received < kPageHeader + length) {
       host_.cutSerials[call.request.device] = std::max(received, kPageHeader) - kPageHeader;
       return Failure{FaultAction::length,
