@@ -11,6 +11,7 @@ namespace host {
 namespace {
 
 struct Elf32 {
+  static constexpr int kBits = 32;
   using Header = Elf32_Ehdr;
   using Segment = Elf32_Phdr;
   using Section = Elf32_Shdr;
@@ -18,6 +19,7 @@ struct Elf32 {
   using Dynamic = Elf32_Dyn;
 };
 struct Elf64 {
+  static constexpr int kBits = 64;
   using Header = Elf64_Ehdr;
   using Segment = Elf64_Phdr;
   using Section = Elf64_Shdr;
@@ -153,10 +155,10 @@ std::vector<std::string> dynamicTexts(const std::string& file, int64_t tag) {
 }
 
 template <typename Elf>
-std::optional<ElfIdentity> identityOf(const std::string& file, int bits) {
+std::optional<ElfIdentity> identityOf(const std::string& file) {
   const auto header = recordAt<typename Elf::Header>(file, 0);
   if (!header) return std::nullopt;
-  ElfIdentity identity{bits, "machine " + std::to_string(header->e_machine), header->e_type == ET_DYN};
+  ElfIdentity identity{Elf::kBits, "machine " + std::to_string(header->e_machine), header->e_type == ET_DYN};
   if (header->e_machine == EM_386) identity.machine = "x86";
   if (header->e_machine == EM_X86_64) identity.machine = "x86-64";
   return identity;
@@ -183,18 +185,23 @@ std::optional<int> classOf(const std::string& file) {
   return file[EI_CLASS];
 }
 
-std::vector<std::string> dynamicTexts(const std::string& file, int64_t tag) {
+/// Reads a file by the records of its class.
+/// @return what `read` does; nothing (or false) for what is no file of either class
+template <typename Read>
+auto byClass(const std::string& file, Read read) -> decltype(read(Elf32{})) {
   const auto fileClass = classOf(file);
   if (!fileClass) return {};
-  return *fileClass == ELFCLASS32 ? dynamicTexts<Elf32>(file, tag) : dynamicTexts<Elf64>(file, tag);
+  return *fileClass == ELFCLASS32 ? read(Elf32{}) : read(Elf64{});
+}
+
+std::vector<std::string> dynamicTexts(const std::string& file, int64_t tag) {
+  return byClass(file, [&](auto elf) { return dynamicTexts<decltype(elf)>(file, tag); });
 }
 
 }  // namespace
 
 std::optional<ElfIdentity> identifyElf(const std::string& file) {
-  const auto fileClass = classOf(file);
-  if (!fileClass) return std::nullopt;
-  return *fileClass == ELFCLASS32 ? identityOf<Elf32>(file, 32) : identityOf<Elf64>(file, 64);
+  return byClass(file, [&](auto elf) { return identityOf<decltype(elf)>(file); });
 }
 
 std::vector<std::string> neededLibraries(const std::string& file) {
@@ -207,27 +214,19 @@ std::string sonameOf(const std::string& file) {
 }
 
 std::vector<std::string> undefinedSymbols(const std::string& file) {
-  const auto fileClass = classOf(file);
-  if (!fileClass) return {};
-  return *fileClass == ELFCLASS32 ? undefinedNames<Elf32>(file) : undefinedNames<Elf64>(file);
+  return byClass(file, [&](auto elf) { return undefinedNames<decltype(elf)>(file); });
 }
 
 std::vector<SymbolVersion> neededVersions(const std::string& file) {
-  const auto fileClass = classOf(file);
-  if (!fileClass) return {};
-  return *fileClass == ELFCLASS32 ? versionsNeeded<Elf32>(file) : versionsNeeded<Elf64>(file);
+  return byClass(file, [&](auto elf) { return versionsNeeded<decltype(elf)>(file); });
 }
 
 std::vector<SymbolVersion> definedVersions(const std::string& file) {
-  const auto fileClass = classOf(file);
-  if (!fileClass) return {};
-  return *fileClass == ELFCLASS32 ? versionsDefined<Elf32>(file) : versionsDefined<Elf64>(file);
+  return byClass(file, [&](auto elf) { return versionsDefined<decltype(elf)>(file); });
 }
 
 bool isCut(const std::string& file) {
-  const auto fileClass = classOf(file);
-  if (!fileClass) return false;
-  return *fileClass == ELFCLASS32 ? endsBeforeSegments<Elf32>(file) : endsBeforeSegments<Elf64>(file);
+  return byClass(file, [&](auto elf) { return endsBeforeSegments<decltype(elf)>(file); });
 }
 
 }  // namespace host
