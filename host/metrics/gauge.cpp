@@ -7,10 +7,6 @@
 namespace host::metrics {
 namespace {
 
-std::string utf8Of(const std::string& text) {
-  return Json::parse(Json(text).dump(-1, ' ', false, Json::error_handler_t::replace)).get<std::string>();
-}
-
 /// A label's value between its quotes.
 std::string escapedLabel(const std::string& value) {
   std::string text;

@@ -75,12 +75,16 @@ bool writeWhole(int descriptor, const std::string& text) {
 /// Owner and mode of the file before, or those of a file that is made as any other.
 void setRights(int descriptor, const std::optional<struct stat>& older) {
   if (older) (void)!fchown(descriptor, older->st_uid, older->st_gid);
-  const mode_t withheld = umask(0);
-  umask(withheld);
-  (void)fchmod(descriptor, older ? older->st_mode & 0777 : 0666 & ~withheld);
+  (void)fchmod(descriptor, older ? older->st_mode & 0777 : modeOfNewFiles());
 }
 
 }  // namespace
+
+mode_t modeOfNewFiles() {
+  const mode_t withheld = umask(0);
+  umask(withheld);
+  return 0666 & ~withheld;
+}
 
 void replaceFile(const std::string& file, const std::string& text) {
   const auto older = statusOfFile(file);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <sys/types.h>
 
 namespace host {
 
@@ -9,6 +10,9 @@ namespace host {
 /// as this process may set them. What is no regular file is written to as it is.
 /// @throws Refusal  the file cannot be written; a regular one is as it was then
 void replaceFile(const std::string& file, const std::string& text);
+
+/// The rights of a file that is made as any other.
+[[nodiscard]] mode_t modeOfNewFiles();
 
 /// @return the text that a replacement takes away; empty where no regular file is. One that cannot be read is empty
 /// too,

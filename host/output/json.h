@@ -14,4 +14,9 @@ template <typename Value>
   return value ? Json(*value) : Json(nullptr);
 }
 
+/// The text with U+FFFD for what is no UTF-8, as a document has it.
+[[nodiscard]] inline std::string utf8Of(const std::string& text) {
+  return Json::parse(Json(text).dump(-1, ' ', false, Json::error_handler_t::replace)).get<std::string>();
+}
+
 }  // namespace host

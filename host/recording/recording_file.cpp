@@ -11,6 +11,7 @@
 #include <system_error>
 #include <unistd.h>
 
+#include "host/output/file_replacement.h"
 #include "host/recording/lines.h"
 #include "host/refusal.h"
 #include "host/report.h"
@@ -52,13 +53,6 @@ bool isRecording(const std::string& file) {
   throw Refusal(file + ": cannot be written: " + reason);
 }
 
-/// The rights of a file that is made as any other.
-mode_t newMode() {
-  const mode_t withheld = umask(0);
-  umask(withheld);
-  return 0666 & ~withheld;
-}
-
 }  // namespace
 
 RecordingFile::RecordingFile(const std::string& file, const std::vector<RunFile>& others, bool repeats)
@@ -75,7 +69,7 @@ RecordingFile::RecordingFile(const std::string& file, const std::vector<RunFile>
     const std::string reason = std::strerror(errno);
     refuse(file, simulator::behindLinks(file) == file ? reason : "it leads to " + target_ + ": " + reason);
   }
-  (void)fchmod(descriptor, older ? older->st_mode & 0777 : newMode());
+  (void)fchmod(descriptor, older ? older->st_mode & 0777 : modeOfNewFiles());
   file_.reset(fdopen(descriptor, "w"));
   write(firstLine(repeats));
   if (error_ == 0) return;

@@ -157,8 +157,7 @@ bool isWritable(const std::string& text) {
   for (size_t at = text.find('\xC2'); at != std::string::npos; at = text.find('\xC2', at + 1)) {
     if (text.substr(at + 1, 1) < "\xA0") return false;  // U+0080 to U+009F
   }
-  const std::string json = Json(text).dump(-1, ' ', false, Json::error_handler_t::replace);
-  return Json::parse(json).get<std::string>() == text;
+  return utf8Of(text) == text;
 }
 
 std::string writable(std::string text) {
