@@ -116,9 +116,7 @@ std::vector<HostDisk> Session::findDisks() {
   if (!options_.inventoryFile.empty()) return readInventory(options_.inventoryFile);
   if (simulatedHost_ != nullptr) return simulatedHost_->disks();
   Discovery found = discoverDisks(*this, nodesIn(std::string(kNodes)));
-  for (const NotJoined& controller : found.silent) {
-    report_.refused(Refusal(printable(controller.what + " does not answer: " + controller.why)));
-  }
+  reportSilent(report_, found);
   report_.note("no --inventory: the controllers list " + counted(found.disks.size(), "disk") + " with " +
                (found.left.empty() ? "nothing left over" : counted(found.left.size(), "other") + " left out") +
                " (see dmu-host inventory)");

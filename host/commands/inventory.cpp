@@ -49,9 +49,7 @@ class InventoryCommand final : public Command {
     if (session.isReplay()) throw Refusal("inventory asks the host, and a replay has its own list of disks");
     const Discovery found = discoverDisks(session, nodes(session));
     const std::string list = toJson(found).dump(2, ' ', false, Json::error_handler_t::replace) + "\n";
-    for (const NotJoined& controller : found.silent) {
-      session.report().refused(Refusal(printable(controller.what + " does not answer: " + controller.why)));
-    }
+    reportSilent(session.report(), found);
     for (const NotJoined& one : found.left) complain("left out: " + printable(one.what) + ": " + printable(one.why));
     Outcome outcome{"", toJson(found)};
     outcome.json["left"] = toJson(found.left);

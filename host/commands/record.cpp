@@ -4,12 +4,12 @@
 #include <set>
 
 #include "host/commands/commands.h"
+#include "host/discovery/discovery.h"
 #include "host/disks/device_names.h"
 #include "host/disks/known_names.h"
 #include "host/disks/opened_disk.h"
 #include "host/output/text.h"
 #include "host/waiting/progress.h"
-#include <dmu/plugin.h>
 
 namespace host {
 namespace {
@@ -50,21 +50,11 @@ DiskRecord askEverything(Session& session, const HostDisk& disk) {
   return opened.record;
 }
 
-/// Reads a controller that no disk led to: the plugin does so before it looks for the disk, which is none of its.
-void askController(Session& session, const std::string& hba) {
-  HostDisk nothing;
-  nothing.hba = hba;
-  nothing.channel = UINT32_MAX;
-  nothing.driver = kDmuDriver;
-  nothing.device = hba + ":" + addressOf(nothing);  // without a node
-  const DeviceHandle handle = openHandle(session.plugin(), nothing);
-  if (handle.get() != nullptr) (void)deviceInformation(handle);
-}
-
+/// Reads the controllers that no disk led to.
 void askOtherControllers(Session& session, const std::vector<HostDisk>& disks) {
-  if (session.commands().listedControllers().empty()) askController(session, "");  // asks the driver for its list
+  if (session.commands().listedControllers().empty()) (void)askController(session, kNoController);
   for (const std::string& hba : session.commands().listedControllers()) {
-    if (disksOfHba(disks, hba).empty()) askController(session, hba);
+    if (disksOfHba(disks, hba).empty()) (void)askController(session, hba);
   }
 }
 

@@ -11,6 +11,7 @@
 #include "host/disks/disk_drives.h"
 #include "host/disks/plugin_calls.h"
 #include "host/disks/serial_number.h"
+#include "host/model/host_address.h"
 #include "host/output/text.h"
 #include "host/waiting/progress.h"
 #include <dmu/plugin.h>
@@ -18,16 +19,14 @@
 namespace host {
 namespace {
 
-constexpr const char* kNoController = "(no such controller)";
-constexpr uint32_t kNoDevice = 4095;  // a number that no channel, target or LUN has
-constexpr uint32_t kFirstDiskTarget = 64;
+constexpr model::HostAddress kNoDevice = {4095, 4095, 4095};  // numbers that no channel, target or LUN has
 
-HostDisk diskAt(const std::string& hba, uint32_t channel, uint32_t target, uint32_t lun) {
+HostDisk diskAt(const std::string& hba, const model::HostAddress& address) {
   HostDisk disk;
   disk.hba = hba;
-  disk.channel = channel;
-  disk.target = target;
-  disk.lun = lun;
+  disk.channel = address.channel;
+  disk.target = address.target;
+  disk.lun = address.lun;
   disk.driver = kDmuDriver;
   disk.pci.isPciDevice = false;
   disk.device = hba + ":" + addressOf(disk);
@@ -49,25 +48,16 @@ std::string whyNot(Session& session, const HostDisk& disk, uint8_t type) {
 
 /// The driver's controllers, in its order.
 std::vector<std::string> listControllers(Session& session) {
-  const auto answer = ask(session, diskAt(kNoController, kNoDevice, kNoDevice, kNoDevice));
+  const std::string error = askController(session, kNoController);
   std::vector<std::string> names = session.commands().listedControllers();
-  if (names.empty()) throw Refusal("the driver lists no controllers: " + printable(answer.error));
+  if (names.empty()) throw Refusal("the driver lists no controllers: " + printable(error));
   return names;
-}
-
-/// A controller that was read, or null with the reason.
-const model::Controller* readController(Session& session, const std::string& hba, std::string& why) {
-  const auto answer = ask(session, diskAt(hba, kNoDevice, kNoDevice, kNoDevice));
-  const model::Controller* controller = session.controllers().find(hba);
-  if (controller == nullptr) why = answer.error;
-  return controller;
 }
 
 /// The address under which the host has the volume: it depends on the driver, so the plugin is asked at each.
 std::vector<HostDisk> possibleAddresses(const std::string& hba, const model::Volume& volume) {
-  const uint32_t number = volume.word & 0x3FFF;
-  if (volume.isExternal) return {diskAt(hba, 3, volume.word >> 16 & 0x3FFF, volume.word & 0xFF)};
-  return {diskAt(hba, 1, number, 0), diskAt(hba, 1, 0, number + 1)};
+  if (volume.isExternal) return {diskAt(hba, model::externalVolumeAddress(volume.word))};
+  return {diskAt(hba, model::volumeAddress(volume.word, false)), diskAt(hba, model::volumeAddress(volume.word, true))};
 }
 
 std::string idOf(const model::Volume& volume) {
@@ -119,8 +109,8 @@ class Search {
   void leave(const std::string& what, const std::string& why) { found_.left.push_back({what, why}); }
 
   void readListed(const std::string& hba) {
-    std::string why;
-    const model::Controller* const controller = readController(session_, hba, why);
+    const std::string why = askController(session_, hba);
+    const model::Controller* const controller = session_.controllers().find(hba);
     if (controller == nullptr) return found_.silent.push_back({hba.empty() ? "a controller without a name" : hba, why});
     controllers_.push_back(hba);
     const model::Controller known = *controller;  // the questions below may read it anew
@@ -188,7 +178,7 @@ class Search {
   }
 
   void list(const FoundDrive& found) {
-    HostDisk disk = diskAt(found.hba, 0, found.drive.index % 256 + kFirstDiskTarget, 0);
+    HostDisk disk = diskAt(found.hba, model::driveAddress(found.drive.index));
     const auto& identity = found.drive.identity;
     const std::string name = found.hba + ": " +
                              (identity && !identity->serial.empty() ? "drive serial:" + printable(identity->serial)
@@ -211,6 +201,16 @@ class Search {
 };
 
 }  // namespace
+
+std::string askController(Session& session, const std::string& hba) {
+  return ask(session, diskAt(hba, kNoDevice)).error;
+}
+
+void reportSilent(Report& report, const Discovery& found) {
+  for (const NotJoined& controller : found.silent) {
+    report.refused(Refusal(printable(controller.what + " does not answer: " + controller.why)));
+  }
+}
 
 Discovery discoverDisks(Session& session, const Nodes& nodes) {
   return Search(session, nodes).run();

@@ -32,6 +32,16 @@ struct Nodes {
 /// The names in a folder.
 [[nodiscard]] Nodes nodesIn(const std::string& folder);
 
+/// A name that no controller has: who asks it for anything gets the driver's list of controllers.
+inline constexpr const char* kNoController = "(no such controller)";
+
+/// Has the plugin read a controller, by operation 0 for a device that none has.
+/// @return what the plugin says of it: at best that the device is not there
+std::string askController(Session& session, const std::string& hba);
+
+/// Reports each controller that did not answer.
+void reportSilent(Report& report, const Discovery& found);
+
 /// Asks with the plugin's operation 0 alone, and changes nothing: a handle of a controller that is not there brings the
 /// driver's list of controllers, one on each of these its reports. A volume is listed once the plugin answers at the
 /// address that follows from its number; its node is told by the name. A physical disk is known by the serial number

@@ -10,15 +10,17 @@
 #include <cstring>
 #include <fcntl.h>
 #include <scsi/sg.h>
+#include <span>
 #include <sys/ioctl.h>
 #include <unistd.h>
+
+#include "host/disks/serial_page.h"
 
 namespace host {
 namespace {
 
-constexpr uint8_t kSerialNumberPage = 0x80;
 constexpr int kReplySize = 64;
-constexpr int kHeaderSize = 4;
+constexpr int kHeaderSize = kSerialPageHeader;
 constexpr unsigned kTimeoutMilliseconds = 20000;
 
 class OpenNode {
@@ -76,13 +78,6 @@ std::optional<Reply> inquire(int descriptor, std::string& error) {
   return reply;
 }
 
-/// The text of the page: without leading blanks, up to the first byte that is no printable character.
-std::string textOf(const uint8_t* begin, const uint8_t* end) {
-  const uint8_t* first = std::find_if(begin, end, [](uint8_t byte) { return byte != ' '; });
-  const uint8_t* last = std::find_if(first, end, [](uint8_t byte) { return byte < 0x21 || byte > 0x7E; });
-  return {first, last};
-}
-
 }  // namespace
 
 SerialAnswer readSerialNumber(const std::string& device) {
@@ -101,8 +96,8 @@ SerialAnswer readSerialNumber(const std::string& device) {
     answer.error = "the disk's serial number did not arrive whole";
     return answer;
   }
-  const uint8_t* text = reply->bytes + kHeaderSize;
-  if (std::string serial = textOf(text, text + length); !serial.empty()) answer.serial = std::move(serial);
+  const auto text = std::span(reply->bytes).subspan(kSerialPageHeader, static_cast<size_t>(length));
+  if (std::string serial = serialNumberIn(text); !serial.empty()) answer.serial = std::move(serial);
   return answer;
 }
 

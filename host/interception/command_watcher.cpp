@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "host/interception/instance_list.h"
 #include "host/interception/interception.h"
 
 namespace host {
@@ -80,14 +81,8 @@ int32_t CommandWatcher::listInstances(const CallbackCall& call) {
   if (result == 0) std::memcpy(&status, call.parameters[1], sizeof(status));
   channelCalled({"query", result, status, watch.time()});
   if (result != 0 || status != 0) return result;
-  wire::InstanceList list{};
-  std::memcpy(&list, call.parameters[0], sizeof(list));
   const std::lock_guard lock(mutex_);
-  instances_.clear();
-  for (uint32_t number = 0; number < wire::kInstances; ++number) {
-    const wire::InstanceEntry& entry = list.entries[number];
-    if (entry.id != wire::kUnusedInstance) instances_[number] = {entry.name, strnlen(entry.name, sizeof(entry.name))};
-  }
+  instances_ = instanceNames(call.parameters[0]);
   return result;
 }
 

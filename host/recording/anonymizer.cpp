@@ -7,6 +7,7 @@
 #include <span>
 #include <utility>
 
+#include "host/disks/serial_page.h"
 #include "simulator/command_decoder.h"
 
 namespace host::recording {
@@ -237,20 +238,15 @@ void Anonymizer::apply(Command& call) const {
 }
 
 void Anonymizer::apply(NodeRequest& call) const {
-  constexpr uint8_t kSerialNumberInquiry[] = {0x12, 0x01, 0x80};
-  constexpr size_t kPageHeader = 4;
-  const Bytes& cdb = call.request.cdb;
-  const bool asksForSerial = cdb.size() >= sizeof(kSerialNumberInquiry) &&
-                             std::equal(std::begin(kSerialNumberInquiry), std::end(kSerialNumberInquiry), cdb.begin());
   call.request.device = pseudonyms_.device(call.request.device);
   std::fill(call.request.data.begin(), call.request.data.end(), uint8_t{0});
   std::fill(call.answer.sense.begin(), call.answer.sense.end(), uint8_t{0});
   Kept kept(call.answer.data, pseudonyms_);
-  if (asksForSerial) {
+  if (asksForSerialNumber(call.request.cdb)) {
     kept.keep(1, 1);
-    if (kept.number<uint8_t>(1) == kSerialNumberInquiry[2]) {
+    if (kept.number<uint8_t>(1) == kSerialNumberPage) {
       kept.keep(2, 2);
-      kept.replaceSerial(kPageHeader, size_t{kept.number<uint8_t>(2)} << 8 | kept.number<uint8_t>(3));
+      kept.replaceSerial(kSerialPageHeader, size_t{kept.number<uint8_t>(2)} << 8 | kept.number<uint8_t>(3));
     }
   }
   call.answer.data = kept.take();

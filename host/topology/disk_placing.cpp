@@ -5,15 +5,15 @@
 #include <set>
 #include <tuple>
 
+#include "host/model/find_first.h"
+#include "host/model/host_address.h"
 #include "host/output/text.h"
-#include "host/topology/find_first.h"
 #include <dmu/plugin.h>
 
 namespace host::topology {
 namespace {
 
 constexpr size_t kLongestNodeSerial = 60;
-constexpr uint32_t kFirstTarget = 64;  // of a drive that the host sees as a disk
 
 bool isSame(const simulator::PciIdentity& one, const simulator::PciIdentity& other) {
   const auto tied = [](const simulator::PciIdentity& pci) {
@@ -74,13 +74,9 @@ class DiskPlacing {
 
   bool becomesVolume(const HostDisk& disk, simulator::Controller& controller) const {
     simulator::Volume* volume = findFirst(controller.volumes, [&](const simulator::Volume& other) {
-      const uint32_t low = other.number & 0x3FFF;
-      if (!other.device.empty()) return false;
-      if (other.external) {
-        return disk.channel == 3 && disk.target == (other.number >> 16 & 0x3FFF) && disk.lun == (other.number & 0xFF);
-      }
-      return disk.channel == 1 &&
-             (topology_.oemDriver ? disk.target == 0 && disk.lun == low + 1 : disk.target == low && disk.lun == 0);
+      const model::HostAddress address = other.external ? model::externalVolumeAddress(other.number)
+                                                        : model::volumeAddress(other.number, topology_.oemDriver);
+      return other.device.empty() && address.isOf(disk);
     });
     if (volume == nullptr) return false;
     volume->device = disk.device;
@@ -93,7 +89,7 @@ class DiskPlacing {
                                                                simulator::Controller& controller) {
     std::vector<simulator::Drive*> drives;
     for (simulator::Drive& drive : controller.drives) {
-      const bool isThere = disk.channel == 0 && disk.target == kFirstTarget + drive.target && disk.lun == 0;
+      const bool isThere = model::driveAddress(drive.target).isOf(disk);
       if (isThere && drive.exposed && drive.device.empty()) drives.push_back(&drive);
     }
     return drives;

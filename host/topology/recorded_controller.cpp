@@ -6,8 +6,8 @@
 #include <optional>
 #include <set>
 
+#include "host/model/find_first.h"
 #include "host/output/text.h"
-#include "host/topology/find_first.h"
 #include "host/topology/topology_text.h"
 #include "simulator/drive_address.h"
 #include "simulator/raid_levels.h"

@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 
+#include "host/disks/serial_page.h"
+#include "host/interception/instance_list.h"
 #include "host/model/controllers.h"
 
 namespace host::topology {
@@ -12,8 +15,6 @@ namespace {
 using simulator::FaultAction;
 using simulator::Opcode;
 
-constexpr uint8_t kSerialNumberInquiry[] = {0x12, 0x01, 0x80};  // the beginning of its CDB
-constexpr size_t kPageHeader = 4;
 constexpr size_t kLongestSerial = 60;
 constexpr int kCommandNotFound = 127;  // the exit status of a shell
 
@@ -85,14 +86,8 @@ class Reader {
     const auto failure = failureWith(call.answer.result, call.answer.status);
     host_.calls.add({"query", "", {}, ""}, failure);
     if (failure || !hbas_.empty()) return;
-    simulator::wire::InstanceList list{};
-    std::memcpy(&list, call.answer.instances.data(), sizeof(list));
-    for (uint32_t number = 0; number < simulator::wire::kInstances; ++number) {
-      const simulator::wire::InstanceEntry& entry = list.entries[number];
-      if (entry.id == simulator::wire::kUnusedInstance) continue;
-      hbas_[number] = {entry.name, strnlen(entry.name, sizeof(entry.name))};
-      host_.hbas.push_back(hbas_[number]);
-    }
+    hbas_ = instanceNames(call.answer.instances.data());
+    for (const auto& [number, name] : hbas_) host_.hbas.push_back(name);
   }
 
   void take(const recording::Command& call) {
@@ -166,25 +161,18 @@ class Reader {
     for (const uint32_t status :
          {uint32_t{header.driver_status}, uint32_t{header.host_status}, uint32_t{header.status}})
       if (status != 0) return Failure{FaultAction::driverStatus, status, {}};
-    if (!std::equal(std::begin(kSerialNumberInquiry), std::end(kSerialNumberInquiry), call.request.cdb.begin(),
-                    call.request.cdb.begin() + std::min<std::ptrdiff_t>(3, std::ssize(call.request.cdb)))) {
-      return std::nullopt;
-    }
+    if (!asksForSerialNumber(call.request.cdb)) return std::nullopt;
     const auto size = static_cast<int64_t>(page.size());
     const auto received = static_cast<size_t>(std::clamp<int64_t>(size - header.resid, 0, size));
-    const bool isPage = received >= kPageHeader && page[1] == kSerialNumberInquiry[2];
+    const bool isPage = received >= kSerialPageHeader && page[1] == kSerialNumberPage;
     const size_t length = isPage ? std::min<size_t>(static_cast<size_t>(page[2]) << 8 | page[3], kLongestSerial) : 0;
-    if (!isPage || received < kPageHeader + length) {
-      host_.cutSerials[call.request.device] = std::max(received, kPageHeader) - kPageHeader;
+    if (!isPage || received < kSerialPageHeader + length) {
+      host_.cutSerials[call.request.device] = std::max(received, kSerialPageHeader) - kSerialPageHeader;
       return Failure{FaultAction::length,
                      static_cast<uint32_t>(received),
                      {page.begin(), page.begin() + static_cast<std::ptrdiff_t>(received)}};
     }
-    // As the plugin takes it: without the blanks before it, up to what no serial number has.
-    const auto end = page.begin() + static_cast<std::ptrdiff_t>(kPageHeader + length);
-    const auto first = std::find_if(page.begin() + kPageHeader, end, [](uint8_t byte) { return byte != ' '; });
-    const auto last = std::find_if(first, end, [](uint8_t byte) { return byte < 0x21 || byte > 0x7E; });
-    const std::string serial(first, last);
+    const std::string serial = serialNumberIn(std::span(page).subspan(kSerialPageHeader, length));
     if (host_.serials.emplace(call.request.device, serial).first->second != serial) {
       host_.changed.insert(call.request.device);
     }

@@ -1,9 +1,9 @@
 // Puts a topology together: controllers, the host's disks, and fault rules for what failed.
 #include "host/topology/recorded_topology.h"
 
+#include "host/model/find_first.h"
 #include "host/output/text.h"
 #include "host/topology/disk_placing.h"
-#include "host/topology/find_first.h"
 #include "host/topology/recorded_controller.h"
 #include "host/topology/topology_text.h"
 #include "simulator/disk_identity.h"

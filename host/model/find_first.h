@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-namespace host::topology {
+namespace host {
 
 /// @return the first item that fits; null when none does
 template <typename Items, typename Fits>
@@ -12,4 +12,4 @@ template <typename Items, typename Fits>
   return found == items.end() ? nullptr : &*found;
 }
 
-}  // namespace host::topology
+}  // namespace host
