@@ -29,7 +29,8 @@ case $question in
     sed -E 's/process [0-9]+, plugin .*\//process N, plugin /' "$work/report" |
       diff - <(echo "dmu-check-host: process N, plugin dmu-veltrane-plugin.so: 4 calls, 1 handles opened, 0 left open, 4 location texts handed out; 0 breaches found")
     if [[ -n ${3-} ]]; then
-      LD_PRELOAD=$checker minimalHost 2>&1 >/dev/null | grep -qF '4 location texts handed out, 0 of them not released; 0 breaches'
+      LD_PRELOAD=$checker minimalHost >/dev/null 2>"$work/report"
+      grep -qF '4 location texts handed out, 0 of them not released; 0 breaches' "$work/report"
     fi
     diff --label rules --label 'rules with a mistake' \
       <(sed -nE 's/^ +\{Rule::[A-Za-z]+, "([^"]*)".*/\1/p' "$project/host_check/rules.cpp" | sort) \
@@ -54,7 +55,8 @@ case $question in
     # A report in the folder where the host began; one that cannot be written.
     (cd "$work" && DMU_CHECK_HOST_REPORT=report.json minimalHost >/dev/null 2>"$work/output")
     [[ ! -s $work/output ]] && grep -q '"findings": \[\]}$' "$work/report.json"
-    DMU_CHECK_HOST_REPORT=$work/absent/report.json minimalHost 2>&1 >/dev/null | grep -q 'report.json: No such file.*as text'
+    DMU_CHECK_HOST_REPORT=$work/absent/report.json minimalHost >/dev/null 2>"$work/report"
+    grep -q 'report.json: No such file.*as text' "$work/report"
     # Names that would break JSON or steer a terminal.
     DMU_CHECK_HOST_REPORT=$work/report.json "$build/tests/broken-host" "$checker" strangeName
     grep -qF '"disk": "vmhba2 1:1:0 a\u001bc\ufffd\"\\é"' "$work/report.json" || complain "$(<"$work/report.json")"
