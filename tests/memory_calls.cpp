@@ -15,13 +15,16 @@ constexpr size_t kFilled = size_t{1} << 19;
 /// Whatever the machine has: lengths that lie ask for more.
 constexpr size_t kLargestBlock = size_t{1} << 30;
 
-/// The blocks that the plugin holds. It must not allocate.
+/// The blocks that the plugin holds; those of a leak that fills the list are only counted. It must not allocate.
 class Blocks {
  public:
   void add(const void* block) {
     const std::lock_guard guard(busy_);
-    if (count_ == std::size(blocks_)) std::abort();
-    blocks_[count_++] = block;
+    if (count_ == std::size(blocks_)) {
+      ++unlisted_;
+    } else {
+      blocks_[count_++] = block;
+    }
   }
   /// @return whether it was there
   bool remove(const void* block) {
@@ -34,12 +37,13 @@ class Blocks {
     --count_;
     return true;
   }
-  void clear() { count_ = 0; }
-  [[nodiscard]] size_t count() const { return count_; }
+  void clear() { count_ = unlisted_ = 0; }
+  [[nodiscard]] size_t count() const { return count_ + unlisted_; }
 
  private:
   std::mutex busy_;
   std::atomic<size_t> count_ = 0;
+  std::atomic<size_t> unlisted_ = 0;
   const void* blocks_[4096];
 };
 Blocks blocks;
