@@ -11,8 +11,8 @@ namespace {
 
 constexpr uint32_t kVolumeChannel = 1;
 
-void* loadPlugin() {
-  void* library = dlopen(DMU_PLUGIN_PATH, RTLD_NOW | RTLD_LOCAL);
+void* load(const char* path) {
+  void* library = dlopen(path, RTLD_NOW | RTLD_LOCAL);
   if (library == nullptr) throw std::runtime_error(dlerror());
   return library;
 }
@@ -33,12 +33,16 @@ DmuDeviceOpenInfo LastDevice::openInfo() const {
 }
 
 Host::Host(const std::vector<Shape>& shapes)
-    : driver_(shapes), library_(loadPlugin()), plugin_(published<DmuPluginDescriptor*()>(kDmuEntryPoint)()) {
+    : driver_(shapes),
+      managementLibrary_(load(DMU_MANAGEMENT_LIBRARY_PATH)),
+      library_(load(DMU_PLUGIN_PATH)),
+      plugin_(published<DmuPluginDescriptor*()>(kDmuEntryPoint)()) {
   useDriver(driver_);
 }
 
 Host::~Host() {
   dlclose(library_);
+  dlclose(managementLibrary_);
 }
 
 CtrlDevInfo* Host::open(const LastDevice& device) const {

@@ -52,6 +52,7 @@ class Host {
   [[nodiscard]] void* symbol(const char* name) const;
 
   InstantDriver driver_;
+  void* managementLibrary_;  // the plugin needs it and does not search for it; its functions are this program's
   void* library_;
   DmuPluginDescriptor* plugin_;
 };
