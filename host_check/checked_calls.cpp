@@ -1,4 +1,5 @@
 // The entry point, and the descriptor's functions: each holds its call against the rules and passes it on.
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -28,12 +29,21 @@ struct KeptErrno {
   int value = errno;
 };
 
+/// A call of a descriptor's function, for as long as that runs. The default is what the function returns to, since
+/// default arguments belong to the caller.
+struct HostCall : KeptErrno, Call {
+  explicit HostCall(const char* function, const void* returnAddress = __builtin_return_address(0))
+      : Call{function, callBefore(returnAddress)} {
+    countCall();
+  }
+};
+
 /// Whether an argument can be what it is meant for; a null is noted and left to the real plugin, which answers it.
 /// @param access  what the kernel said of its memory
 bool isSound(const Call& call, const Subject& subject, const void* argument, Access access) {
-  if (argument == nullptr) noteLocked(Rule::argumentNull, call, subject);
+  if (argument == nullptr) note(Rule::argumentNull, call, subject);
   if (argument == nullptr || access != Access::badAddress) return true;
-  noteLocked(Rule::argumentBadAddress, call, subject);
+  note(Rule::argumentBadAddress, call, subject);
   return false;
 }
 
@@ -42,27 +52,25 @@ bool isRoom(const Call& call, const Subject& subject, const void* argument, size
   return isSound(call, subject, argument, access);
 }
 
-/// Whether an array has the records or slots that the host announces. Each of them is touched by a call that sanitizers
-/// watch.
+/// Whether an array has the records or slots that the host announces, or the first one where it announces none. Each of
+/// them is touched by a call that sanitizers watch.
 template <typename Slot>
 bool isArray(const Call& call, CtrlDevInfo* handle, const char* argument, Slot* slots, int32_t count) {
-  if (slots == nullptr) return isSound(call, {.handle = handle, .detail = argument}, slots, Access::done);
-  if (count < 1) return true;
-  const uint64_t size = uint64_t{sizeof(Slot)} * static_cast<uint64_t>(count);
+  const int32_t needed = std::max(count, 1);
+  const uint64_t size = uint64_t{sizeof(Slot)} * static_cast<uint64_t>(needed);
   const size_t room = roomBehind(slots);
   if (size > room || isWritable(reinterpret_cast<uintptr_t>(slots), size) == Access::badAddress) {
-    char detail[80];
-    const int length = std::snprintf(detail, sizeof(detail), "%d %s announced", count, argument);
-    if (size > room) {
-      std::snprintf(detail + length, sizeof(detail) - static_cast<size_t>(length), ", room for %zu in the heap block",
-                    room / sizeof(Slot));
-    }
-    noteLocked(Rule::arrayTooSmall, call, {.handle = handle, .detail = detail});
+    char inBlock[48] = "";
+    if (size > room) std::snprintf(inBlock, sizeof(inBlock), ", room for %zu in the heap block", room / sizeof(Slot));
+    char detail[112];
+    std::snprintf(detail, sizeof(detail), "%d %s announced%s%s", count, argument, count < 1 ? ", one written" : "",
+                  inBlock);
+    note(Rule::arrayTooSmall, call, {.handle = handle, .detail = detail});
     return false;
   }
   // By a pointer that no compiler sees through: to it, the call does nothing.
   void* (*volatile const touch)(void*, const void*, size_t) = std::memmove;
-  for (int32_t index = 0; index < count; ++index) touch(slots + index, slots + index, sizeof(Slot));
+  for (int32_t index = 0; index < needed; ++index) touch(slots + index, slots + index, sizeof(Slot));
   return true;
 }
 
@@ -79,7 +87,7 @@ int32_t checkedOpen(const Call& call, const char* hba, uint32_t channel, uint32_
   char hbaCopy[kNameSize] = "";
   char driverCopy[kNameSize] = "";
   char devNameCopy[kNameSize] = "";
-  if (driver == nullptr) noteLocked(Rule::argumentNull, call, {.detail = "driver"});
+  if (driver == nullptr) note(Rule::argumentNull, call, {.detail = "driver"});
   const bool isSoundCall = readName(call, "hba", hba, hbaCopy) && readName(call, "driver", driver, driverCopy) &&
                            readName(call, "devName", devName, devNameCopy) &&
                            isRoom(call, {.detail = "out"}, out, sizeof(void*));
@@ -104,9 +112,7 @@ int32_t openDevice(const char* hba, uint32_t channel, uint32_t target, uint32_t 
                    uint8_t isPciDevice, uint16_t segment, uint8_t busId, uint8_t slotId, uint8_t functionId,
                    uint16_t vendorId, uint16_t subVendorId, uint16_t deviceId, uint16_t subDeviceId, uint8_t reserved,
                    uint32_t physicalSlot, CtrlDevInfo** out) {
-  const KeptErrno kept;
-  countCall();
-  const Call call{"openDevice", callBefore(__builtin_return_address(0))};
+  const HostCall call("openDevice");
   return checkedOpen(call, hba, channel, target, lun, driver, nullptr, out, [&](CtrlDevInfo** real) {
     return realPlugin().openDevice(hba, channel, target, lun, driver, isPciDevice, segment, busId, slotId, functionId,
                                    vendorId, subVendorId, deviceId, subDeviceId, reserved, physicalSlot, real);
@@ -114,9 +120,7 @@ int32_t openDevice(const char* hba, uint32_t channel, uint32_t target, uint32_t 
 }
 
 int32_t openDeviceV2(const DmuDeviceOpenInfo* info, CtrlDevInfo** out) {
-  const KeptErrno kept;
-  countCall();
-  const Call call{"openDeviceV2", callBefore(__builtin_return_address(0))};
+  const HostCall call("openDeviceV2");
   DmuDeviceOpenInfo copy{};
   const Access access =
       info == nullptr ? Access::done : readMemory(reinterpret_cast<uintptr_t>(info), &copy, sizeof(copy));
@@ -127,10 +131,9 @@ int32_t openDeviceV2(const DmuDeviceOpenInfo* info, CtrlDevInfo** out) {
 }
 
 void closeDevice(CtrlDevInfo* handle) {
-  const KeptErrno kept;
-  countCall();
+  const HostCall call("closeDevice");
   if (handle == nullptr) return realPlugin().closeDevice(nullptr);
-  closeHandle({"closeDevice", callBefore(__builtin_return_address(0))}, handle);
+  closeHandle(call, handle);
 }
 
 /// Whether the plugin can write an error text there.
@@ -142,12 +145,12 @@ bool isErrorText(const Call& call, CtrlDevInfo* handle, std::string& error) {
     case ErrorText::possible:
       return true;
     case ErrorText::noString:
-      noteLocked(Rule::errorNoString, call, {.handle = handle, .detail = "error"});
+      note(Rule::errorNoString, call, {.handle = handle, .detail = "error"});
       break;
     case ErrorText::otherLayout:
-      noteLocked(Rule::errorOtherLayout, call,
-                 {.handle = handle,
-                  .detail = errorLayout()[0] == 'n' ? "a string of the old layout" : "a string of the new layout"});
+      note(Rule::errorOtherLayout, call,
+           {.handle = handle,
+            .detail = errorLayout()[0] == 'n' ? "a string of the old layout" : "a string of the new layout"});
   }
   return false;
 }
@@ -163,60 +166,76 @@ int32_t checkedOperation(const Call& call, CtrlDevInfo* handle, std::string& err
 }
 
 int32_t getDeviceInfo(CtrlDevInfo* handle, DmuDeviceInfo* deviceInfo, std::string& error) {
-  const KeptErrno kept;
-  countCall();
-  const Call call{"getDeviceInfo", callBefore(__builtin_return_address(0))};
+  const HostCall call("getDeviceInfo");
   if (!isRoom(call, {.handle = handle, .detail = "deviceInfo"}, deviceInfo, sizeof(*deviceInfo))) return kFailed;
   return checkedOperation(call, handle, error,
                           [&](CtrlDevInfo* real) { return realPlugin().getDeviceInfo(real, deviceInfo, error); });
 }
 
 int32_t setDriveLEDState(CtrlDevInfo* handle, uint32_t state, uint16_t seconds, std::string& error) {
-  const KeptErrno kept;
-  countCall();
-  const Call call{"setDriveLEDState", callBefore(__builtin_return_address(0))};
+  const HostCall call("setDriveLEDState");
   return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) {
     return realPlugin().setDriveLEDState(real, state, seconds, error);
   });
 }
 
 int32_t cacheOn(CtrlDevInfo* handle, std::string& error) {
-  const KeptErrno kept;
-  countCall();
-  const Call call{"cacheOn", callBefore(__builtin_return_address(0))};
+  const HostCall call("cacheOn");
   return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) { return realPlugin().cacheOn(real, error); });
 }
 
 int32_t cacheOff(CtrlDevInfo* handle, std::string& error) {
-  const KeptErrno kept;
-  countCall();
-  const Call call{"cacheOff", callBefore(__builtin_return_address(0))};
+  const HostCall call("cacheOff");
   return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) { return realPlugin().cacheOff(real, error); });
 }
 
+void release(DriveTemperature) {}
+void release(char* location) {
+  freeForHost(location);
+}
+
+/// What the two operations have in common that fill an array.
+///
+/// With a count below 1 a volume writes nothing, and a disk writes slot 0: an own slot takes its place, and tells
+/// whether the host's has to be there.
+template <typename Slot, typename Send>
+int32_t checkedList(const Call& call, CtrlDevInfo* handle, const char* argument, Slot* slots, int32_t count,
+                    std::string& error, Send send) {
+  if (slots == nullptr) note(Rule::argumentNull, call, {.handle = handle, .detail = argument});
+  const bool hasStandIn = slots != nullptr && count < 1;
+  if (slots != nullptr && !hasStandIn && !isArray(call, handle, argument, slots, count)) return kFailed;
+  Slot untouched;
+  std::memset(&untouched, 0xFF, sizeof(untouched));
+  Slot standIn = untouched;
+  const int32_t written = checkedOperation(
+      call, handle, error, [&](CtrlDevInfo* real) { return send(real, hasStandIn ? &standIn : slots); });
+  if (!hasStandIn || (written < 1 && std::memcmp(&standIn, &untouched, sizeof(Slot)) == 0)) return written;
+  if (!isArray(call, handle, argument, slots, count)) {
+    release(standIn);
+    return kFailed;
+  }
+  *slots = standIn;
+  return written;
+}
+
 int32_t getDeviceTemperature(CtrlDevInfo* handle, DriveTemperature* temperatures, int32_t count, std::string& error) {
-  const KeptErrno kept;
-  countCall();
-  const Call call{"getDeviceTemperature", callBefore(__builtin_return_address(0))};
-  if (!isArray(call, handle, "temperatures", temperatures, count)) return kFailed;
-  return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) {
-    return realPlugin().getDeviceTemperature(real, temperatures, count, error);
-  });
+  const HostCall call("getDeviceTemperature");
+  return checkedList(call, handle, "temperatures", temperatures, count, error,
+                     [&](CtrlDevInfo* real, DriveTemperature* records) {
+                       return realPlugin().getDeviceTemperature(real, records, count, error);
+                     });
 }
 
 int32_t getDeviceLocation(CtrlDevInfo* handle, char** locations, int32_t count, std::string& error) {
-  const KeptErrno kept;
-  countCall();
-  const Call call{"getDeviceLocation", callBefore(__builtin_return_address(0))};
-  if (!isArray(call, handle, "locations", locations, count)) return kFailed;
-  return checkedOperation(call, handle, error, [&](CtrlDevInfo* real) {
-    const int32_t written = realPlugin().getDeviceLocation(real, locations, count, error);
-    for (int32_t index = 0; index < written; ++index) {
-      countLocationText();
-      addLocationText(locations[index], call.at, handle);
-    }
-    return written;
-  });
+  const HostCall call("getDeviceLocation");
+  const int32_t written = checkedList(
+      call, handle, "locations", locations, count, error,
+      [&](CtrlDevInfo* real, char** slots) { return realPlugin().getDeviceLocation(real, slots, count, error); });
+  for (int32_t index = 0; index < written; ++index) {
+    countLocationText();
+    addLocationText(locations[index], call.at, handle);
+  }
+  return written;
 }
 
 DmuPluginDescriptor checkedDescriptor;

@@ -52,11 +52,25 @@ Handle* findHandle(const CtrlDevInfo* given) {
   return nullptr;
 }
 
+/// Slabs stay, and new ones come before them: without the lock, this misses what is just being opened.
 template <typename Visit>
 void forEachHandle(Visit visit) {
   for (Slab* slab = newestSlab; slab != nullptr; slab = slab->older) {
     for (uint32_t index = 0; index < slab->used; ++index) visit(slab->handles[index]);
   }
+}
+
+/// Closes a handle to the host.
+/// @param handle  receives it when there is one
+std::optional<Breach> markClosed(const Call& call, const CtrlDevInfo* given, Handle*& handle) {
+  const Guard guard;
+  handle = findHandle(given);
+  if (handle == nullptr) return Breach{Rule::handleUnknown, {}};
+  if (handle->closedAt != nullptr) return Breach{Rule::handleClosedTwice, handle->closing()};
+  handle->closedAt = call.at;
+  const Operation* const running = Operation::findOn(handle);
+  if (running != nullptr) return Breach{Rule::handleClosedInUse, running->call()};
+  return std::nullopt;
 }
 
 }  // namespace
@@ -77,18 +91,15 @@ Handle* addHandle(CtrlDevInfo* real, const char* disk, const Call& opening) {
   return &handle;
 }
 
-void noteOpenHandles() {
-  forEachHandle([](Handle& handle) {
-    if (handle.closedAt == nullptr && !handle.isInherited) {
-      note(Rule::handleNeverClosed, handle.opening(), {.handle = handle.forHost()});
+void noteOpenHandles(const Call& ending) {
+  forEachHandle([&](Handle& handle) {
+    {
+      const Guard guard;
+      if (handle.closedAt != nullptr || handle.isExcused) return;
+      handle.isExcused = true;
     }
+    note(Rule::handleNeverClosed, handle.opening(), {.handle = handle.forHost(), .other = ending});
   });
-}
-
-void noteRunningOperations() {
-  for (const Operation* operation = operations; operation != nullptr; operation = operation->next()) {
-    note(Rule::unloadInUse, operation->call(), {.handle = operation->handle()});
-  }
 }
 
 bool waitForOperations(int seconds) {
@@ -113,7 +124,7 @@ void forgetParent() {
   operations = nullptr;
   forEachHandle([](Handle& handle) {
     handle.operations = 0;
-    handle.isInherited = true;
+    handle.isExcused = true;
   });
 }
 
@@ -131,29 +142,29 @@ HandleCount countHandles() {
   return count;
 }
 
-Operation::Operation(const Call& call, CtrlDevInfo* given) : call_(call) {
+std::optional<Breach> Operation::begin(const CtrlDevInfo* given) {
   const Guard guard;
+  Handle* const handle = findHandle(given);
+  if (handle == nullptr) return Breach{Rule::handleUnknown, {}};
+  if (handle->closedAt != nullptr) return Breach{Rule::handleUsedAfterClose, handle->closing()};
+  handle_ = handle;
+  ++handle->operations;
+  next_ = operations;
+  if (next_ != nullptr) next_->previous_ = this;
+  operations = this;
+  return std::nullopt;
+}
+
+Operation::Operation(const Call& call, CtrlDevInfo* given) : call_(call) {
   if (forkedDuring.name != nullptr) note(Rule::forkInUse, call, {.handle = given, .other = forkedDuring});
   if (given == nullptr) {
     note(Rule::argumentNull, call, {.detail = "handle"});
     maySend_ = true;
     return;
   }
-  Handle* const handle = findHandle(given);
-  if (handle == nullptr) {
-    note(Rule::handleUnknown, call, {.handle = given});
-    return;
-  }
-  if (handle->closedAt != nullptr) {
-    note(Rule::handleUsedAfterClose, call, {.handle = given, .other = handle->closing()});
-    return;
-  }
-  handle_ = handle;
-  maySend_ = true;
-  ++handle->operations;
-  next_ = operations;
-  if (next_ != nullptr) next_->previous_ = this;
-  operations = this;
+  const std::optional<Breach> breach = begin(given);
+  maySend_ = !breach;
+  if (breach) note(breach->rule, call, {.handle = given, .other = breach->other});
 }
 
 Operation::~Operation() {
@@ -174,26 +185,30 @@ const Operation* Operation::findOn(const Handle* handle) {
   return operation;
 }
 
+void Operation::noteRunning(const Call& ending) {
+  while (true) {
+    Call call{};
+    const Handle* handle = nullptr;
+    {
+      const Guard guard;
+      Operation* operation = operations;
+      while (operation != nullptr && operation->isNoted_) operation = operation->next_;
+      if (operation == nullptr) return;
+      operation->isNoted_ = true;
+      call = operation->call_;
+      handle = operation->handle_;
+    }
+    note(Rule::unloadInUse, call, {.handle = handle->forHost(), .other = ending});
+  }
+}
+
 void closeHandle(const Call& call, CtrlDevInfo* given) {
   Handle* handle = nullptr;
-  {
-    const Guard guard;
-    handle = findHandle(given);
-    if (handle == nullptr) {
-      note(Rule::handleUnknown, call, {.handle = given});
-      return;
-    }
-    if (handle->closedAt != nullptr) {
-      note(Rule::handleClosedTwice, call, {.handle = given, .other = handle->closing()});
-      return;
-    }
-    handle->closedAt = call.at;
-    if (const Operation* const running = Operation::findOn(handle)) {
-      note(Rule::handleClosedInUse, call, {.handle = given, .other = running->call()});
-      return;
-    }
+  if (const std::optional<Breach> breach = markClosed(call, given, handle)) {
+    note(breach->rule, call, {.handle = given, .other = breach->other});
+  } else {
+    realPlugin().closeDevice(handle->real);
   }
-  realPlugin().closeDevice(handle->real);
 }
 
 }  // namespace hostcheck

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <pthread.h>
 
 #include "host_check/places.h"
+#include "host_check/rules.h"
 #include <dmu/plugin.h>
 
 namespace hostcheck {
@@ -18,8 +20,9 @@ struct Handle {
   const void* closedAt;  ///< null: it is open
   uint32_t operations;   ///< how many run on it, or wait
   bool isOpenedByV2;
-  bool isInherited;  ///< opened before a fork, by the parent: its close is the parent's affair
+  bool isExcused;  ///< its close is the parent's affair, which opened it before a fork; or that is noted already
 
+  [[nodiscard]] const CtrlDevInfo* forHost() const { return reinterpret_cast<const CtrlDevInfo*>(this); }
   [[nodiscard]] CtrlDevInfo* forHost() { return reinterpret_cast<CtrlDevInfo*>(this); }
   [[nodiscard]] Call opening() const { return {isOpenedByV2 ? "openDeviceV2" : "openDevice", openedAt}; }
   [[nodiscard]] Call closing() const { return {"closeDevice", closedAt}; }
@@ -30,11 +33,9 @@ struct Handle {
 /// @return null: there is no memory
 [[nodiscard]] Handle* addHandle(CtrlDevInfo* real, const char* disk, const Call& opening);
 
-/// Notes each handle that is still open. Needs the lock.
-void noteOpenHandles();
-
-/// Notes each operation that runs or waits while the plugin is unloaded or the process exits. Needs the lock.
-void noteRunningOperations();
+/// Notes each handle that is still open, once.
+/// @param ending  the dlclose or exit before which it should have been closed
+void noteOpenHandles(const Call& ending);
 
 /// Waits until no operation runs.
 /// @return false: one still runs, or the calling thread is inside one
@@ -54,6 +55,12 @@ struct HandleCount {
 };
 [[nodiscard]] HandleCount countHandles();
 
+/// What a call did wrong with a handle.
+struct Breach {
+  Rule rule;
+  Call other;  ///< that it collides with
+};
+
 /// One operation of the host, from before it waits until after it has run.
 class Operation {
  public:
@@ -70,15 +77,20 @@ class Operation {
 
   /// An operation that runs or waits on a handle. Needs the lock.
   [[nodiscard]] static const Operation* findOn(const Handle* handle);
+  /// Notes each operation that runs or waits while the plugin is unloaded or the process exits, once.
+  static void noteRunning(const Call& ending);
   [[nodiscard]] const Call& call() const { return call_; }
-  [[nodiscard]] CtrlDevInfo* handle() const { return handle_->forHost(); }
   [[nodiscard]] bool isOfThisThread() const { return pthread_equal(thread_, pthread_self()) != 0; }
   [[nodiscard]] const Operation* next() const { return next_; }
 
  private:
+  /// Enters the operation into the list of those that run or wait, unless something is wrong.
+  [[nodiscard]] std::optional<Breach> begin(const CtrlDevInfo* given);
+
   Call call_;
   Handle* handle_ = nullptr;
   bool maySend_ = false;
+  bool isNoted_ = false;
   pthread_t thread_ = pthread_self();
   Operation* previous_ = nullptr;
   Operation* next_ = nullptr;

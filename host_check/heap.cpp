@@ -6,10 +6,14 @@
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
+#include <functional>
 #include <malloc.h>
+#include <map>
+#include <new>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
+#include <utility>
 
 #include "host_check/report.h"
 
@@ -17,16 +21,56 @@ namespace hostcheck {
 namespace {
 
 struct Block {
-  uintptr_t address;  ///< 0: the entry is empty
   size_t size;
   const void* receivedAt;  ///< null: it is no location text
   const CtrlDevInfo* handle;
 };
 
+/// Memory for the table's nodes, which cannot come from the heap that it describes. Nodes are used again.
+class NodePool {
+ public:
+  static constexpr size_t kNodeSize = 8 * sizeof(void*);
+
+  /// Whether the next node is there.
+  static bool hasNode() {
+    if (firstFree_ != nullptr) return true;
+    void* const piece = mmap(nullptr, kNodes * kNodeSize, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (piece == MAP_FAILED) return false;
+    for (size_t index = 0; index < kNodes; ++index) give(static_cast<char*>(piece) + index * kNodeSize);
+    return true;
+  }
+  static void* take() {
+    Node* const node = firstFree_;
+    firstFree_ = node->next;
+    return node;
+  }
+  static void give(void* node) { firstFree_ = new (node) Node{firstFree_}; }
+
+ private:
+  struct Node {
+    Node* next;
+  };
+  static constexpr size_t kNodes = 4096;
+  static inline Node* firstFree_ = nullptr;
+};
+
+template <typename Object>
+struct NodeAllocator {
+  using value_type = Object;
+  NodeAllocator() = default;
+  template <typename Other>
+  explicit NodeAllocator(const NodeAllocator<Other>&) {}
+  Object* allocate(size_t) {
+    static_assert(sizeof(Object) <= NodePool::kNodeSize);
+    return static_cast<Object*>(NodePool::take());
+  }
+  void deallocate(Object* node, size_t) { NodePool::give(node); }
+  bool operator==(const NodeAllocator&) const = default;
+};
+
+using Blocks = std::map<uintptr_t, Block, std::less<>, NodeAllocator<std::pair<const uintptr_t, Block>>>;
+
 pthread_mutex_t heapLock = PTHREAD_MUTEX_INITIALIZER;
-Block* table = nullptr;  ///< open addressing; at most half of it is used
-size_t tableSize = 0;    ///< a power of 2
-size_t blockCount = 0;
 bool isFirstInProcess = false;
 
 struct HeapGuard {
@@ -36,65 +80,35 @@ struct HeapGuard {
   HeapGuard& operator=(const HeapGuard&) = delete;
 };
 
-size_t homeOf(uintptr_t address) {
-  return (address >> 3) * 2654435761U & (tableSize - 1);
+/// By their addresses. Made at the first allocation, which comes before any constructor, and for good.
+Blocks& blocks() {
+  alignas(Blocks) static char place[sizeof(Blocks)];
+  static Blocks* made = nullptr;
+  if (made == nullptr) made = new (place) Blocks;
+  return *made;
 }
 
-size_t nextTo(size_t index) {
-  return (index + 1) & (tableSize - 1);
+bool isLocationText(const Blocks::value_type& block) {
+  return block.second.receivedAt != nullptr;
 }
 
-/// Where a block is, or would be put.
-Block& entryOf(uintptr_t address) {
-  size_t index = homeOf(address);
-  while (table[index].address != 0 && table[index].address != address) index = nextTo(index);
-  return table[index];
-}
-
-/// Without memory for a larger table, blocks stay unknown.
-bool hasRoom() {
-  if (2 * (blockCount + 1) <= tableSize) return true;
-  const size_t oldSize = tableSize;
-  Block* const oldTable = table;
-  const size_t newSize = std::max(size_t{4096}, 2 * oldSize);
-  void* const memory =
-      mmap(nullptr, newSize * sizeof(Block), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (memory == MAP_FAILED) return false;
-  table = static_cast<Block*>(memory);
-  tableSize = newSize;
-  std::for_each(oldTable, oldTable + oldSize, [](const Block& block) {
-    if (block.address != 0) entryOf(block.address) = block;
-  });
-  if (oldTable != nullptr) munmap(oldTable, oldSize * sizeof(Block));
-  return true;
-}
-
+/// Without memory for its node, a block stays unknown.
 void* add(void* block, size_t size) {
   if (block == nullptr) return nullptr;
   const HeapGuard guard;
-  if (!hasRoom()) return block;
-  Block& entry = entryOf(reinterpret_cast<uintptr_t>(block));
-  if (entry.address == 0) ++blockCount;
-  entry = {.address = reinterpret_cast<uintptr_t>(block), .size = size, .receivedAt = nullptr, .handle = nullptr};
+  if (!NodePool::hasNode()) return block;
+  blocks()[reinterpret_cast<uintptr_t>(block)] = {.size = size, .receivedAt = nullptr, .handle = nullptr};
   return block;
 }
 
-/// @return what was known of it; an empty entry for an unknown block
-Block remove(const void* block) {
+/// @return how large the block was; 0 for an unknown one
+size_t remove(const void* block) {
   const HeapGuard guard;
-  if (tableSize == 0) return {};
-  Block& entry = entryOf(reinterpret_cast<uintptr_t>(block));
-  const Block removed = entry;
-  if (removed.address == 0) return removed;
-  --blockCount;
-  entry = {};
-  // Those behind it may have been put there because it was in their way.
-  for (size_t index = nextTo(static_cast<size_t>(&entry - table)); table[index].address != 0; index = nextTo(index)) {
-    const Block moved = table[index];
-    table[index] = {};
-    entryOf(moved.address) = moved;
-  }
-  return removed;
+  const auto known = blocks().find(reinterpret_cast<uintptr_t>(block));
+  if (known == blocks().end()) return 0;
+  const size_t size = known->second.size;
+  blocks().erase(known);
+  return size;
 }
 
 // The functions behind these. While they are looked up, the loader may ask for memory itself.
@@ -156,31 +170,52 @@ bool seesHeap() {
 size_t roomBehind(const void* address) {
   const auto wanted = reinterpret_cast<uintptr_t>(address);
   const HeapGuard guard;
-  Block* const end = table + tableSize;
-  Block* const block = std::find_if(table, end, [wanted](const Block& candidate) {
-    return candidate.address != 0 && wanted - candidate.address < candidate.size;
-  });
-  return block == end ? SIZE_MAX : block->size - (wanted - block->address);
+  auto block = blocks().upper_bound(wanted);
+  if (block == blocks().begin()) return SIZE_MAX;
+  --block;
+  const size_t offset = wanted - block->first;
+  // Where a block ends, something else may begin; where one of no bytes begins, nothing does.
+  const bool isInside = offset < block->second.size || offset == 0;
+  return isInside ? block->second.size - offset : SIZE_MAX;
 }
 
 void addLocationText(const void* text, const void* receivedAt, const CtrlDevInfo* handle) {
   const HeapGuard guard;
-  if (tableSize == 0) return;
-  Block& entry = entryOf(reinterpret_cast<uintptr_t>(text));
-  if (entry.address == 0) return;
-  entry.receivedAt = receivedAt;
-  entry.handle = handle;
+  const auto block = blocks().find(reinterpret_cast<uintptr_t>(text));
+  if (block == blocks().end()) return;
+  block->second.receivedAt = receivedAt;
+  block->second.handle = handle;
 }
 
-uint32_t noteHeldLocationTexts() {
-  uint32_t held = 0;
-  for (size_t index = 0; index < tableSize; ++index) {
-    const Block block = table[index];
-    if (block.address == 0 || block.receivedAt == nullptr) continue;
-    note(Rule::locationNeverReleased, {"getDeviceLocation", block.receivedAt}, {.handle = block.handle});
-    ++held;
+uint32_t countHeldLocationTexts() {
+  const HeapGuard guard;
+  return static_cast<uint32_t>(std::count_if(blocks().begin(), blocks().end(), isLocationText));
+}
+
+void noteHeldLocationTexts() {
+  uintptr_t last = 0;
+  while (true) {
+    Block text{};
+    {
+      const HeapGuard guard;
+      const auto next = std::find_if(blocks().upper_bound(last), blocks().end(), isLocationText);
+      if (next == blocks().end()) return;
+      last = next->first;
+      text = next->second;
+    }
+    note(Rule::locationNeverReleased, {"getDeviceLocation", text.receivedAt}, {.handle = text.handle});
   }
-  return held;
+}
+
+void forgetLocationTexts() {
+  const HeapGuard guard;
+  for (auto& block : blocks()) block.second.receivedAt = nullptr;
+}
+
+void freeForHost(void* block) {
+  // As the program looks it up: this library by itself would find its own.
+  const auto programsFree = reinterpret_cast<void (*)(void*)>(dlsym(RTLD_DEFAULT, "free"));
+  programsFree(block);
 }
 
 void hideFromChildren() {
@@ -230,9 +265,9 @@ void* realloc(void* block, size_t size) {
         static_cast<size_t>(hostcheck::firstMemory + sizeof(hostcheck::firstMemory) - static_cast<char*>(block));
     return copy == nullptr ? nullptr : std::memcpy(copy, block, std::min(size, atMost));
   }
-  const hostcheck::Block old = hostcheck::remove(block);
+  const size_t oldSize = hostcheck::remove(block);
   void* const moved = hostcheck::nextRealloc(block, size);
-  if (moved == nullptr && size != 0 && old.address != 0) hostcheck::add(block, old.size);
+  if (moved == nullptr && size != 0 && oldSize != 0) hostcheck::add(block, oldSize);
   return hostcheck::add(moved, size);
 }
 

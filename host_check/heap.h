@@ -20,9 +20,14 @@ void findHeap();
 /// A location text that the host has received, and owes to free.
 void addLocationText(const void* text, const void* receivedAt, const CtrlDevInfo* handle);
 
-/// Notes each location text that is not freed. Needs the checker's lock.
-/// @return how many
-uint32_t noteHeldLocationTexts();
+/// Those that are not freed yet.
+[[nodiscard]] uint32_t countHeldLocationTexts();
+void noteHeldLocationTexts();
+/// In the child after a fork: they are copies of the parent's.
+void forgetLocationTexts();
+
+/// Frees what the real plugin has allocated for the host.
+void freeForHost(void* block);
 
 /// Takes this library out of the LD_PRELOAD that children get: they would load it for nothing, or complain.
 void hideFromChildren();

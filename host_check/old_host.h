@@ -5,7 +5,6 @@
 #ifdef __i386__
 __asm__(".symver dlopen, dlopen@GLIBC_2.1");
 __asm__(".symver dlsym, dlsym@GLIBC_2.0");
-__asm__(".symver dlclose, dlclose@GLIBC_2.0");
 __asm__(".symver dlerror, dlerror@GLIBC_2.0");
 __asm__(".symver dladdr, dladdr@GLIBC_2.0");
 __asm__(".symver dladdr1, dladdr1@GLIBC_2.3.3");

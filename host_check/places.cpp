@@ -9,10 +9,43 @@
 #include <elf.h>
 #include <link.h>
 #include <unistd.h>
+#include <unwind.h>
 
 #include "host_check/arena.h"
 
 namespace hostcheck {
+namespace {
+
+bool isOfSystem(const char* file) {
+  const char* const slash = std::strrchr(file, '/');
+  const char* const name = slash == nullptr ? file : slash + 1;
+  for (const char* const library : {"libc.so.", "libdl.so.", "ld-linux"}) {
+    if (std::strncmp(name, library, std::strlen(library)) == 0) return true;
+  }
+  return false;
+}
+
+const void* ownBase() {
+  Dl_info self{};
+  return dladdr(reinterpret_cast<void*>(&describePlace), &self) == 0 ? nullptr : self.dli_fbase;
+}
+
+_Unwind_Reason_Code visitFrame(_Unwind_Context* frame, void* found) {
+  const void* const at = callBefore(reinterpret_cast<void*>(_Unwind_GetIP(frame)));
+  Dl_info info{};
+  if (dladdr(at, &info) == 0) return _URC_END_OF_STACK;
+  if (info.dli_fbase == ownBase() || isOfSystem(info.dli_fname)) return _URC_NO_REASON;
+  *static_cast<const void**>(found) = at;
+  return _URC_END_OF_STACK;
+}
+
+}  // namespace
+
+const void* findHostCall() {
+  const void* found = nullptr;
+  _Unwind_Backtrace(visitFrame, &found);
+  return found;
+}
 
 void describePlace(const void* at, char* text, size_t size) {
   const auto address = reinterpret_cast<uintptr_t>(at);

@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "host_check/arena.h"
@@ -18,6 +19,7 @@ namespace hostcheck {
 namespace {
 
 constexpr size_t kPlaceSize = PATH_MAX + 256;
+constexpr size_t kFileNameSize = 2 * PATH_MAX + 16;
 
 Finding* firstFinding = nullptr;
 Finding* lastFinding = nullptr;
@@ -28,37 +30,93 @@ bool isChild = false;
 const char* reportFile = nullptr;
 
 const char* keepPlace(const Call& call) {
-  if (call.name == nullptr) return "";
+  if (call.at == nullptr) return "";
   char place[kPlaceSize];
   describePlace(call.at, place, sizeof(place));
+  const Guard guard;
   return keepText(place);
 }
 
-/// The same breach at the same place.
-Finding* findFinding(Rule rule, const Call& call, const char* detail) {
+/// Counts a breach that is known at that place.
+bool countAgain(Rule rule, const Call& call, const char* detail) {
   for (Finding* finding = firstFinding; finding != nullptr; finding = finding->next) {
-    if (finding->rule == rule && finding->call.at == call.at && std::strcmp(finding->call.name, call.name) == 0 &&
-        std::strcmp(finding->subject.detail, detail) == 0) {
-      return finding;
+    // An array may have another size each time.
+    const bool isSameDetail = rule == Rule::arrayTooSmall || std::strcmp(finding->subject.detail, detail) == 0;
+    if (finding->rule != rule || finding->call.at != call.at || std::strcmp(finding->call.name, call.name) != 0 ||
+        !isSameDetail) {
+      continue;
     }
+    ++finding->times;
+    return true;
   }
-  return nullptr;
+  return false;
+}
+
+Summary summarise(bool isEnd) {
+  const HandleCount handles = countHandles();
+  return {.isEnd = isEnd,
+          .first = firstFinding,
+          .findings = findingCount,
+          .calls = callCount.load(std::memory_order_relaxed),
+          .handlesOpened = handles.opened,
+          .handlesOpen = handles.open,
+          .locationTexts = locationTextCount.load(std::memory_order_relaxed),
+          .areTextsWatched = seesHeap(),
+          .locationTextsHeld = countHeldLocationTexts()};
+}
+
+bool writeDocument(const char* name, const Summary& summary) {
+  const int file = open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (file < 0) return false;
+  const bool isWritten = writeJson(file, summary);
+  return close(file) == 0 && isWritten;
+}
+
+/// Writes the JSON document, if it is time for it.
+bool replaceDocument(const char* name, const Summary& summary) {
+  struct stat status {};
+  if (lstat(name, &status) == 0 && !S_ISREG(status.st_mode)) {
+    return !summary.isEnd || writeDocument(name, summary);
+  }
+  static char newName[kFileNameSize + 8];
+  std::snprintf(newName, sizeof(newName), "%s.new", name);
+  if (writeDocument(newName, summary) && rename(newName, name) == 0) return true;
+  const int reason = errno;
+  unlink(newName);
+  errno = reason;
+  return false;
+}
+
+/// Brings the JSON document up to date. Where it cannot be written, text takes its place from then on.
+void updateDocument(bool isEnd) {
+  static char name[kFileNameSize];
+  std::snprintf(name, sizeof(name), isChild ? "%s.%d" : "%s", reportFile, static_cast<int>(getpid()));
+  if (replaceDocument(name, summarise(isEnd))) return;
+  dprintf(STDERR_FILENO, "dmu-check-host: report %s: %s; here it is as text\n", name, std::strerror(errno));
+  reportFile = nullptr;
+  for (const Finding* finding = firstFinding; finding != nullptr; finding = finding->next) {
+    writeFinding(STDERR_FILENO, *finding);
+  }
 }
 
 }  // namespace
 
 void note(Rule rule, const Call& call, const Subject& subject) {
-  if (Finding* const known = findFinding(rule, call, subject.detail)) {
-    ++known->times;
-    return;
+  {
+    const Guard guard;
+    if (countAgain(rule, call, subject.detail)) return;
   }
+  const char* const place = keepPlace(call);
+  const char* const otherPlace = keepPlace(subject.other);
+  const Guard guard;
+  if (countAgain(rule, call, subject.detail)) return;
   auto* const finding = keepNew<Finding>(Finding{
       .rule = rule,
       .call = call,
       .subject = {.handle = subject.handle, .other = subject.other, .detail = keepText(subject.detail)},
       .disk = diskOf(subject.handle),
-      .place = keepPlace(call),
-      .otherPlace = keepPlace(subject.other),
+      .place = place,
+      .otherPlace = otherPlace,
       .times = 1,
       .next = nullptr,
   });
@@ -66,11 +124,7 @@ void note(Rule rule, const Call& call, const Subject& subject) {
   (lastFinding == nullptr ? firstFinding : lastFinding->next) = finding;
   lastFinding = finding;
   ++findingCount;
-}
-
-void noteLocked(Rule rule, const Call& call, const Subject& subject) {
-  const Guard guard;
-  note(rule, call, subject);
+  reportFile == nullptr ? writeFinding(STDERR_FILENO, *finding) : updateDocument(false);
 }
 
 void countCall() {
@@ -94,31 +148,16 @@ void findReportFile() {
   reportFile = keepAbsolute(std::getenv("DMU_CHECK_HOST_REPORT"));
 }
 
-void writeReport() {
-  noteOpenHandles();
-  const uint32_t held = isChild ? 0 : noteHeldLocationTexts();
+void beginReport() {
+  const Guard guard;
+  if (reportFile != nullptr) updateDocument(false);
+}
+
+void endReport() {
+  const Guard guard;
   if (isChild && findingCount == 0) return;
-  const HandleCount handles = countHandles();
-  const Summary summary{.first = firstFinding,
-                        .findings = findingCount,
-                        .calls = callCount.load(std::memory_order_relaxed),
-                        .handlesOpened = handles.opened,
-                        .handlesOpen = handles.open,
-                        .locationTexts = locationTextCount.load(std::memory_order_relaxed),
-                        .areTextsWatched = seesHeap(),
-                        .locationTextsHeld = held};
-  if (reportFile != nullptr) {
-    char name[2 * PATH_MAX + 16];
-    std::snprintf(name, sizeof(name), isChild ? "%s.%d" : "%s", reportFile, static_cast<int>(getpid()));
-    const int file = open(name, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (file >= 0) {
-      writeJson(file, summary);
-      close(file);
-      return;
-    }
-    dprintf(STDERR_FILENO, "dmu-check-host: report %s: %s; here it is as text\n", name, std::strerror(errno));
-  }
-  writeText(STDERR_FILENO, summary);
+  if (reportFile != nullptr) updateDocument(true);
+  if (reportFile == nullptr) writeEnd(STDERR_FILENO, summarise(true));
 }
 
 }  // namespace hostcheck

@@ -27,11 +27,9 @@ struct Finding {
   Finding* next = nullptr;
 };
 
-/// Notes that a call broke a rule. Needs the lock.
+/// Notes that a call broke a rule, and reports it at once when it is the first time there: the process may not come to
+/// its end. Must not be called with the lock: it asks the loader, which may be waiting for that.
 void note(Rule rule, const Call& call, const Subject& subject);
-
-/// The same, for those who do not have the lock.
-void noteLocked(Rule rule, const Call& call, const Subject& subject);
 
 /// Counts a call of the host. Needs no lock.
 void countCall();
@@ -44,6 +42,7 @@ void beginChildReport();
 
 /// All that a report tells.
 struct Summary {
+  bool isEnd;            ///< the plugin is unloaded, or the process exits
   const Finding* first;  ///< in the order in which they were found
   uint32_t findings;
   uint32_t calls;
@@ -57,13 +56,19 @@ struct Summary {
 /// Called when this library is loaded, while the host's folder and environment are what its user gave.
 void findReportFile();
 
-/// Finds what the host owes at the end, and writes the report: JSON into the file that DMU_CHECK_HOST_REPORT named,
-/// else text to standard error. A child of the process that loaded the plugin reports when something was found, into a
-/// file of that name, a dot and its process. Needs the lock.
-void writeReport();
+/// The report goes as JSON into the file that DMU_CHECK_HOST_REPORT named, else as text to standard error. A child of
+/// the process that loaded the plugin reports when something was found, into a file of that name, a dot and its
+/// process.
+///
+/// A file is replaced by a whole one at each new finding, so that whoever reads it finds a document. What is no plain
+/// file, or none by that name, gets one document at the end.
+void beginReport();
+void endReport();
 
 /// How each of the two is written (report_output.cpp).
-void writeText(int file, const Summary& summary);
-void writeJson(int file, const Summary& summary);
+void writeFinding(int file, const Finding& finding);
+void writeEnd(int file, const Summary& summary);
+/// @return false: not all was written; errno tells why
+[[nodiscard]] bool writeJson(int file, const Summary& summary);
 
 }  // namespace hostcheck

@@ -1,4 +1,6 @@
 // The report as text and as JSON.
+#include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -9,6 +11,51 @@
 
 namespace hostcheck {
 namespace {
+
+/// A file that is written in few pieces, so that a line of another thread does not cut one of these in two.
+class Output {
+ public:
+  explicit Output(int file) : file_(file) {}
+  ~Output() { flush(); }
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  /// @param format  of a text of fewer than 256 bytes
+  [[gnu::format(printf, 2, 3)]] void print(const char* format, ...) {
+    char text[256];
+    va_list arguments;
+    va_start(arguments, format);
+    std::vsnprintf(text, sizeof(text), format, arguments);
+    va_end(arguments);
+    put(text, std::strlen(text));
+  }
+
+  void put(const char* text, size_t length) {
+    if (length > sizeof(text_) - length_) flush();
+    std::memcpy(text_ + length_, text, length);
+    length_ += length;
+  }
+
+  /// @return false: not all that came so far was written; errno tells why
+  bool flush() {
+    for (size_t written = 0; written < length_ && failure_ == 0;) {
+      const ssize_t piece = write(file_, text_ + written, length_ - written);
+      if (piece >= 0)
+        written += static_cast<size_t>(piece);
+      else if (errno != EINTR)
+        failure_ = errno;
+    }
+    length_ = 0;
+    errno = failure_;
+    return failure_ == 0;
+  }
+
+ private:
+  int file_;
+  int failure_ = 0;
+  size_t length_ = 0;
+  char text_[2048];
+};
 
 /// The bytes of a UTF-8 character that begins with that one; 0 when none does.
 size_t lengthBehind(unsigned char first) {
@@ -33,112 +80,122 @@ size_t characterLength(const char* text) {
 }
 
 /// Text of a host in a report for people: what would steer a terminal, or is no UTF-8, is a question mark.
-void writePlain(int file, const char* text) {
+void writePlain(Output& output, const char* text) {
   while (*text != '\0') {
     const size_t length = characterLength(text);
     const auto first = static_cast<unsigned char>(*text);
     const bool isShown = length > 1 ? first != 0xC2 || static_cast<unsigned char>(text[1]) >= 0xA0
                                     : length == 1 && first >= ' ' && first != 0x7F;
-    dprintf(file, "%.*s", isShown ? static_cast<int>(length) : 1, isShown ? text : "?");
+    isShown ? output.put(text, length) : output.put("?", 1);
     text += length == 0 ? 1 : length;
   }
 }
 
 /// A JSON string. A byte that is no UTF-8 is U+FFFD.
-void writeString(int file, const char* text) {
-  dprintf(file, "\"");
+void writeString(Output& output, const char* text) {
+  output.put("\"", 1);
   while (*text != '\0') {
     const size_t length = characterLength(text);
     const auto first = static_cast<unsigned char>(*text);
     if (length == 0) {
-      dprintf(file, "\\ufffd");
+      output.print("\\ufffd");
     } else if (first < ' ') {
-      dprintf(file, "\\u%04x", first);
+      output.print("\\u%04x", first);
     } else {
-      dprintf(file, "%s%.*s", first == '"' || first == '\\' ? "\\" : "", static_cast<int>(length), text);
+      if (first == '"' || first == '\\') output.put("\\", 1);
+      output.put(text, length);
     }
     text += length == 0 ? 1 : length;
   }
-  dprintf(file, "\"");
+  output.put("\"", 1);
 }
 
-void writeMember(int file, const char* key, const char* text) {
-  dprintf(file, R"(, "%s": )", key);
-  *text == '\0' ? static_cast<void>(dprintf(file, "null")) : writeString(file, text);
+void writeMember(Output& output, const char* key, const char* text) {
+  output.print(R"(, "%s": )", key);
+  *text == '\0' ? output.print("null") : writeString(output, text);
 }
 
-void writeFindingAsText(int file, const Finding& finding) {
+void writeAddress(Output& output, const char* key, const void* address) {
+  output.print(address == nullptr ? R"(, "%s": null)" : R"(, "%s": "%p")", key, address);
+}
+
+void writePlace(Output& output, const void* at, const char* place) {
+  if (at == nullptr) return output.print("at an unknown place\n");
+  output.print("at %p ", at);
+  writePlain(output, place);
+  output.print("\n");
+}
+
+void writeFindingAsJson(Output& output, const Finding& finding) {
   const Subject& subject = finding.subject;
-  dprintf(file, "dmu-check-host: %s: %s", textOf(finding.rule).name, finding.call.name);
-  if (*subject.detail != '\0') {
-    dprintf(file, ", ");
-    writePlain(file, subject.detail);
-  }
-  if (subject.handle != nullptr) dprintf(file, ", handle %p", static_cast<const void*>(subject.handle));
-  if (*finding.disk != '\0') {
-    dprintf(file, ", disk ");
-    writePlain(file, finding.disk);
-  }
-  dprintf(file, "\n  %s\n  at %p ", textOf(finding.rule).duty, finding.call.at);
-  writePlain(file, finding.place);
-  dprintf(file, finding.times == 1 ? "\n" : ", %u times\n", finding.times);
-  if (subject.other.name != nullptr) {
-    dprintf(file, "  collides with %s at %p ", subject.other.name, subject.other.at);
-    writePlain(file, finding.otherPlace);
-    dprintf(file, "\n");
-  }
-}
-
-void writeFindingAsJson(int file, const Finding& finding) {
-  const Subject& subject = finding.subject;
-  dprintf(file, R"({"rule": "%s")", textOf(finding.rule).name);
-  writeMember(file, "duty", textOf(finding.rule).duty);
-  writeMember(file, "call", finding.call.name);
-  writeMember(file, "detail", subject.detail);
-  char handle[24] = "";
-  if (subject.handle != nullptr) {
-    std::snprintf(handle, sizeof(handle), "%p", static_cast<const void*>(subject.handle));
-  }
-  writeMember(file, "handle", handle);
-  writeMember(file, "disk", finding.disk);
-  dprintf(file, R"(, "address": "%p")", finding.call.at);
-  writeMember(file, "place", finding.place);
-  dprintf(file, R"(, "times": %u, "collidesWith": )", finding.times);
-  if (subject.other.name == nullptr) {
-    dprintf(file, "null}");
-    return;
-  }
-  dprintf(file, R"({"call": "%s", "address": "%p")", subject.other.name, subject.other.at);
-  writeMember(file, "place", finding.otherPlace);
-  dprintf(file, "}}");
+  output.print(R"({"rule": "%s")", textOf(finding.rule).name);
+  writeMember(output, "duty", textOf(finding.rule).duty);
+  writeMember(output, "call", finding.call.name);
+  writeMember(output, "detail", subject.detail);
+  writeAddress(output, "handle", subject.handle);
+  writeMember(output, "disk", finding.disk);
+  writeAddress(output, "address", finding.call.at);
+  writeMember(output, "place", finding.place);
+  output.print(R"(, "times": %u, "collidesWith": )", finding.times);
+  if (subject.other.name == nullptr) return output.print("null}");
+  output.print(R"({"call": "%s")", subject.other.name);
+  writeAddress(output, "address", subject.other.at);
+  writeMember(output, "place", finding.otherPlace);
+  output.print("}}");
 }
 
 }  // namespace
 
-void writeText(int file, const Summary& summary) {
-  for (const Finding* finding = summary.first; finding != nullptr; finding = finding->next) {
-    writeFindingAsText(file, *finding);
+void writeFinding(int file, const Finding& finding) {
+  Output output(file);
+  const Subject& subject = finding.subject;
+  output.print("dmu-check-host: %s: %s", textOf(finding.rule).name, finding.call.name);
+  if (*subject.detail != '\0') {
+    output.print(", ");
+    writePlain(output, subject.detail);
   }
-  dprintf(file, "dmu-check-host: process %d, plugin ", static_cast<int>(getpid()));
-  writePlain(file, realPluginFile());
-  dprintf(file, ": %u calls, %u handles opened, %u left open, %u location texts handed out", summary.calls,
-          summary.handlesOpened, summary.handlesOpen, summary.locationTexts);
-  if (summary.areTextsWatched) dprintf(file, ", %u of them not released", summary.locationTextsHeld);
-  dprintf(file, "; %u breaches found\n", summary.findings);
+  if (subject.handle != nullptr) output.print(", handle %p", static_cast<const void*>(subject.handle));
+  if (*finding.disk != '\0') {
+    output.print(", disk ");
+    writePlain(output, finding.disk);
+  }
+  output.print("\n  %s\n  ", textOf(finding.rule).duty);
+  writePlace(output, finding.call.at, finding.place);
+  if (subject.other.name == nullptr) return;
+  output.print("  collides with %s ", subject.other.name);
+  writePlace(output, subject.other.at, finding.otherPlace);
 }
 
-void writeJson(int file, const Summary& summary) {
-  dprintf(file, R"({"version": 1, "process": %d)", static_cast<int>(getpid()));
-  writeMember(file, "plugin", realPluginFile());
-  dprintf(file, R"(, "calls": %u, "handlesOpened": %u, "handlesOpen": %u, "locationTexts": %u, "locationTextsHeld": )",
-          summary.calls, summary.handlesOpened, summary.handlesOpen, summary.locationTexts);
-  dprintf(file, summary.areTextsWatched ? "%u" : "null", summary.locationTextsHeld);
-  dprintf(file, ",\n \"findings\": [");
+void writeEnd(int file, const Summary& summary) {
+  Output output(file);
   for (const Finding* finding = summary.first; finding != nullptr; finding = finding->next) {
-    dprintf(file, finding == summary.first ? "\n  " : ",\n  ");
-    writeFindingAsJson(file, *finding);
+    if (finding->times == 1) continue;
+    output.print("dmu-check-host: %s: %s at %p, %u times\n", textOf(finding->rule).name, finding->call.name,
+                 finding->call.at, finding->times);
   }
-  dprintf(file, "]}\n");
+  output.print("dmu-check-host: process %d, plugin ", static_cast<int>(getpid()));
+  writePlain(output, realPluginFile());
+  output.print(": %u calls, %u handles opened, %u left open, %u location texts handed out", summary.calls,
+               summary.handlesOpened, summary.handlesOpen, summary.locationTexts);
+  if (summary.areTextsWatched) output.print(", %u of them not released", summary.locationTextsHeld);
+  output.print("; %u breaches found\n", summary.findings);
+}
+
+bool writeJson(int file, const Summary& summary) {
+  Output output(file);
+  output.print(R"({"version": 1, "process": %d, "ended": %s)", static_cast<int>(getpid()),
+               summary.isEnd ? "true" : "false");
+  writeMember(output, "plugin", realPluginFile());
+  output.print(R"(, "calls": %u, "handlesOpened": %u, "handlesOpen": %u, "locationTexts": %u, "locationTextsHeld": )",
+               summary.calls, summary.handlesOpened, summary.handlesOpen, summary.locationTexts);
+  output.print(summary.areTextsWatched ? "%u" : "null", summary.locationTextsHeld);
+  output.print(",\n \"findings\": [");
+  for (const Finding* finding = summary.first; finding != nullptr; finding = finding->next) {
+    output.print(finding == summary.first ? "\n  " : ",\n  ");
+    writeFindingAsJson(output, *finding);
+  }
+  output.print("]}\n");
+  return output.flush();
 }
 
 }  // namespace hostcheck

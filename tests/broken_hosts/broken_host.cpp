@@ -2,6 +2,7 @@
 #include "tests/broken_hosts/broken_host.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 
@@ -11,16 +12,30 @@ Mistake::Mistake(const char* theName, MakeMistake theFunction) : name(theName), 
   mistakes = this;
 }
 
-CtrlDevInfo* openVolume(const Host& host) {
-  DmuDeviceOpenInfo volume{};
-  volume.devName = "naa.6a1b2c0000000201";
-  volume.hba = "vmhba2";
-  volume.channel = 1;
-  volume.target = 1;
-  volume.driver = kDmuDriver;
+static CtrlDevInfo* openDevice(const Host& host, const char* name, uint32_t target) {
+  DmuDeviceOpenInfo device{};
+  device.devName = name;
+  device.hba = "vmhba2";
+  device.channel = 1;
+  device.target = target;
+  device.driver = kDmuDriver;
   CtrlDevInfo* handle = nullptr;
-  host.plugin->openDeviceV2(&volume, &handle);
+  host.plugin->openDeviceV2(&device, &handle);
   return handle;
+}
+
+CtrlDevInfo* openVolume(const Host& host) {
+  return openDevice(host, "naa.6a1b2c0000000201", 1);
+}
+
+CtrlDevInfo* openDisk(const Host& host) {
+  return openDevice(host, "naa.5a1b2c0000000106", 6);
+}
+
+void expect(bool isAsPromised, const char* what) {
+  if (isAsPromised) return;
+  std::fprintf(stderr, "broken-host: %s\n", what);
+  std::_Exit(3);
 }
 
 int main(int argc, char** argv) {

@@ -14,8 +14,12 @@ struct Host {
   std::string error;
 };
 
-/// Opens the volume once more.
+/// Opens the volume once more, or a physical disk.
 CtrlDevInfo* openVolume(const Host& host);
+CtrlDevInfo* openDisk(const Host& host);
+
+/// Ends the program with a word of why, unless all is as it should be.
+void expect(bool isAsPromised, const char* what);
 
 using MakeMistake = void (*)(Host& host);
 

@@ -1,5 +1,4 @@
 // The mistakes, in the order of the checker's rules.
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -9,21 +8,9 @@
 #include <unistd.h>
 
 #include "tests/broken_hosts/broken_host.h"
+#include "tests/broken_hosts/gate.h"
 
 // NOLINTBEGIN(bugprone-*): they are wrong on purpose
-
-static void expect(bool isAsPromised, const char* what) {
-  if (isAsPromised) return;
-  std::fprintf(stderr, "broken-host: %s\n", what);
-  std::_Exit(3);
-}
-
-/// The topology of check_host_test.sh lets it take a second.
-static std::thread beginSlowOperation(Host& host) {
-  std::thread thread([&host] { host.plugin->cacheOn(host.handle, host.error); });
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));
-  return thread;
-}
 
 MISTAKE(madeUpHandle, "handle.unknown", "getDeviceInfo, handle 0x") {
   static char memory[4096];
@@ -73,15 +60,24 @@ MISTAKE(closedByTwoThreads, "handle.closed-twice", "closeDevice, handle 0x") {
   host.handle = nullptr;
 }
 MISTAKE(closedInUse, "handle.closed-in-use", "collides with cacheOn at 0x") {
-  std::thread thread = beginSlowOperation(host);
+  std::thread thread = beginOperation(host);
   host.plugin->closeDevice(host.handle);
+  letOperationEnd();
   thread.join();
   host.handle = nullptr;
 }
-MISTAKE(neverClosed, "handle.never-closed", "1 left open") {
+MISTAKE(leftAtOnce, "handle.closed-twice", "closeDevice, handle 0x") {
+  host.plugin->closeDevice(host.handle);
+  host.plugin->closeDevice(host.handle);
+  std::_Exit(0);
+}
+MISTAKE(neverClosed, "handle.never-closed", "collides with dlclose at 0x") {
   host.handle = nullptr;
 }
-MISTAKE(neverClosedNorUnloaded, "handle.never-closed", "openDeviceV2, handle 0x") {
+MISTAKE(neverClosedPreloaded, "handle.never-closed", "collides with dlclose at 0x") {
+  host.handle = nullptr;
+}
+MISTAKE(neverClosedNorUnloaded, "handle.never-closed", "collides with exit at 0x") {
   host.handle = nullptr;
   host.library = nullptr;
 }
@@ -126,6 +122,37 @@ MISTAKE(constantRecord, "argument.bad-address", "getDeviceInfo, deviceInfo, hand
 MISTAKE(moreThanMapped, "array.too-small", "2000000000 locations announced") {
   char* locations[4] = {};
   expect(host.plugin->getDeviceLocation(host.handle, locations, 2000000000, host.error) == -1, "it was passed on");
+}
+MISTAKE(severalSizesAtOnePlace, "array.too-small", ", 2 times") {
+  DriveTemperature temperatures[4] = {};
+  for (const int32_t count : {4, 1000000000, 2000000000}) {
+    host.plugin->getDeviceTemperature(host.handle, temperatures, count, host.error);
+  }
+}
+MISTAKE(noSlotForDisk, "array.too-small", "0 locations announced, one written, handle 0x") {
+  auto** const nowhere = reinterpret_cast<char**>(16);
+  char* location = nullptr;
+  CtrlDevInfo* const disk = openDisk(host);
+  expect(host.plugin->getDeviceLocation(host.handle, nowhere, 0, host.error) == 0 &&
+             host.plugin->getDeviceLocation(host.handle, nowhere, -1, host.error) == 0,
+         "a volume needs no slot");
+  expect(host.plugin->getDeviceLocation(disk, &location, -1, host.error) == 1 && location != nullptr,
+         "a sound call was refused");
+  std::free(location);
+  expect(host.plugin->getDeviceLocation(disk, nowhere, 0, host.error) == -1, "it was passed on");
+  host.plugin->closeDevice(disk);
+}
+MISTAKE(noRecordForDiskPreloaded, "array.too-small", "-1 temperatures announced, one written, room for 0 in the") {
+  auto* const temperature = static_cast<DriveTemperature*>(std::malloc(sizeof(DriveTemperature)));
+  auto* const part = static_cast<DriveTemperature*>(std::malloc(1));
+  CtrlDevInfo* const disk = openDisk(host);
+  expect(
+      host.plugin->getDeviceTemperature(disk, temperature, 0, host.error) == 1 && temperature->currentTemperature == 36,
+      "a sound call was refused");
+  expect(host.plugin->getDeviceTemperature(disk, part, -1, host.error) == -1, "it was passed on");
+  host.plugin->closeDevice(disk);
+  std::free(temperature);
+  std::free(part);
 }
 MISTAKE(moreSlotsPreloaded, "array.too-small", "128 locations announced, room for 3 in the heap block") {
   auto** const locations = static_cast<char**>(std::calloc(4, sizeof(char*)));
@@ -196,31 +223,51 @@ MISTAKE(keptLocationsPreloaded, "location.never-released", "4 location texts han
   char* locations[128] = {};
   expect(host.plugin->getDeviceLocation(host.handle, locations, 128, host.error) == 4, "no locations");
   std::free(locations[1]);
+  const pid_t child = fork();
+  if (child == 0) std::exit(0);
+  waitpid(child, nullptr, 0);
+  expect(!isReported("never"), "a child owes nothing of its parent's");
 }
 
-MISTAKE(unloadedInUse, "unload.in-use", "cacheOn, handle 0x") {
-  std::thread thread = beginSlowOperation(host);
+MISTAKE(unloadedInUse, "unload.in-use", "collides with dlclose at 0x") {
+  std::thread thread = beginOperation(host);
+  letOperationEndWhenReported("unload.in-use");
   dlclose(host.library);
   thread.join();
   host.handle = nullptr;
   host.library = nullptr;
 }
-MISTAKE(exitInUse, "unload.in-use", "cacheOn, handle 0x") {
-  beginSlowOperation(host).detach();
+MISTAKE(unloadedInUsePreloaded, "unload.in-use", "collides with dlclose at 0x") {
+  Dl_info plugin{};
+  dladdr(reinterpret_cast<void*>(host.plugin->cacheOn), &plugin);
+  void* const again = dlopen(plugin.dli_fname, RTLD_NOW);
+  std::thread thread = beginOperation(host);
+  expect(again == host.library && dlclose(again) == 0 && !isReported("unload.in-use"), "it is still loaded");
+  dlclose(host.library);
+  letOperationEnd();
+  thread.join();
+  host.handle = nullptr;
+  host.library = nullptr;
+}
+MISTAKE(exitInUse, "unload.in-use", "collides with exit at 0x") {
+  beginOperation(host).detach();
+  letOperationEndWhenReported("unload.in-use");
   std::exit(0);
 }
 MISTAKE(forkedInUse, "fork.in-use", "collides with cacheOn at 0x") {
-  std::thread thread = beginSlowOperation(host);
+  std::thread thread = beginOperation(host);
   const pid_t child = fork();
   if (child == 0) {
+    setClockBack();
     DmuDeviceInfo info{};
-    const bool isAnswered = host.plugin->getDeviceInfo(host.handle, &info, host.error) == 0;
-    std::exit(isAnswered ? 1 : 0);
+    const int32_t result = host.plugin->getDeviceInfo(host.handle, &info, host.error);
+    std::_Exit(result == -1 && host.error.find("Mutex lock error: ") == 0 ? 0 : 1);
   }
   int status = -1;
   waitpid(child, &status, 0);
+  letOperationEnd();
   thread.join();
-  expect(status == 0, "the child's operation was answered");
+  expect(status == 0, "the child got another answer");
 }
 
 // NOLINTEND(bugprone-*)
