@@ -152,12 +152,16 @@ bool areThere() {
   return nextMemalign != nullptr;
 }
 
+/// As the program looks it up: this library by itself would find its own.
+void* findInProgram(const char* name) {
+  void* const program = dlopen(nullptr, RTLD_LAZY);
+  return program == nullptr ? nullptr : dlsym(program, name);
+}
+
 }  // namespace
 
 void findHeap() {
-  // As the program looks it up: this library by itself would find its own.
-  void* const program = dlopen(nullptr, RTLD_LAZY);
-  isFirstInProcess = program != nullptr && dlsym(program, "malloc") == reinterpret_cast<void*>(&malloc);
+  isFirstInProcess = findInProgram("malloc") == reinterpret_cast<void*>(&malloc);
   const auto lock = [] { pthread_mutex_lock(&heapLock); };
   const auto unlock = [] { pthread_mutex_unlock(&heapLock); };
   if (isFirstInProcess) pthread_atfork(lock, unlock, unlock);
@@ -213,9 +217,7 @@ void forgetLocationTexts() {
 }
 
 void freeForHost(void* block) {
-  // As the program looks it up: this library by itself would find its own.
-  const auto programsFree = reinterpret_cast<void (*)(void*)>(dlsym(RTLD_DEFAULT, "free"));
-  programsFree(block);
+  reinterpret_cast<void (*)(void*)>(findInProgram("free"))(block);
 }
 
 void hideFromChildren() {

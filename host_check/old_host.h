@@ -3,6 +3,8 @@
 #pragma once
 
 #ifdef __i386__
+#include <sys/stat.h>
+
 __asm__(".symver dlopen, dlopen@GLIBC_2.1");
 __asm__(".symver dlsym, dlsym@GLIBC_2.0");
 __asm__(".symver dlerror, dlerror@GLIBC_2.0");
@@ -10,4 +12,13 @@ __asm__(".symver dladdr, dladdr@GLIBC_2.0");
 __asm__(".symver dladdr1, dladdr1@GLIBC_2.3.3");
 __asm__(".symver dlinfo, dlinfo@GLIBC_2.3.3");
 __asm__(".symver pthread_once, pthread_once@GLIBC_2.0");
+
+// Asked in the way of the headers of that time, which had no such function in the library; 3 is the layout of the
+// record.
+__asm__(".symver __lxstat64, __lxstat64@GLIBC_2.2");
+extern "C" int __lxstat64(int version, const char* name, struct stat64* status);
+extern "C" [[gnu::gnu_inline, gnu::always_inline]] inline int lstat64(const char* name,
+                                                                      struct stat64* status) noexcept {
+  return __lxstat64(3, name, status);
+}
 #endif

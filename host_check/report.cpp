@@ -74,8 +74,8 @@ bool writeDocument(const char* name, const Summary& summary) {
 
 /// Writes the JSON document, if it is time for it.
 bool replaceDocument(const char* name, const Summary& summary) {
-  struct stat status {};
-  if (lstat(name, &status) == 0 && !S_ISREG(status.st_mode)) {
+  struct stat64 status {};
+  if (lstat64(name, &status) == 0 && !S_ISREG(status.st_mode)) {
     return !summary.isEnd || writeDocument(name, summary);
   }
   static char newName[kFileNameSize + 8];
