@@ -2,6 +2,7 @@
 // JSON document.
 #include <ctime>
 #include <new>
+#include <nlohmann/json.hpp>
 
 #include "host/command_line/command_line.h"
 #include "host/output/local_time.h"

@@ -2,6 +2,7 @@
 #include "host/report.h"
 
 #include <cstdio>
+#include <nlohmann/json.hpp>
 
 #include "host/output/output.h"
 #include "host/output/text.h"

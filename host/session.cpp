@@ -2,6 +2,7 @@
 #include "host/session.h"
 
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 
 #include "host/discovery/discovery.h"
 #include "host/disks/inventory.h"

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 #include <sys/ioctl.h>
+#include <unistd.h>
 
 #include "simulator/c_library.h"
 #include "simulator/exported.h"

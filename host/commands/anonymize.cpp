@@ -1,4 +1,6 @@
 // dmu-host anonymize: takes out of a recording what tells whose host it was.
+#include <nlohmann/json.hpp>
+
 #include "host/commands/commands.h"
 #include "host/output/file_replacement.h"
 #include "host/output/text.h"

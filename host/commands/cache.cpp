@@ -1,5 +1,6 @@
 // dmu-host cache: switches the write cache of volumes, or of a whole controller.
 #include <cstdio>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "host/commands/commands.h"

@@ -2,6 +2,7 @@
 #include "host/check/check.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "host/commands/commands.h"
 #include "host/output/output.h"

@@ -6,6 +6,7 @@
 #include "host/output/columns.h"
 #include "host/output/degrees.h"
 #include "host/output/grid.h"
+#include "host/output/json_values.h"
 #include "host/output/text.h"
 #include "host/output/text_table.h"
 #include "host/waiting/watch.h"

@@ -6,6 +6,7 @@
 #include "host/disks/disk_drives.h"
 #include "host/disks/opened_disk.h"
 #include "host/interception/host_calls.h"
+#include "host/output/json_values.h"
 #include "host/output/text.h"
 #include "host/output/text_table.h"
 

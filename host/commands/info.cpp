@@ -1,4 +1,6 @@
 // dmu-host info: all that is known of some disks.
+#include <nlohmann/json.hpp>
+
 #include "host/commands/commands.h"
 #include "host/disks/device_arguments.h"
 #include "host/disks/disk_drives.h"

@@ -1,5 +1,6 @@
 // dmu-host inventory: finds the disks of a host by asking its controllers, and writes them down for --inventory.
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "host/commands/commands.h"
 #include "host/discovery/discovery.h"

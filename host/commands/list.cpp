@@ -1,4 +1,6 @@
 // dmu-host list: all disks of the host in one table.
+#include <nlohmann/json.hpp>
+
 #include "host/commands/commands.h"
 #include "host/disks/opened_disk.h"
 #include "host/output/columns.h"

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <ctime>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "host/commands/commands.h"

@@ -1,4 +1,6 @@
 // dmu-host location: where the drives of some disks sit.
+#include <nlohmann/json.hpp>
+
 #include "host/commands/commands.h"
 #include "host/disks/device_arguments.h"
 #include "host/output/columns.h"

@@ -1,6 +1,7 @@
 // dmu-host metrics: what a monitoring system wants to know of the host's disks, as a file for it.
 #include <ctime>
 #include <filesystem>
+#include <nlohmann/json.hpp>
 
 #include "host/commands/commands.h"
 #include "host/disks/warm_drives.h"

@@ -5,6 +5,7 @@
 #include "host/loading/isolated_call.h"
 #include "host/loading/library_versions.h"
 #include "host/loading/string_layout.h"
+#include "host/output/json_values.h"
 #include "host/output/text.h"
 #include "json/input.h"
 

@@ -1,6 +1,7 @@
 // dmu-host record: everything that can be read of the host's disks and controllers, in one file from which every
 // command that reads can be replayed.
 #include <algorithm>
+#include <nlohmann/json.hpp>
 #include <set>
 
 #include "host/commands/commands.h"

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <nlohmann/json.hpp>
 
 #include "host/interception/command_log.h"
 

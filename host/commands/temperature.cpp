@@ -1,6 +1,7 @@
 // dmu-host temperature: how warm the drives of some disks are.
 #include <algorithm>
 #include <climits>
+#include <nlohmann/json.hpp>
 
 #include "host/commands/commands.h"
 #include "host/disks/device_arguments.h"

@@ -1,5 +1,6 @@
 // dmu-host topology: makes the host of a recording a simulated one.
 #include <filesystem>
+#include <nlohmann/json.hpp>
 #include <system_error>
 
 #include "host/commands/commands.h"

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "host/commands/commands.h"
+#include "host/output/json_values.h"
 #include "host/output/text.h"
 
 namespace host {

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "host/output/degrees.h"
+#include "host/output/json_values.h"
 #include "host/output/text.h"
 
 namespace host {

@@ -1,6 +1,7 @@
 // How a disk's record is worded.
 #include "host/disks/disk_record.h"
 
+#include "host/output/json_values.h"
 #include "host/output/text.h"
 #include <dmu/plugin.h>
 

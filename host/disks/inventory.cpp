@@ -1,6 +1,8 @@
 // Reads the inventory file, disk by disk, with every mistake that is in it.
 #include "host/disks/inventory.h"
 
+#include <nlohmann/json.hpp>
+
 #include "host/refusal.h"
 #include "json/input.h"
 #include "json/json_text.h"

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <string_view>
 
+#include "host/output/json_values.h"
 #include "host/output/text.h"
 
 namespace host {

@@ -2,6 +2,7 @@
 // change something, and to tell afterwards what an operation did.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <span>
 #include <string>
 #include <vector>

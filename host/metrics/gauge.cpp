@@ -4,6 +4,8 @@
 #include <optional>
 #include <sstream>
 
+#include "host/output/json_values.h"
+
 namespace host::metrics {
 namespace {
 

@@ -1,22 +1,10 @@
-// The JSON type of the program's documents (keys in the order in which they are written) and null for the unknown.
+// The JSON type of the program's documents: keys in the order in which they are written.
 #pragma once
 
-#include <nlohmann/json.hpp>
-#include <optional>
+#include <nlohmann/json_fwd.hpp>
 
 namespace host {
 
 using Json = nlohmann::ordered_json;
-
-/// The value, or null.
-template <typename Value>
-[[nodiscard]] Json orNull(const std::optional<Value>& value) {
-  return value ? Json(*value) : Json(nullptr);
-}
-
-/// The text with U+FFFD for what is no UTF-8, as a document has it.
-[[nodiscard]] inline std::string utf8Of(const std::string& text) {
-  return Json::parse(Json(text).dump(-1, ' ', false, Json::error_handler_t::replace)).get<std::string>();
-}
 
 }  // namespace host

@@ -2,6 +2,7 @@
 #include "host/recording/form.h"
 
 #include <algorithm>
+#include <nlohmann/json.hpp>
 
 #include "host/disks/disk_record.h"
 #include "host/disks/inventory.h"

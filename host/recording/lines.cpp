@@ -2,6 +2,7 @@
 #include "host/recording/lines.h"
 
 #include <array>
+#include <nlohmann/json.hpp>
 #include <string_view>
 #include <utility>
 

@@ -2,6 +2,7 @@
 #include "host/recording/recorder.h"
 
 #include <cerrno>
+#include <nlohmann/json.hpp>
 #include <utility>
 
 #include "host/interception/interception.h"

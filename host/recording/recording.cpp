@@ -1,6 +1,7 @@
 // Reads a recording line by line.
 #include "host/recording/recording.h"
 
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
 #include <utility>

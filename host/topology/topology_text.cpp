@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "host/disks/disk_record.h"
+#include "host/output/json_values.h"
 #include "json/hex.h"
 #include "simulator/drive_address.h"
 #include "simulator/raid_levels.h"
