@@ -78,6 +78,26 @@ TEST_F(Scan, APhysicalListEndsWithTheResultOfItsLastEntry) {
   EXPECT_EQ(info->deviceCount, 3);
 }
 
+TEST_F(Scan, AListThatIsFullTakesNothingMore) {
+  struct {
+    vlexLogicalLUNReport report;
+    vlexLogicalLunList entries[2];
+  } volumes = {};
+  volumes.report.header.listLength[3] = sizeof(volumes.entries);
+  for (vlexLogicalLunList& entry : volumes.entries) entry.address.bytes[3] = 0x40;
+  vlexPhysicalLUNReportExt drives = {};
+  scan(model::topology(model::controller()));
+  info->deviceCount = dmu::kMaxDevices - 1;
+  (void)sentOpcodes();
+  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListLogical)(&volumes.report, info, sizeof(volumes.entries)), 0);
+  EXPECT_EQ(info->deviceCount, dmu::kMaxDevices);
+  EXPECT_THAT(sentOpcodes(), ElementsAre(0x10, 0x50)) << "the second volume is not asked for";
+  hostCalls.traceOn = true;
+  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListLogical)(&volumes.report, info, sizeof(volumes.entries)), 0);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateScsiDevListPhysical)(&drives, info, 0), 0);
+  EXPECT_EQ(takeTrace(), "") << "nothing is even read";
+}
+
 TEST_F(Scan, OfAVolumesAddressFourBytesAreKept) {
   vlexCmdLunAddress address = {{1, 2, 3, 0x40, 5, 6, 7, 8}};
   scan(model::topology(model::controller()));

@@ -1,6 +1,7 @@
 // What the plugin reads of the module loader's output, whatever that is and whatever signals come meanwhile.
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -52,6 +53,12 @@ TEST_F(ModuleLoader, OnlyTwoSpellingsCountAndTheOutputIsReadToItsEnd) {
   EXPECT_EQ(answerTo("printf oem"), 1);
   EXPECT_EQ(answerTo("echo Oem oEM; echo o; echo em" + much), 0);
   EXPECT_EQ(answerTo(":"), 0);
+}
+
+TEST_F(ModuleLoader, OutputThatCannotBeReadIsNone) {
+  hostCalls.runModuleLoader = false;
+  hostCalls.moduleLoader = [] { return std::fopen("/", "r"); };
+  EXPECT_EQ(PUBLISHED(IsOEMDriver)(), 0);
 }
 
 TEST_F(ModuleLoader, ASignalThatTheHostHandlesEndsNothing) {

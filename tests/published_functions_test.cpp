@@ -1,5 +1,7 @@
 // What the published functions answer when one of them is called by itself: with nulls, without a channel, without
 // memory, with a driver that refuses; traced and not.
+#include <cstring>
+
 #include "channel/command.h"
 #include "channel/instance_query.h"
 #include "channel/management_channel.h"
@@ -90,6 +92,11 @@ TEST_F(PublishedFunctions, SayWhatFailed) {
     host.clearFaults();
     for (const Sender& sender : senders()) EXPECT_EQ(sender.call(&info, &member), 0) << sender.name;
     EXPECT_EQ(PUBLISHED(OrvaInfo_DumpOrvaInfo)(&info), 0);
+    takeTrace();
+    vlexBlinkDriveLED blinkBuffer = {};
+    PUBLISHED(OrvaInfo_DumpBlkLED)(&blinkBuffer, 1);
+    PUBLISHED(OrvaInfo_DumpArray)(blinkBuffer.BlinkSeekEnable, 10);
+    EXPECT_EQ(takeTraceWrites().size(), traced ? 9u + 256 + 11 : 0);
     hostCalls.recording = hostCalls.noMemory = true;
     for (const Sender& sender : senders()) {
       EXPECT_EQ(sender.call(&info, &member), sender.withoutMemory) << "without memory: " << sender.name;
@@ -103,6 +110,25 @@ TEST_F(PublishedFunctions, SayWhatFailed) {
                 AnyOf(-1, kNewCanFail ? -1 : 0));
     EXPECT_EQ(PUBLISHED(OrvaInfo_UpdateCtrl)(9, name), nullptr);
     hostCalls.recording = hostCalls.noMemory = false;
+
+    takeTrace();
+    constexpr auto kRefuses = simulator::FaultAction::driverStatus;
+    host.addFault({.call = "blinkDriveTrayLed", .action = kRefuses, .value = kStatus});
+    host.addFault({.call = "reportPhysicalLuns", .from = 2, .action = kRefuses, .value = kStatus});
+    EXPECT_EQ(PUBLISHED(OrvaInfo_BlinkDriveTrayLED)(1, &member, &info, 1), kStatus);
+    EXPECT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(&info), 0);
+    host.clearFaults();
+    hostCalls.fails = [](const char* call) { return std::strcmp(call, "malloc") == 0; };
+    EXPECT_EQ(PUBLISHED(OrvaInfo_SenseConfiguration)(&info, &member), 0);
+    EXPECT_EQ(member.raidMap, nullptr);
+    hostCalls.fails = nullptr;
+    EXPECT_EQ(PUBLISHED(OrvaInfo_SenseConfiguration)(&info, &member), 0);
+    const std::string trace = takeTrace();
+    for (const char* line : {"OrvaInfo_BlinkDriveTrayLED: Failed to blink drive LED.\n",
+                             "OrvaInfo_DeviceScan: Failed to execute Reprot Physical LUN.\n",
+                             "OrvaInfo_SenseConfiguration: Failed to allocate memory.\n"}) {
+      EXPECT_EQ(trace.find(line) != std::string::npos, traced) << line;
+    }
   }
 }
 
