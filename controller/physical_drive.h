@@ -10,10 +10,10 @@ namespace dmu {
 /// What OrvaInfo_GetBMICDeviceIndex answers for a device that has no index.
 inline constexpr uint32_t kNoDriveIndex = 0xFFFFFFFF;
 
-/// The BMIC drive index of a physical drive, of whatever kind.
+/// The BMIC drive index of a physical drive, of whatever kind: 256 targets on each bus, of which the first is bus 1.
 [[nodiscard]] constexpr uint32_t driveIndex(const vlexCmdLunAddress& drive) {
-  const uint32_t bus = drive.bytes[7] & 0x3F;
-  return (bus - 1) * 256 + drive.bytes[6];
+  const auto busAndTarget = static_cast<uint32_t>(drive.bytes[7] << 8 | drive.bytes[6]) & 0x3FFF;
+  return busAndTarget - 256;
 }
 
 }  // namespace dmu

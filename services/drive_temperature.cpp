@@ -1,7 +1,9 @@
 // Temperatures of a disk and of a volume's member drives, from the controller snapshot.
 #include "services/drive_temperature.h"
 
-#include <map>
+#include <algorithm>
+#include <cstring>
+#include <vector>
 
 #include "plugin/trace.h"
 #include "services/location_text.h"
@@ -10,37 +12,49 @@
 
 namespace {
 
-struct temperature {
-  uint8_t currentTemperature = 0;
-  uint8_t maximumTemperature = 0;
+/// A member drive beside the text that orders it.
+struct PlacedDrive {
+  explicit PlacedDrive(const OrvaInfo_Devices* member) : location(*member), drive(member) {}
+
+  dmu::LocationText location;
+  const OrvaInfo_Devices* drive;
 };
 
-/// Temperatures by location text.
-using TemperatureMap = std::map<dmu::LocationText, temperature>;
+/// In the order of their texts, of drives with the same text the last listed one first.
+bool operator<(const PlacedDrive& left, const PlacedDrive& right) {
+  const int order = std::strcmp(left.location.text, right.location.text);
+  return order != 0 ? order < 0 : left.drive > right.drive;
+}
 
-TemperatureMap memberTemperatures(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
-  TemperatureMap temperatures;
-  dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& drive, uint32_t /*index*/) {
-    temperatures[dmu::LocationText(drive)] = {drive.currentTemperature, drive.maximumTemperature};
-  });
-  return temperatures;
+bool haveSameText(const PlacedDrive& left, const PlacedDrive& right) {
+  return std::strcmp(left.location.text, right.location.text) == 0;
+}
+
+/// The volume's member drives in the order of their texts; of those with the same text the last listed one.
+std::vector<PlacedDrive> placedMembers(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
+  const dmu::ListedMembers members(info, volume);
+  std::vector<PlacedDrive> placed;
+  placed.reserve(members.size());
+  for (const OrvaInfo_Devices* drive : members) placed.emplace_back(drive);
+  std::sort(placed.begin(), placed.end());
+  placed.erase(std::unique(placed.begin(), placed.end(), haveSameText), placed.end());
+  return placed;
 }
 
 int32_t volumeTemperatures(const char* function, const OrvaInfo& info, const OrvaInfo_Devices& volume,
                            DriveTemperature* temperatures, int32_t count) {
-  const TemperatureMap members = memberTemperatures(info, volume);
+  const std::vector<PlacedDrive> members = placedMembers(info, volume);
   if (count == 0) {
-    for (const auto& [location, value] : members) {
-      DMU_TRACE(function, "\tCurrentTemperature: %u ", value.currentTemperature);
-      DMU_TRACE(function, "\tMaximumTemperature: %u\n", value.maximumTemperature);
+    for (const PlacedDrive& member : members) {
+      DMU_TRACE(function, "\tCurrentTemperature: %u ", member.drive->currentTemperature);
+      DMU_TRACE(function, "\tMaximumTemperature: %u\n", member.drive->maximumTemperature);
     }
     return 0;
   }
-  int32_t stored = 0;
-  for (const auto& [location, value] : members) {
-    if (stored >= count) break;
-    temperatures[stored] = {value.currentTemperature, value.maximumTemperature};
-    ++stored;
+  const int32_t stored = std::min(static_cast<int32_t>(members.size()), std::max(count, 0));
+  for (int32_t k = 0; k < stored; ++k) {
+    const OrvaInfo_Devices& drive = *members[static_cast<size_t>(k)].drive;
+    temperatures[k] = {drive.currentTemperature, drive.maximumTemperature};
   }
   return stored;
 }

@@ -8,6 +8,8 @@ namespace dmu {
 
 namespace {
 
+constexpr std::string_view kBeginning = "port:box:bay ";
+
 char* append(char* end, std::string_view text) {
   return std::copy(text.begin(), text.end(), end);
 }
@@ -16,11 +18,18 @@ char* append(char* end, uint8_t number) {
   return std::to_chars(end, end + 3, unsigned{number}).ptr;
 }
 
+/// A name that fills its field has no terminator.
+template <size_t size>
+char* appendName(char* end, const char (&name)[size]) {
+  for (size_t i = 0; i < size && name[i] != '\0'; ++i) *end++ = name[i];
+  return end;
+}
+
 }  // namespace
 
 LocationText::LocationText(const OrvaInfo_Devices& drive, std::string_view suffix) {
-  char* end = append(text, "port:box:bay ");
-  end = append(end, std::string_view(drive.portName, strnlen(drive.portName, sizeof(drive.portName))));
+  char* end = append(text, kBeginning);
+  end = appendName(end, drive.portName);
   *end++ = ':';
   end = append(end, drive.box);
   *end++ = ':';

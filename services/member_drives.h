@@ -1,6 +1,8 @@
 // The member drives of a volume as the snapshot lists them.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 
 #include "controller/physical_drive.h"
@@ -17,16 +19,45 @@ namespace dmu {
   return isVolume(device.lunAddress) ? device.physicalDisks : 1;
 }
 
-/// Calls `visit(drive, BMIC drive index)` for each masked drive of the snapshot that belongs to the volume, in list
-/// order. The volume must have known members.
-template <typename Visit>
-void forEachListedMember(const OrvaInfo& info, const OrvaInfo_Devices& volume, Visit visit) {
-  for (int32_t i = 0; i < info.deviceCount; ++i) {
-    const OrvaInfo_Devices& drive = info.devices[i];
-    if (kindOf(drive.lunAddress) != DeviceKind::maskedDrive) continue;
-    const uint32_t index = driveIndex(drive.lunAddress);
-    if (isMember(info, volume, index)) visit(drive, index);
-  }
+/// BMIC drive indexes that follow each other.
+struct IndexRange {
+  [[nodiscard]] bool holds(uint32_t index) const { return index - first < count; }
+
+  uint32_t first;
+  uint32_t count;
+};
+
+/// From a volume's first member to its last, in whole bytes of its member map.
+[[nodiscard]] inline IndexRange memberRange(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
+  const uint8_t* map = volume.raidMap;
+  const uint8_t* end = map + memberMapSize(info);
+  const uint8_t* first = std::find_if(map, end, [](uint8_t byte) { return byte != 0; });
+  while (end != first && end[-1] == 0) --end;
+  return {static_cast<uint32_t>(first - map) * 8, static_cast<uint32_t>(end - first) * 8};
 }
+
+/// The masked drives of the snapshot that belong to a volume, in list order.
+class ListedMembers {
+ public:
+  /// @param volume  with known members
+  ListedMembers(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
+    const IndexRange range = memberRange(info, volume);
+    const auto isInRange = [range](const OrvaInfo_Devices& drive) { return range.holds(driveIndex(drive.lunAddress)); };
+    const OrvaInfo_Devices* end = info.devices + std::max(info.deviceCount, 0);
+    // Of a large controller's drives most are out of range: one comparison passes them by.
+    for (const OrvaInfo_Devices* drive = info.devices; (drive = std::find_if(drive, end, isInRange)) != end; ++drive) {
+      if (kindOf(drive->lunAddress) != DeviceKind::maskedDrive) continue;
+      if (testBit(volume.raidMap, driveIndex(drive->lunAddress))) drives_[count_++] = drive;
+    }
+  }
+
+  [[nodiscard]] const OrvaInfo_Devices* const* begin() const { return drives_; }
+  [[nodiscard]] const OrvaInfo_Devices* const* end() const { return drives_ + count_; }
+  [[nodiscard]] size_t size() const { return count_; }
+
+ private:
+  const OrvaInfo_Devices* drives_[kMaxDevices];
+  size_t count_ = 0;
+};
 
 }  // namespace dmu

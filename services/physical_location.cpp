@@ -83,13 +83,11 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
   }
   std::memset(found.get(), 0, mapSize);
 
-  int foundCount = 0;
-  dmu::forEachListedMember(info, volume, [&](const OrvaInfo_Devices& /*drive*/, uint32_t index) {
-    dmu::setBit(found.get(), index);
-    ++foundCount;
-  });
+  const dmu::ListedMembers members(info, volume);
+  for (const OrvaInfo_Devices* drive : members) dmu::setBit(found.get(), dmu::driveIndex(drive->lunAddress));
+  const int foundCount = static_cast<int>(members.size());
   const bool countDiffers = foundCount != volume.physicalDisks;
-  auto textCount = static_cast<size_t>(foundCount);
+  size_t textCount = members.size();
   if (countDiffers) forEachMissingMember(info, volume, found.get(), [&](uint32_t /*index*/) { ++textCount; });
   std::vector<dmu::LocationText> texts;
   if (!reserve(texts, textCount)) {
@@ -97,8 +95,7 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
     return -1;
   }
 
-  dmu::forEachListedMember(info, volume,
-                           [&](const OrvaInfo_Devices& drive, uint32_t /*index*/) { texts.emplace_back(drive); });
+  for (const OrvaInfo_Devices* drive : members) texts.emplace_back(*drive);
   DMU_TRACE(function, "Pdisk count: %d\n", foundCount);
   if (countDiffers) {
     DMU_TRACE(function, "disk count = %d, expected = %d\n", foundCount, volume.physicalDisks);

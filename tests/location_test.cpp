@@ -1,4 +1,6 @@
 // Where drives sit and how warm they are.
+#include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "tests/services_fixture.h"
@@ -59,6 +61,42 @@ TEST_F(Location, AnExposedDriveIsNoMember) {
 TEST_F(Location, ADriveThatIsListedTwiceIsTwoMembers) {
   host.addFault(model::put("reportPhysicalLuns", 8 + 2 * 24 + 6, {2}));
   EXPECT_THAT(locations(), ElementsAre("1I:1:10", "1I:1:2", "1I:1:2"));
+}
+
+TEST_F(Location, WhatAnOperationAllocatesGrowsWithTheVolumesAndNotWithTheirMembers) {
+  constexpr uint32_t kVolumes = 64;
+  constexpr uint32_t kMembers = 16;
+  constexpr size_t kList = kNewCanFail ? 1 : 0;  // it comes from operator new, which is not the test's everywhere
+  controller.maxPhysDevicesSupported = controller.maxPhysDrivesPerLogicalUnit = kVolumes * kMembers;
+  controller.extendedBlinkArray = true;
+  controller.drives.clear();
+  controller.volumes.clear();
+  for (uint32_t number = 0; number < kVolumes; ++number) {
+    std::vector<uint32_t> members;
+    for (uint32_t i = 0; i < kMembers; ++i) members.push_back(number * kMembers + i);
+    for (const uint32_t member : members) controller.drives.push_back(model::drive(member));
+    controller.volumes.push_back(model::volume(number, members));
+  }
+  load();
+  snapshot();
+  const auto allocationsOf = [&](auto operation) {
+    hostCalls.made.clear();
+    hostCalls.recording = true;
+    EXPECT_EQ(operation(), static_cast<int32_t>(kMembers));
+    hostCalls.recording = false;
+    return static_cast<size_t>(std::count_if(hostCalls.made.begin(), hostCalls.made.end(),
+                                             [](const PluginCall& call) { return call.isAllocation(); }));
+  };
+  std::array<char*, kMembers> texts{};
+  DriveTemperature temperatures[kMembers];
+  EXPECT_EQ(allocationsOf([&] { return plugin->getDeviceLocation(volume, texts.data(), kMembers, error); }),
+            kMembers + 1 + kList)
+      << "its texts, the bitmap of the members found, the list";
+  EXPECT_EQ(allocationsOf([&] { return plugin->getDeviceTemperature(volume, temperatures, kMembers, error); }), kList);
+  EXPECT_EQ(allocationsOf([&] { return plugin->setDriveLEDState(volume, 1, 1, error); }),
+            kVolumes * (1 + 2 * kList) + 1)
+      << "of each volume a bitmap and two lists, and the blink buffer";
+  std::for_each(texts.begin(), texts.end(), std::free);
 }
 
 }  // namespace
