@@ -27,7 +27,7 @@ bool allHaveEnded = true;
 void beginToEnd(const char* name) {
   if (ending.name == nullptr) ending = {name, findHostCall()};
   Operation::noteRunning(ending);
-  allHaveEnded = waitForOperations(kSecondsForOperations);
+  if (allHaveEnded) allHaveEnded = waitForOperations(kSecondsForOperations);
 }
 
 /// At an exit it comes before the destructor, at a dlclose behind it.

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <dlfcn.h>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sys/time.h>
@@ -59,8 +60,10 @@ void letOperationEndWhenReported(const char* rule) {
 }
 
 bool isReported(const char* rule) {
-  const char* const file = std::getenv("DMU_CHECK_HOST_REPORT");
-  std::ifstream report(file == nullptr ? "/proc/self/fd/2" : file);
+  const char* const named = std::getenv("DMU_CHECK_HOST_REPORT");
+  const char* const file = named == nullptr ? "/proc/self/fd/2" : named;
+  expect(std::filesystem::is_regular_file(file), "the report has to go to a file");
+  std::ifstream report(file);
   const std::string text{std::istreambuf_iterator<char>(report), {}};
   return text.find(rule) != std::string::npos;
 }
