@@ -33,7 +33,7 @@ struct KeptErrno {
 /// default arguments belong to the caller.
 struct HostCall : KeptErrno, Call {
   explicit HostCall(const char* function, const void* returnAddress = __builtin_return_address(0))
-      : Call{function, callBefore(returnAddress)} {
+      : Call(Call{function, callBefore(returnAddress)}) {
     countCall();
   }
 };
@@ -204,7 +204,7 @@ int32_t checkedList(const Call& call, CtrlDevInfo* handle, const char* argument,
   if (slots == nullptr) note(Rule::argumentNull, call, {.handle = handle, .detail = argument});
   const bool hasStandIn = slots != nullptr && count < 1;
   if (slots != nullptr && !hasStandIn && !isArray(call, handle, argument, slots, count)) return kFailed;
-  Slot untouched;
+  Slot untouched{};
   std::memset(&untouched, 0xFF, sizeof(untouched));
   Slot standIn = untouched;
   const int32_t written = checkedOperation(

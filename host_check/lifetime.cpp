@@ -63,7 +63,7 @@ void whenExiting() {
 link_map* findSelf() {
   Dl_info self{};
   link_map* map = nullptr;
-  const auto inside = reinterpret_cast<void*>(&whenLoaded);
+  void* const inside = reinterpret_cast<void*>(&whenLoaded);
   return dladdr1(inside, &self, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0 ? nullptr : map;
 }
 

@@ -1,12 +1,14 @@
 // Names places by what the loader knows of them.
 #include "host_check/places.h"
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
 #include <elf.h>
+#include <iterator>
 #include <link.h>
 #include <unistd.h>
 #include <unwind.h>
@@ -19,10 +21,9 @@ namespace {
 bool isOfSystem(const char* file) {
   const char* const slash = std::strrchr(file, '/');
   const char* const name = slash == nullptr ? file : slash + 1;
-  for (const char* const library : {"libc.so.", "libdl.so.", "ld-linux"}) {
-    if (std::strncmp(name, library, std::strlen(library)) == 0) return true;
-  }
-  return false;
+  constexpr const char* kLibraries[] = {"libc.so.", "libdl.so.", "ld-linux"};
+  return std::any_of(std::begin(kLibraries), std::end(kLibraries),
+                     [name](const char* library) { return std::strncmp(name, library, std::strlen(library)) == 0; });
 }
 
 const void* ownBase() {

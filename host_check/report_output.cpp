@@ -54,7 +54,7 @@ class Output {
   int file_;
   int failure_ = 0;
   size_t length_ = 0;
-  char text_[2048];
+  char text_[2048] = "";
 };
 
 /// The bytes of a UTF-8 character that begins with that one; 0 when none does.
