@@ -1,9 +1,11 @@
 // Where links lead, also when nothing is there yet.
 #pragma once
 
-#include <filesystem>
+#include <array>
+#include <climits>
 #include <string>
-#include <system_error>
+#include <string_view>
+#include <unistd.h>
 
 namespace simulator {
 
@@ -11,10 +13,14 @@ namespace simulator {
 /// @return the file behind the links of that name, which need not exist
 [[nodiscard]] inline std::string behindLinks(const std::string& file) {
   constexpr int kMostLinks = 40;  // as the system follows them
-  std::error_code error;
-  std::filesystem::path path = file;
-  for (int links = 0; links < kMostLinks && is_symlink(symlink_status(path, error)); ++links) {
-    path = path.parent_path() / read_symlink(path, error);
+  std::string path = file;
+  for (int links = 0; links < kMostLinks; ++links) {
+    std::array<char, PATH_MAX> target{};
+    const ssize_t length = readlink(path.c_str(), target.data(), target.size());
+    if (length < 0) break;
+    const bool fromTheRoot = target[0] == '/';
+    const size_t folder = fromTheRoot ? 0 : path.rfind('/') + 1;  // none: also 0
+    path.replace(folder, std::string::npos, std::string_view(target.data(), static_cast<size_t>(length)));
   }
   return path;
 }

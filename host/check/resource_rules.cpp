@@ -1,7 +1,7 @@
 // What calls leave behind: channels to the driver, open files, settings of the controller.
-#include <filesystem>
 
 #include "host/check/trial.h"
+#include "host/output/files.h"
 #include "host/output/text.h"
 
 namespace host::check {
@@ -40,8 +40,9 @@ void channelsDoNotPileUp(Trial& trial) {
   expectChannelsClosed(trial, trial.subjects().front().disk);
 }
 
-std::ptrdiff_t openFiles() {
-  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
+size_t openFiles() {
+  const auto descriptors = namesIn("/proc/self/fd");
+  return descriptors ? descriptors->size() : 0;
 }
 
 void filesClosed(Trial& trial) {
@@ -49,9 +50,9 @@ void filesClosed(Trial& trial) {
   disks.push_back(disks.front());
   disks.back().device = "no-such-node";
   trial.plugin();
-  const std::ptrdiff_t before = openFiles();
+  const size_t before = openFiles();
   const auto expectClosed = [&](const std::string& after) {
-    const std::ptrdiff_t now = openFiles();
+    const size_t now = openFiles();
     expect(now == before,
            after + ": expected " + std::to_string(before) + " open files, as before, got " + std::to_string(now));
   };

@@ -1,12 +1,12 @@
 // dmu-host metrics: what a monitoring system wants to know of the host's disks, as a file for it.
 #include <ctime>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 
 #include "host/commands/commands.h"
 #include "host/disks/warm_drives.h"
 #include "host/metrics/host_metrics.h"
 #include "host/output/file_replacement.h"
+#include "host/output/files.h"
 #include "host/waiting/progress.h"
 #include <dmu/plugin.h>
 
@@ -80,8 +80,7 @@ class MetricsCommand final : public Command {
  private:
   void refuseOwnFile(const Session& session) const {
     for (const recording::RunFile& own : session.ownFiles()) {
-      std::error_code error;
-      const bool isSame = !file_.empty() && !own.file.empty() && std::filesystem::equivalent(file_, own.file, error);
+      const bool isSame = !file_.empty() && !own.file.empty() && areSameFile(file_, own.file);
       if (isSame) throw Refusal(file_ + ": cannot be written: it is this run's " + own.option);
     }
   }

@@ -1,10 +1,9 @@
 // dmu-host topology: makes the host of a recording a simulated one.
-#include <filesystem>
 #include <nlohmann/json.hpp>
-#include <system_error>
 
 #include "host/commands/commands.h"
 #include "host/output/file_replacement.h"
+#include "host/output/files.h"
 #include "host/output/text.h"
 #include "host/topology/recorded_topology.h"
 #include "host/topology/topology_text.h"
@@ -41,8 +40,7 @@ class TopologyCommand final : public Command {
     const Json json = topology::toJson(topology);
     std::string text = topology::textOf(json);
     if (!output_.empty()) {
-      std::error_code error;
-      if (std::filesystem::equivalent(output_, recording_, error)) throw Refusal(output_ + ": it is the recording");
+      if (areSameFile(output_, recording_)) throw Refusal(output_ + ": it is the recording");
       replaceFile(output_, text);
       text = printable(output_) + ": " + counted(topology.controllers.size(), "controller") + ", " +
              counted(differences.size(), "difference") + " from the recording\n";

@@ -2,16 +2,17 @@
 #include "host/discovery/discovery.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
-#include <filesystem>
+#include <cstring>
 #include <optional>
-#include <system_error>
 
 #include "host/discovery/node_names.h"
 #include "host/disks/disk_drives.h"
 #include "host/disks/plugin_calls.h"
 #include "host/disks/serial_number.h"
 #include "host/model/host_address.h"
+#include "host/output/files.h"
 #include "host/output/text.h"
 #include "host/waiting/progress.h"
 #include <dmu/plugin.h>
@@ -218,12 +219,11 @@ Discovery discoverDisks(Session& session, const Nodes& nodes) {
 
 Nodes nodesIn(const std::string& folder) {
   Nodes nodes;
-  std::error_code error;
-  for (auto entry = std::filesystem::directory_iterator(folder, error); !error && entry != end(entry);
-       entry.increment(error)) {
-    nodes.names.push_back(entry->path().filename().string());
+  if (const auto names = namesIn(folder)) {
+    nodes.names = *names;
+  } else {
+    nodes.error = folder + ": " + std::strerror(errno);
   }
-  if (error) nodes.error = folder + ": " + error.message();
   return nodes;
 }
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstring>
 #include <dlfcn.h>
-#include <filesystem>
 #include <link.h>
 #include <optional>
 #include <string_view>
@@ -14,6 +13,7 @@
 #include "host/interception/host_calls.h"
 #include "host/loading/elf_file.h"
 #include "host/loading/loadable_file.h"
+#include "host/output/files.h"
 #include "host/refusal.h"
 
 namespace host {
@@ -28,11 +28,6 @@ constexpr int kAsLinked = RTLD_LAZY | RTLD_GLOBAL;
 bool exists(const std::string& file) {
   struct stat status = {};
   return stat(file.c_str(), &status) == 0;
-}
-
-bool areSame(const std::string& one, const std::string& other) {
-  std::error_code error;  // there is no such file
-  return std::filesystem::equivalent(one, other, error);
 }
 
 std::string fileOf(void* library) {
@@ -109,7 +104,7 @@ void refuseSecond(const std::string& own) {
     void* const system = loadSystems(RTLD_LAZY | RTLD_LOCAL, other);
     if (system == nullptr) return;
     other = fileOf(system);
-    if (areSame(own, other)) return;
+    if (areSameFile(own, other)) return;
   } catch (const Refusal& refusal) {
     other = refusal.what();
   }

@@ -6,13 +6,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sys/stat.h>
-#include <system_error>
 #include <unistd.h>
 
 #include "host/output/file_replacement.h"
+#include "host/output/files.h"
 #include "host/recording/lines.h"
 #include "host/refusal.h"
 #include "host/report.h"
@@ -25,21 +24,6 @@ namespace {
 std::optional<struct stat> statusOf(const std::string& file) {
   struct stat status = {};
   return stat(file.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
-}
-
-/// Without links and dots; what is missing stays as it is.
-std::string absolutePath(const std::string& file) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const fs::path path = fs::weakly_canonical(fs::absolute(simulator::behindLinks(file), error), error);
-  return error ? file : path.string();
-}
-
-bool areSame(const std::string& one, const std::string& other) {
-  const auto first = statusOf(one);
-  const auto second = statusOf(other);
-  if (first && second) return first->st_dev == second->st_dev && first->st_ino == second->st_ino;
-  return !first && !second && absolutePath(one) == absolutePath(other);
 }
 
 /// Whether a file begins as a recording of any version does.
@@ -59,7 +43,7 @@ bool isRecording(const std::string& file) {
 RecordingFile::RecordingFile(const std::string& file, const std::vector<RunFile>& others, bool repeats)
     : name_(file), target_(absolutePath(file)), beside_(target_ + ".XXXXXX") {
   for (const RunFile& other : others) {
-    if (!other.file.empty() && areSame(file, other.file)) refuse(file, "it is this run's " + other.option);
+    if (!other.file.empty() && areSameFile(file, other.file)) refuse(file, "it is this run's " + other.option);
   }
   const auto older = statusOf(file);
   if (older && !S_ISREG(older->st_mode)) refuse(file, "it is no regular file");
