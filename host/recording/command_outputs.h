@@ -7,6 +7,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <sys/types.h>
 
 namespace host::recording {
 
@@ -21,8 +22,14 @@ class CommandOutputs {
   [[nodiscard]] std::optional<int> close(FILE* output);
 
  private:
+  struct Reading {
+    std::string text;
+    size_t place = 0;  // of what is read next
+  };
+  static ssize_t read(void* reading, char* buffer, size_t size);
+
   struct Output {
-    std::unique_ptr<std::string> text;  // read in place
+    std::unique_ptr<Reading> reading;
     int status = 0;
   };
   std::mutex mutex_;

@@ -7,10 +7,14 @@
 
 __asm__(".symver dlopen, dlopen@GLIBC_2.1");
 __asm__(".symver dlsym, dlsym@GLIBC_2.0");
+#ifndef DMU_DEFINES_DLCLOSE
+__asm__(".symver dlclose, dlclose@GLIBC_2.0");
+#endif
 __asm__(".symver dlerror, dlerror@GLIBC_2.0");
 __asm__(".symver dladdr, dladdr@GLIBC_2.0");
 __asm__(".symver dladdr1, dladdr1@GLIBC_2.3.3");
 __asm__(".symver dlinfo, dlinfo@GLIBC_2.3.3");
+__asm__(".symver fcntl, fcntl@GLIBC_2.0");
 __asm__(".symver pthread_once, pthread_once@GLIBC_2.0");
 
 // Asked in the way of the headers of that time, which had no such function in the library; 3 is the layout of the
