@@ -118,7 +118,7 @@ void thread::_M_start_thread(_State_ptr state, void (* /*depend*/)()) {
 // Exceptions.
 runtime_error::runtime_error(const char* what) : runtime_error(string(what)) {}
 runtime_error::runtime_error(runtime_error&& other) noexcept
-    : runtime_error(static_cast<const runtime_error&>(other)) {}
+    : runtime_error(static_cast<const runtime_error&>(other)) {}  // NOLINT(performance-move-constructor-init)
 invalid_argument::invalid_argument(const char* what) : invalid_argument(string(what)) {}
 
 void __throw_bad_array_new_length() {

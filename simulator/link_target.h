@@ -4,7 +4,6 @@
 #include <array>
 #include <climits>
 #include <string>
-#include <string_view>
 #include <unistd.h>
 
 namespace simulator {
@@ -20,7 +19,7 @@ namespace simulator {
     if (length < 0) break;
     const bool fromTheRoot = target[0] == '/';
     const size_t folder = fromTheRoot ? 0 : path.rfind('/') + 1;  // none: also 0
-    path.replace(folder, std::string::npos, std::string_view(target.data(), static_cast<size_t>(length)));
+    path = path.substr(0, folder) + std::string(target.data(), static_cast<size_t>(length));
   }
   return path;
 }

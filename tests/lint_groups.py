@@ -4,8 +4,9 @@
 lint_groups.py BUILD_DIR OUTPUT_DIR ROOM...
 
 Reads BUILD_DIR/compile_commands.json; writes the groups, each a file that includes up to 12 sources of one target, room
-and command line, with their commands and their room's .clang-tidy into OUTPUT_DIR, and prints their paths. What shows in
-the main file alone is lost in a group: the analyzer's paths, and whether a source stands by itself.
+and command line, with their commands and their room's .clang-tidy into OUTPUT_DIR. Prints the groups' paths, each behind
+"group ", and those of the sources in them behind "alone ": a group loses what shows in the main file alone, the paths of
+the analyzer and whether a source stands by itself.
 """
 
 import collections
@@ -53,7 +54,10 @@ def main(build, output, *rooms):
             source, command = members[begin]
             command_line = command["command"].replace(str(source), str(group))
             group_commands.append(command | {"file": str(group), "command": command_line})
-            print(group.relative_to(pathlib.Path.cwd()))
+            print("group", group.relative_to(pathlib.Path.cwd()))
+    for members in targets.values():
+        for source, _ in members:
+            print("alone", source.relative_to(pathlib.Path.cwd()))
     (output / "compile_commands.json").write_text(json.dumps(group_commands))
 
 
