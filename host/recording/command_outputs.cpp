@@ -4,7 +4,7 @@
 namespace host::recording {
 
 FILE* CommandOutputs::open(std::string text, int status) {
-  Output output{std::make_unique<Reading>(std::move(text)), status};
+  Output output{std::make_unique<Reading>(Reading{std::move(text), 0}), status};
   // Older C libraries have a stream over memory that ends at a zero and refuses to be over nothing.
   FILE* stream = fopencookie(output.reading.get(), "r", {read, nullptr, nullptr, nullptr});
   if (stream == nullptr) return nullptr;
