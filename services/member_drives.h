@@ -40,6 +40,7 @@ struct IndexRange {
 class ListedMembers {
  public:
   /// @param volume  with known members
+  // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): of the array, as many are read as there are members
   ListedMembers(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
     const IndexRange range = memberRange(info, volume);
     const auto isInRange = [range](const OrvaInfo_Devices& drive) { return range.holds(driveIndex(drive.lunAddress)); };
