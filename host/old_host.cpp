@@ -16,7 +16,6 @@
 #include <stdexcept>
 #include <string>
 #include <sys/single_threaded.h>
-#include <sys/stat.h>
 #include <system_error>
 #include <thread>
 
@@ -42,30 +41,6 @@ static void runConstructors(int count, char** arguments, char** environment) {
 int __libc_start_main(int (*program)(int, char**, char**), int count, char** arguments, Constructor /*construct*/,
                       void (*destruct)(), void (*unload)(), void* stackEnd) {
   return oldStart(program, count, arguments, runConstructors, destruct, unload, stackEnd);
-}
-
-// Files. These were inline functions over others, which are told the layout of the structure.
-__asm__(".symver oldStat, __xstat@GLIBC_2.0");
-__asm__(".symver oldStatOfLink, __lxstat@GLIBC_2.0");
-__asm__(".symver oldStatOfOpen, __fxstat@GLIBC_2.0");
-__asm__(".symver oldStat64, __xstat64@GLIBC_2.2");
-int oldStat(int layout, const char* file, struct stat* status);
-int oldStatOfLink(int layout, const char* file, struct stat* status);
-int oldStatOfOpen(int layout, int descriptor, struct stat* status);
-int oldStat64(int layout, const char* file, struct stat64* status);
-constexpr int kLayout = 3;
-
-int stat(const char* file, struct stat* status) noexcept {
-  return oldStat(kLayout, file, status);
-}
-int lstat(const char* file, struct stat* status) noexcept {
-  return oldStatOfLink(kLayout, file, status);
-}
-int fstat(int descriptor, struct stat* status) noexcept {
-  return oldStatOfOpen(kLayout, descriptor, status);
-}
-int stat64(const char* file, struct stat64* status) noexcept {
-  return oldStat64(kLayout, file, status);
 }
 
 // Memory. On a 32-bit machine the older account has fields of the same size.

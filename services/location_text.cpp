@@ -8,8 +8,6 @@ namespace dmu {
 
 namespace {
 
-constexpr std::string_view kBeginning = "port:box:bay ";
-
 char* append(char* end, std::string_view text) {
   return std::copy(text.begin(), text.end(), end);
 }
@@ -28,7 +26,7 @@ char* appendName(char* end, const char (&name)[size]) {
 }  // namespace
 
 LocationText::LocationText(const OrvaInfo_Devices& drive, std::string_view suffix) {
-  char* end = append(text, kBeginning);
+  char* end = append(text, "port:box:bay ");
   end = appendName(end, drive.portName);
   *end++ = ':';
   end = append(end, drive.box);

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "host/commands/commands.h"
+#include "host/output/files.h"
 #include "host/output/json_values.h"
 #include "host/output/text.h"
 
@@ -32,14 +33,14 @@ void switchOff() {
 }
 
 bool isOn() {
-  struct stat status = {};
-  return lstat(kTraceFile, &status) == 0;
+  struct stat64 status = {};
+  return lstat64(kTraceFile, &status) == 0;
 }
 
 std::vector<std::string> tracedLines() {
-  struct stat status = {};
-  if (stat(kTraceFile, &status) != 0) refuse(errno);
-  if (!S_ISREG(status.st_mode)) throw Refusal(std::string(kTraceFile) + ": it is no regular file");
+  const auto status = statusOf(kTraceFile);
+  if (!status) refuse(errno);
+  if (!S_ISREG(status->st_mode)) throw Refusal(std::string(kTraceFile) + ": it is no regular file");
   std::vector<std::string> lines;
   std::ifstream stream(kTraceFile);
   if (!stream) refuse(errno);

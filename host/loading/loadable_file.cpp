@@ -2,10 +2,10 @@
 #include "host/loading/loadable_file.h"
 
 #include <climits>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include "host/loading/elf_file.h"
+#include "host/output/files.h"
 #include "host/refusal.h"
 #include "json/input.h"
 
@@ -29,8 +29,8 @@ static std::string classOf(const ElfIdentity& identity) {
 
 std::string readLoadable(const std::string& kind, const std::string& path) {
   const std::string name = kind + " " + path + ": ";
-  struct stat status = {};
-  if (stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) throw Refusal(name + "it is no regular file");
+  const auto status = statusOf(path);
+  if (status && !S_ISREG(status->st_mode)) throw Refusal(name + "it is no regular file");
   std::string error;
   auto content = input::readFile(path, error);
   if (!content) throw Refusal(name + error);

@@ -7,7 +7,6 @@
 #include <link.h>
 #include <optional>
 #include <string_view>
-#include <sys/stat.h>
 #include <vector>
 
 #include "host/interception/host_calls.h"
@@ -25,11 +24,6 @@ constexpr const char* kName = "libvmkmgmt.so";
 /// As if this program were linked with it.
 constexpr int kAsLinked = RTLD_LAZY | RTLD_GLOBAL;
 
-bool exists(const std::string& file) {
-  struct stat status = {};
-  return stat(file.c_str(), &status) == 0;
-}
-
 std::string fileOf(void* library) {
   const link_map* map = nullptr;
   return dlinfo(library, RTLD_DI_LINKMAP, &map) == 0 ? map->l_name : kName;
@@ -40,7 +34,7 @@ std::string fileOf(void* library) {
 std::optional<std::string> ownLibrary() {
   for (const char* folder : {"", "simulated-host/"}) {
     std::string file = programFolder() + folder + kName;
-    if (exists(file)) return file;
+    if (statusOf(file)) return file;
   }
   return std::nullopt;
 }
@@ -78,7 +72,7 @@ std::vector<std::string> searchedFolders() {
 void checkSystems() {
   for (const std::string& folder : searchedFolders()) {
     const std::string file = folder + "/" + kName;
-    if (!exists(file) || isOfOtherClass(file)) continue;
+    if (!statusOf(file) || isOfOtherClass(file)) continue;
     (void)readLoadable("library", file);
     return;
   }

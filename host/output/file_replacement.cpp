@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "host/output/files.h"
 #include "host/refusal.h"
 #include "host/report.h"
 #include "json/input.h"
@@ -58,11 +59,6 @@ class TemporaryFile {
   Descriptor descriptor_;
 };
 
-std::optional<struct stat> statusOfFile(const std::string& file) {
-  struct stat status = {};
-  return stat(file.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
-}
-
 bool writeWhole(int descriptor, const std::string& text) {
   for (size_t done = 0; done < text.size();) {
     const ssize_t written = write(descriptor, text.data() + done, text.size() - done);
@@ -73,7 +69,7 @@ bool writeWhole(int descriptor, const std::string& text) {
 }
 
 /// Owner and mode of the file before, or those of a file that is made as any other.
-void setRights(int descriptor, const std::optional<struct stat>& older) {
+void setRights(int descriptor, const std::optional<struct stat64>& older) {
   if (older) (void)!fchown(descriptor, older->st_uid, older->st_gid);
   (void)fchmod(descriptor, older ? older->st_mode & 0777 : modeOfNewFiles());
 }
@@ -87,7 +83,7 @@ mode_t modeOfNewFiles() {
 }
 
 void replaceFile(const std::string& file, const std::string& text) {
-  const auto older = statusOfFile(file);
+  const auto older = statusOf(file);
   if (older && !S_ISREG(older->st_mode)) {
     const Descriptor descriptor(open(file.c_str(), O_WRONLY | O_CLOEXEC));
     if (descriptor.number() < 0 || !writeWhole(descriptor.number(), text)) refuseToWrite(file, errno);
@@ -103,7 +99,7 @@ void replaceFile(const std::string& file, const std::string& text) {
 }
 
 std::string textToReplace(const std::string& file) {
-  const auto status = statusOfFile(file);
+  const auto status = statusOf(file);
   if (!status || !S_ISREG(status->st_mode)) return "";
   std::string mistake;
   const auto text = input::readFile(file, mistake);

@@ -14,9 +14,8 @@ void replaceFile(const std::string& file, const std::string& text);
 /// The rights of a file that is made as any other.
 [[nodiscard]] mode_t modeOfNewFiles();
 
-/// @return the text that a replacement takes away; empty where no regular file is. One that cannot be read is empty
-/// too,
-///         and the reason is said on standard error
+/// @return the text that a replacement takes away; empty where no regular file is. One that cannot be read is empty as
+///         well, and the reason is said on standard error
 [[nodiscard]] std::string textToReplace(const std::string& file);
 
 }  // namespace host

@@ -5,17 +5,11 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <memory>
-#include <sys/stat.h>
 
 #include "simulator/link_target.h"
 
 namespace host {
 namespace {
-
-std::optional<struct stat64> identityOf(const std::string& file) {
-  struct stat64 identity = {};
-  return stat64(file.c_str(), &identity) == 0 ? std::optional(identity) : std::nullopt;
-}
 
 /// Empty when it is not there.
 std::string realPath(const std::string& path) {
@@ -24,6 +18,11 @@ std::string realPath(const std::string& path) {
 }
 
 }  // namespace
+
+std::optional<struct stat64> statusOf(const std::string& file) {
+  struct stat64 status = {};
+  return stat64(file.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
+}
 
 std::string absolutePath(const std::string& file) {
   const std::string path = simulator::behindLinks(file);
@@ -35,8 +34,8 @@ std::string absolutePath(const std::string& file) {
 }
 
 bool areSameFile(const std::string& one, const std::string& other) {
-  const auto first = identityOf(one);
-  const auto second = identityOf(other);
+  const auto first = statusOf(one);
+  const auto second = statusOf(other);
   if (first && second) return first->st_dev == second->st_dev && first->st_ino == second->st_ino;
   return !first && !second && absolutePath(one) == absolutePath(other);
 }

@@ -3,13 +3,16 @@
 
 #include <optional>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 namespace host {
 
-/// @return the whole path of the file behind the links of that name, which need not be there; without links and dots
-/// where
-///         its folder is there
+/// @return the record of the file behind the links of that name; nothing, with errno set, when there is none
+[[nodiscard]] std::optional<struct stat64> statusOf(const std::string& file);
+
+/// @return the whole path of the file behind the links of that name, which need not be there; without links and
+///         dots when its folder is there
 [[nodiscard]] std::string absolutePath(const std::string& file);
 
 /// Whether two names mean one file. Of two that are not there yet, the path tells.

@@ -1,10 +1,8 @@
-// The calls that a recording holds. Each kind is one struct: what was asked of the host (`request`) and what it
-// answered
-// (`answer`). docs/recording.md describes their lines.
+// The calls that a recording holds. Each kind is one struct: what was asked of the host (`request`) and what was the
+// answer (`answer`). docs/recording.md describes their lines.
 //
-//   spell()   names the keys of both, in their order: with forms that write, that writes the call's line; with forms
-//   that
-//             read, it reads and checks it
+//   spell()   names the keys of both, in their order: with forms that write, it writes the call's line; with forms
+//             that read, it reads and checks it
 //   about()   is the request for people: "identifyPhysicalDevice (drive 3) to controller 0, 2560 bytes"
 //   of()      takes them from the caller's arguments and memory. A request that a recording cannot tell whole (another
 //             callback, another ioctl, a null where the interface has none) is none: it is passed on without being

@@ -21,11 +21,6 @@
 namespace host::recording {
 namespace {
 
-std::optional<struct stat> statusOf(const std::string& file) {
-  struct stat status = {};
-  return stat(file.c_str(), &status) == 0 ? std::optional(status) : std::nullopt;
-}
-
 /// Whether a file begins as a recording of any version does.
 bool isRecording(const std::string& file) {
   const std::unique_ptr<FILE, int (*)(FILE*)> stream(std::fopen(file.c_str(), "re"), std::fclose);
@@ -67,9 +62,9 @@ RecordingFile::~RecordingFile() {
 }
 
 bool RecordingFile::isAt(const std::string& place) const {
-  struct stat own = {};
+  struct stat64 own = {};
   const auto there = statusOf(place);
-  return fstat(fileno(file_.get()), &own) == 0 && there && there->st_dev == own.st_dev && there->st_ino == own.st_ino;
+  return fstat64(fileno(file_.get()), &own) == 0 && there && there->st_dev == own.st_dev && there->st_ino == own.st_ino;
 }
 
 void RecordingFile::takePlace() {
