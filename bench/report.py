@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Puts the benchmark's figures into docs/performance.md, below its mark, and draws docs/performance.svg.
 
-usage: report.py JSON...   (each as plugin_bench writes it with --benchmark_out)
+usage: report.py BUILD...   (with bench.json, as plugin_bench writes it with --benchmark_out, and process-times.json)
 
 The figures of a build replace those that the page has of it, but figures of 32-bit programs that the processor ran stay
 beside those that come from an emulator.
@@ -34,8 +34,10 @@ def medians(rows):
 class Run:
     """The figures of one build."""
 
-    def __init__(self, path):
-        document = json.loads(pathlib.Path(path).read_text())
+    def __init__(self, build):
+        path = pathlib.Path(build) / "bench.json"
+        document = json.loads(path.read_text())
+        self.processes = json.loads((path.parent / "process-times.json").read_text())
         context = document["context"]
         self.title = f"{context['bits']}-bit, {context['runs']}"
         self.measured = (
@@ -55,6 +57,9 @@ class Run:
             for row in self.rows
             if row["operation"] == operation and row["entries"] == entries and row["volumes"] == volumes
         )
+
+    def process(self, command, topology):
+        return next(row for row in self.processes if row["command"] == command and row["topology"] == topology)
 
     def growth(self, operation, figure):
         return self.row(operation, 1088)[figure] / self.row(operation, 136)[figure]
@@ -83,6 +88,10 @@ def goals(run):
         measured = f"{value:.2f} times (floor {floor:.2f})"
         return f"{operation}: time at 1,088 entries against 136", "at most 8.8 times", measured, value <= 8.8
 
+    def process(command, topology, limit):
+        value = run.process(command, topology)["milliseconds"]
+        return f"dmu-host {command}, {topology} topology", f"at most {limit} ms", f"{value:.1f} ms", value <= limit
+
     kept = run.memory["kept_bytes"]
     yield ratio("rebuild", 1.10)
     yield ratio("locator LED", 1.10)
@@ -95,6 +104,9 @@ def goals(run):
     yield most("locator LED, 64 volumes", allocations("locator LED"), 200)
     yield growth("rebuild")
     yield growth("locator LED")
+    yield process("list", "largest", 150)
+    yield process("list", "built-in", 15)
+    yield process("--help", "built-in", 4)
     yield "ten full snapshots", "below 3.2 MiB", f"{kept / 2**20:.2f} MiB", kept < SNAPSHOTS_LIMIT
 
 
@@ -117,6 +129,19 @@ def section(run):
         f"A host with ten full controllers: their snapshots keep {memory['kept_bytes']:,.0f} bytes; while the LED of "
         f"each is switched at most {memory['most_bytes']:,.0f} bytes are allocated; the whole process takes "
         f"{memory['process_bytes'] / 2**20:.1f} MiB at most.\n\n"
+    )
+    yield from table(
+        ("dmu-host, as a whole process", "topology", "ms", "module loader runs", "their part, ms"),
+        (
+            (
+                f"`{row['command']}`",
+                row["topology"],
+                f"{row['milliseconds']:.1f}",
+                str(row["module_loader_runs"]),
+                f"{row['module_loader_milliseconds']:.1f}",
+            )
+            for row in run.processes
+        ),
     )
     columns = ("operation", "entries", "volumes", "ratio", "operation µs", "floor µs", "existence tests", "commands",
                "module loader runs", "allocations", "bytes")

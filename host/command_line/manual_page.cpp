@@ -2,6 +2,7 @@
 #include "host/command_line/manual_page.h"
 
 #include "host/command_line/help.h"
+#include "host/interception/trace_flag.h"
 #include "host/output/text.h"
 
 namespace host {
@@ -42,7 +43,7 @@ constexpr Entry kFiles[] = {
     {"the state (--state)",
      "What the simulated hardware keeps from one run to the next: what blinks and which write caches are on. It is "
      "made when it is not there, belongs to one topology, and is locked by FILE.lock beside it."},
-    {"/tmp/veltrane_plugin_debug", "The plugin's trace, which is on while this file exists (dmu-host trace)."},
+    {kTraceFile, "The plugin's trace, which is on while this file exists (dmu-host trace)."},
 };
 
 constexpr Entry kEnvironment[] = {

@@ -7,15 +7,13 @@
 #include <unistd.h>
 
 #include "host/commands/commands.h"
+#include "host/interception/trace_flag.h"
 #include "host/output/files.h"
 #include "host/output/json_values.h"
 #include "host/output/text.h"
 
 namespace host {
 namespace {
-
-/// The trace is on while this file exists, and is written into it.
-constexpr const char* kTraceFile = "/tmp/veltrane_plugin_debug";
 
 [[noreturn]] void refuse(int error) {
   throw Refusal(std::string(kTraceFile) + ": " + std::strerror(error));
