@@ -28,11 +28,12 @@ void Session::begin(bool switches) {
     recorder_ = std::make_unique<recording::Recorder>(options_.recordFile, ownFiles(), recording::Manner{});
   }
   if (!options_.replayFile.empty()) {
-    replay_ = std::make_unique<recording::Replay>(options_.replayFile, [this](const std::string& text) {
-      lacksAnswer_ = true;
-      commands_.stopShowing();
-      report_.refusedForGood(Refusal(text));
-    });
+    replay_ =
+        std::make_unique<recording::Replay>(recording::Recording(options_.replayFile), [this](const std::string& text) {
+          lacksAnswer_ = true;
+          commands_.stopShowing();
+          report_.refusedForGood(Refusal(text));
+        });
   }
   commands_.stepInFront();
 }

@@ -50,7 +50,8 @@ std::vector<std::string> simulatedNames(const std::string& topologyFile) {
 
 std::vector<std::string> knownNames(const GlobalOptions& options) {
   try {
-    if (!options.replayFile.empty()) return namesOf(recording::Replay(options.replayFile).disks());
+    if (!options.replayFile.empty())
+      return namesOf(recording::Replay(recording::Recording(options.replayFile)).disks());
     if (!options.inventoryFile.empty()) return namesOf(readInventory(options.inventoryFile));
     // A library that was named may be a real host's: it is not even loaded.
     return options.libraryFile.empty() ? simulatedNames(options.topologyFile) : std::vector<std::string>{};

@@ -64,9 +64,9 @@ RecordedCalls readRecording(const std::string& file) {
   return recorded;
 }
 
-Recording::Recording(std::string file) : file_(std::move(file)) {
-  RecordedCalls recorded = readRecording(file_);
-  repeats_ = recorded.repeats;
+Recording::Recording(const std::string& file) : Recording(file, readRecording(file)) {}
+
+Recording::Recording(std::string file, RecordedCalls recorded) : file_(std::move(file)), repeats_(recorded.repeats) {
   for (AnyCall& call : recorded.calls) {
     std::visit([&]<typename Call>(Call& one) { answersTo<Call>(one.request).all.push_back(std::move(one.answer)); },
                call);

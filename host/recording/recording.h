@@ -32,7 +32,10 @@ struct Answers {
 class Recording {
  public:
   /// @throws Refusal  as readRecording
-  explicit Recording(std::string file);
+  explicit Recording(const std::string& file);
+
+  /// @param recorded  read from the file
+  Recording(std::string file, RecordedCalls recorded);
 
   /// @return valid as long as this object
   template <typename Call>

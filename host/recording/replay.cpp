@@ -25,8 +25,8 @@ int resultOf(const Answer* answer) {
 
 }  // namespace
 
-Replay::Replay(const std::string& file, std::function<void(const std::string&)> lacksAnswer)
-    : recording_(file), lacksAnswer_(std::move(lacksAnswer)) {
+Replay::Replay(Recording recording, std::function<void(const std::string&)> lacksAnswer)
+    : recording_(std::move(recording)), lacksAnswer_(std::move(lacksAnswer)) {
   takeCallsFrom(*this);
 }
 

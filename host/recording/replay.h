@@ -16,10 +16,8 @@ namespace host::recording {
 class Replay final : public HostCalls {
  public:
   /// @param lacksAnswer  called once, with the first request that the recording has no answer to: whatever is made of
-  /// it
-  ///                     from there on is not to be believed
-  /// @throws Refusal  the recording is refused
-  explicit Replay(const std::string& file, std::function<void(const std::string&)> lacksAnswer = {});
+  ///                     it from there on is not to be believed
+  explicit Replay(Recording recording, std::function<void(const std::string&)> lacksAnswer = {});
   ~Replay() override;
 
   /// The host's disks.
