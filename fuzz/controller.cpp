@@ -1,6 +1,7 @@
 // The replies of the twelve commands, and what may come back of them.
 #include "fuzz/controller.h"
 
+#include <optional>
 #include <utility>
 
 namespace fuzz {
@@ -9,29 +10,34 @@ namespace {
 namespace wire = simulator::wire;
 using simulator::Opcode;
 
-constexpr size_t kMostSent = 131072;  // of a report whose length lies
-constexpr uint16_t kManyOrFew[] = {256, 8, 7, 128, 512, 1088, 0, 65535};
+constexpr uint32_t kMostSent = 131072;  // of a report whose length lies
+constexpr uint16_t kFew[] = {8, 16, 7, 24, 0};
+constexpr uint16_t kMany[] = {256, 128, 512, 1088, 65535};
 
-/// Lays a reply's fields over its first bytes, whatever fits, and lets `fill` set them.
-template <typename Layout, typename Fill>
-void setFields(std::vector<uint8_t>& reply, Fill fill) {
-  Layout fields{};
-  const size_t size = std::min(reply.size(), sizeof(fields));
-  std::memset(&fields, reply.empty() ? 0 : reply[0], sizeof(fields));
-  fill(fields);
-  if (size > 0) std::memcpy(reply.data(), &fields, size);
+uint16_t someLimit(Input& input, bool isLarge) {
+  return isLarge ? input.oneOf(kMany) : input.oneOf(kFew);
 }
 
-void put(std::vector<uint8_t>& reply, size_t offset, const void* bytes, size_t size) {
-  if (offset < reply.size()) std::memcpy(&reply[offset], bytes, std::min(size, reply.size() - offset));
+/// Lays a reply's fields over its first bytes, whatever fits, and lets `fill` set them.
+template <typename Layout, typename Reply, typename Fill>
+void setFields(Reply reply, Fill fill) {
+  Layout fields;
+  std::memset(&fields, reply.size == 0 ? 0 : reply.bytes[0], sizeof(fields));
+  fill(fields);
+  std::memcpy(reply.bytes, &fields, std::min<size_t>(reply.size, sizeof(fields)));
+}
+
+template <typename Reply>
+void put(Reply reply, uint32_t offset, const void* bytes, uint32_t size) {
+  if (offset < reply.size) std::memcpy(reply.bytes + offset, bytes, std::min(size, reply.size - offset));
 }
 
 /// Blink bits alone may change, all in one direction; the duration and the three fields of the structure's size are
 /// the writer's.
-void requireOnlyBlinkBitsChange(const std::vector<uint8_t>& before, const uint8_t* after) {
+void requireOnlyBlinkBitsChange(const uint8_t* before, const uint8_t* after, uint32_t size) {
   bool anyOn = false;
   bool anyOff = false;
-  for (size_t i = sizeof(wire::BlinkBuffer::duration); i < before.size(); ++i) {
+  for (size_t i = sizeof(wire::BlinkBuffer::duration); i < size; ++i) {
     if (i >= offsetof(wire::BlinkBuffer, maxPhysicalDevices) && i < offsetof(wire::BlinkBuffer, fixedLength)) continue;
     if (before[i] == after[i]) continue;
     const bool isEnable = i >= offsetof(wire::BlinkBuffer, enable) &&
@@ -42,9 +48,9 @@ void requireOnlyBlinkBitsChange(const std::vector<uint8_t>& before, const uint8_
   require(!(anyOn && anyOff), "a blink command switches all its drives the same way");
 }
 
-void requireOneBitChangesAtMost(const std::vector<uint8_t>& before, const uint8_t* after) {
+void requireOneBitChangesAtMost(const uint8_t* before, const uint8_t* after, uint32_t size) {
   int changed = 0;
-  for (size_t i = 0; i < before.size(); ++i) changed += __builtin_popcount(before[i] ^ after[i]);
+  for (size_t i = 0; i < size; ++i) changed += __builtin_popcount(before[i] ^ after[i]);
   require(changed <= 1, "a set command changes one bit of what was sensed");
 }
 
@@ -52,28 +58,30 @@ void requireOneBitChangesAtMost(const std::vector<uint8_t>& before, const uint8_
 
 Controller::Controller(Input& input)
     : input_(input),
-      maxPhysicalDevices_(input.oneOf(kManyOrFew)),
-      maxDrivesPerLogicalUnit_(input.oneOf(kManyOrFew)),
-      maxLogicalDrives_(input.oneOf(kManyOrFew)),
+      isLarge_(input.has(Input::Costly::manyDevices)),
+      maxPhysicalDevices_(someLimit(input, isLarge_)),
+      maxDrivesPerLogicalUnit_(someLimit(input, isLarge_)),
+      maxLogicalDrives_(someLimit(input, isLarge_)),
       hasExtendedBlinkArray_(input.below(2) == 1),
-      volumes_(2 + input.below(6)),
-      drives_(8 + (input.below(64) == 63 ? 1090 : input.below(24))) {}
+      volumes_(1 + input.below(3)),
+      drives_(isLarge_ ? 200 + 8 * input.below(128) : 2 + input.below(7)) {}
 
 int32_t Controller::answer(const wire::PassthruRecord& record, uint32_t& status) {
   const std::optional<simulator::DecodedCommand> command = simulator::decodeCommand(record);
   require(command.has_value(), "every command is one of the twelve");
   auto* const buffer = reinterpret_cast<uint8_t*>(static_cast<uintptr_t>(record.buffer));
-  const Opcode opcode = command->layout->opcode;
+  const bool isReport = command->layout->isReport();
+  require(isReport || command->length <= kMostWritten, "no command transfers more than its length can say");
   status = 0;
   if (command->layout->toController) {
-    require(command->length == sensed_.size(), "as much is written as was sensed");
-    if (opcode == Opcode::blinkDriveTrayLed) {
-      requireOnlyBlinkBitsChange(sensed_, buffer);
+    require(command->length == sensedSize_, "as much is written as was sensed");
+    if (command->layout->opcode == Opcode::blinkDriveTrayLed) {
+      requireOnlyBlinkBitsChange(sensed_, buffer, sensedSize_);
     } else {
-      requireOneBitChangesAtMost(sensed_, buffer);
+      requireOneBitChangesAtMost(sensed_, buffer, sensedSize_);
     }
   }
-  size_t length = std::min<size_t>(command->length, kMostSent);
+  uint32_t length = std::min(command->length, kMostSent);
   switch (input_.number<uint8_t>()) {
     case 1:
       if (const auto code = input_.around<int32_t>(0xBAD0014); code != 0) return code;
@@ -82,21 +90,22 @@ int32_t Controller::answer(const wire::PassthruRecord& record, uint32_t& status)
       status = input_.around<uint32_t>(0x30);
       break;
     case 3:
-      length = std::min<size_t>(length, input_.number<uint16_t>());
+      length = std::min<uint32_t>(length, input_.number<uint16_t>());
       break;
     default:
       break;
   }
   if (command->layout->toController) return 0;
-  Bytes bytes = reply(*command);
-  bytes.resize(length);
-  if (length > 0) std::memcpy(buffer, bytes.data(), length);
-  if (!command->layout->isReport()) sensed_.assign(buffer, buffer + command->length);
+  answer(*command, {buffer, length});
+  if (!isReport) {
+    std::memcpy(sensed_, buffer, command->length);
+    sensedSize_ = command->length;
+  }
   return 0;
 }
 
-Controller::Bytes Controller::reply(const simulator::DecodedCommand& command) {
-  constexpr std::pair<Opcode, void (Controller::*)(Bytes&)> kReplies[] = {
+void Controller::answer(const simulator::DecodedCommand& command, Reply reply) {
+  constexpr std::pair<Opcode, void (Controller::*)(Reply)> kReplies[] = {
       {Opcode::identifyController, &Controller::identifyController},
       {Opcode::identifyLogicalDevice, &Controller::identifyLogicalDevice},
       {Opcode::senseConfiguration, &Controller::senseConfiguration},
@@ -106,15 +115,16 @@ Controller::Bytes Controller::reply(const simulator::DecodedCommand& command) {
       {Opcode::reportLogicalLuns, &Controller::reportLogicalLuns},
       {Opcode::reportPhysicalLuns, &Controller::reportPhysicalLuns},
   };
-  Bytes bytes(std::min<size_t>(command.length, kMostSent), input_.number<uint8_t>());
+  const bool isBitmap = command.layout->opcode == Opcode::senseConfiguration;  // each bit costs a command
+  const auto background = input_.number<uint8_t>();
+  std::memset(reply.bytes, isBitmap && !isLarge_ ? 0 : background, reply.size);
   driveIndex_ = command.argument;
   for (const auto& [opcode, fill] : kReplies) {
-    if (opcode == command.layout->opcode) (this->*fill)(bytes);
+    if (opcode == command.layout->opcode) (this->*fill)(reply);
   }
-  return bytes;
 }
 
-void Controller::identifyController(Bytes& reply) {
+void Controller::identifyController(Reply reply) {
   setFields<wire::IdentifyController>(reply, [this](wire::IdentifyController& fields) {
     fields.localVolumes = input_.around<uint8_t>(volumes_);
     fields.localVolumes16 = input_.around<uint16_t>(volumes_);
@@ -125,16 +135,16 @@ void Controller::identifyController(Bytes& reply) {
   });
 }
 
-void Controller::identifyLogicalDevice(Bytes& reply) {
+void Controller::identifyLogicalDevice(Reply reply) {
   setFields<wire::IdentifyLogicalDevice>(reply, [this](wire::IdentifyLogicalDevice& fields) {
     fields.externalBoxId = input_.number<uint8_t>();
     input_.bytes(fields.label, 8);
   });
 }
 
-void Controller::senseConfiguration(Bytes& reply) {
+void Controller::senseConfiguration(Reply reply) {
   const uint32_t mapSize = maxPhysicalDevices_ / 8U;
-  const auto atTheEnd = static_cast<uint32_t>(reply.size()) - mapSize;
+  const auto atTheEnd = reply.size - mapSize;
   uint16_t mapAt = 0;
   setFields<wire::SenseConfiguration>(reply, [&](wire::SenseConfiguration& fields) {
     fields.memberDrives = input_.around<uint16_t>(3);
@@ -147,13 +157,13 @@ void Controller::senseConfiguration(Bytes& reply) {
     fields.maxDrivesPerLogicalUnit = input_.around<uint16_t>(maxDrivesPerLogicalUnit_);
     fields.fixedLength = input_.around<uint32_t>(sizeof(fields));
   });
-  uint8_t members[4];
+  uint8_t members[2];
   input_.bytes(members, sizeof(members));
   members[0] ^= 0xE0;  // drives 0, 1 and 2
   put(reply, mapAt, members, sizeof(members));
 }
 
-void Controller::identifyPhysicalDevice(Bytes& reply) {
+void Controller::identifyPhysicalDevice(Reply reply) {
   setFields<wire::IdentifyPhysicalDevice>(reply, [&](wire::IdentifyPhysicalDevice& fields) {
     std::memset(fields.serial, ' ', sizeof(fields.serial));
     fields.serial[0] = 'S';
@@ -167,7 +177,7 @@ void Controller::identifyPhysicalDevice(Bytes& reply) {
   });
 }
 
-void Controller::senseBlinkDriveLed(Bytes& reply) {
+void Controller::senseBlinkDriveLed(Reply reply) {
   setFields<wire::BlinkBuffer>(reply, [this](wire::BlinkBuffer& fields) {
     fields.duration = input_.number<uint32_t>();
     input_.bytes(fields.enable, 8);
@@ -178,8 +188,8 @@ void Controller::senseBlinkDriveLed(Bytes& reply) {
   });
 }
 
-void Controller::senseCacheConfiguration(Bytes& reply) {
-  const auto atTheEnd = static_cast<uint32_t>(reply.size()) - maxLogicalDrives_ / 2U;
+void Controller::senseCacheConfiguration(Reply reply) {
+  const auto atTheEnd = reply.size - maxLogicalDrives_ / 2U;
   setFields<wire::CacheConfiguration>(reply, [&](wire::CacheConfiguration& fields) {
     fields.cacheOffAt = input_.around<uint16_t>(input_.below(4) == 3 ? atTheEnd : sizeof(fields));
     fields.writeCacheOffAt = input_.around<uint16_t>(sizeof(fields) + 3U * (maxLogicalDrives_ / 8U));
@@ -189,24 +199,29 @@ void Controller::senseCacheConfiguration(Bytes& reply) {
   });
 }
 
-void Controller::reportLogicalLuns(Bytes& reply) {
+uint32_t Controller::listLength(uint32_t good) {
+  constexpr uint32_t kShort = 384;
+  return isLarge_ ? input_.around<uint32_t>(good) : input_.around<uint16_t>(good) % kShort;
+}
+
+void Controller::reportLogicalLuns(Reply reply) {
   wire::ReportHeader header{};
-  header.listLength.set(input_.around<uint32_t>(volumes_ * sizeof(wire::LunAddress)));
+  header.listLength.set(listLength(volumes_ * sizeof(wire::LunAddress)));
   put(reply, 0, &header, sizeof(header));
-  for (uint32_t i = 0; i < volumes_ && reply.size() > sizeof(header); ++i) {
+  for (uint32_t i = 0; i < volumes_ && reply.size > sizeof(header); ++i) {
     const wire::LunAddress address{
         .word = input_.around<uint32_t>(wire::kVolumeKind | i), .reserved = {}, .target = 0, .bus = 0};
     put(reply, sizeof(header) + i * sizeof(address), &address, sizeof(address));
   }
 }
 
-void Controller::reportPhysicalLuns(Bytes& reply) {
+void Controller::reportPhysicalLuns(Reply reply) {
   constexpr uint32_t kKinds[] = {wire::kMaskedKind, 0, wire::kMaskedKind, wire::kVolumeKind, 0x80000000};
   wire::ReportHeader header{};
-  header.listLength.set(input_.around<uint32_t>(drives_ * sizeof(wire::ExtendedReportEntry)));
+  header.listLength.set(listLength(drives_ * sizeof(wire::ExtendedReportEntry)));
   header.format = input_.around<uint8_t>(wire::kExtendedReport);
   put(reply, 0, &header, sizeof(header));
-  for (uint32_t i = 0; i < drives_ && reply.size() > sizeof(header); ++i) {
+  for (uint32_t i = 0; i < drives_ && reply.size > sizeof(header); ++i) {
     wire::ExtendedReportEntry entry{};
     entry.address.word = input_.oneOf(kKinds);
     entry.address.target = input_.around<uint8_t>(i);

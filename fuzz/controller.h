@@ -3,8 +3,6 @@
 // answered before.
 #pragma once
 
-#include <vector>
-
 #include "fuzz/input.h"
 #include "simulator/command_decoder.h"
 
@@ -20,19 +18,27 @@ class Controller {
   int32_t answer(const simulator::wire::PassthruRecord& record, uint32_t& status);
 
  private:
-  using Bytes = std::vector<uint8_t>;
+  /// The caller's buffer, which it is written to.
+  struct Reply {
+    uint8_t* bytes;
+    uint32_t size;
+  };
+  static constexpr uint32_t kMostWritten = 65535;
 
-  [[nodiscard]] Bytes reply(const simulator::DecodedCommand& command);
-  void identifyController(Bytes& reply);
-  void identifyLogicalDevice(Bytes& reply);
-  void senseConfiguration(Bytes& reply);
-  void identifyPhysicalDevice(Bytes& reply);
-  void senseBlinkDriveLed(Bytes& reply);
-  void senseCacheConfiguration(Bytes& reply);
-  void reportLogicalLuns(Bytes& reply);
-  void reportPhysicalLuns(Bytes& reply);
+  void answer(const simulator::DecodedCommand& command, Reply reply);
+  void identifyController(Reply reply);
+  void identifyLogicalDevice(Reply reply);
+  void senseConfiguration(Reply reply);
+  void identifyPhysicalDevice(Reply reply);
+  void senseBlinkDriveLed(Reply reply);
+  void senseCacheConfiguration(Reply reply);
+  /// Of a report's list, in bytes: so much has to be allocated for it.
+  [[nodiscard]] uint32_t listLength(uint32_t good);
+  void reportLogicalLuns(Reply reply);
+  void reportPhysicalLuns(Reply reply);
 
   Input& input_;
+  bool isLarge_;  ///< many devices, lists and limits of any length
   uint16_t maxPhysicalDevices_;
   uint16_t maxDrivesPerLogicalUnit_;
   uint16_t maxLogicalDrives_;
@@ -40,7 +46,8 @@ class Controller {
   uint32_t volumes_;
   uint32_t drives_;
   uint32_t driveIndex_ = 0;  ///< that the command asks about
-  Bytes sensed_;             ///< what the last command that read left in the caller's buffer
+  uint32_t sensedSize_ = 0;
+  uint8_t sensed_[kMostWritten];  ///< what the last command that read left in the caller's buffer
 };
 
 }  // namespace fuzz

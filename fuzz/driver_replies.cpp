@@ -6,6 +6,7 @@
 #include "channel/management_channel.h"
 #include "controller/snapshot_cache.h"
 #include "fuzz/fuzzed_host.h"
+#include "fuzz/operations.h"
 #include "plugin/plugin_lock.h"
 #include <dmu/plugin.h>
 
@@ -13,9 +14,6 @@ namespace {
 
 using fuzz::Input;
 using fuzz::require;
-
-constexpr int32_t kSlots = 12;
-constexpr int kMostOperations = 8;
 
 /// A drive's serial page, with the serial number that the controller reports for that drive in mind.
 int answerInquiry(Input& input, sg_io_hdr& request) {
@@ -46,38 +44,8 @@ CtrlDevInfo* openHandle(DmuPluginDescriptor& plugin, Input& input) {
   return handle;
 }
 
-int32_t askTemperatures(DmuPluginDescriptor& plugin, CtrlDevInfo* handle, int32_t count, std::string& error) {
-  constexpr uint8_t kUntouched = 0xEE;
-  DriveTemperature records[kSlots];
-  std::memset(records, kUntouched, sizeof(records));
-  const int32_t result = plugin.getDeviceTemperature(handle, records, count, error);
-  require(result >= -1 && result <= std::max(count, 1), "no more temperatures than asked for");
-  for (const DriveTemperature* record = records + std::max({result, count, 1}); record < std::end(records); ++record) {
-    require(record->currentTemperature == kUntouched, "no temperature beyond those asked for");
-  }
-  return result;
-}
-
-int32_t askLocations(DmuPluginDescriptor& plugin, CtrlDevInfo* handle, int32_t count, std::string& error) {
-  char untouched = 0;
-  char* texts[kSlots];
-  std::fill_n(texts, kSlots, &untouched);
-  const int32_t result = plugin.getDeviceLocation(handle, texts, count, error);
-  require(result >= -1 && result <= std::max(count, 1), "no more locations than asked for");
-  for (int32_t i = 0; i < kSlots; ++i) {
-    if (i >= result) {
-      require(texts[i] == &untouched || (result < 0 && texts[i] == nullptr), "no location beyond those reported");
-      continue;
-    }
-    require(std::strncmp(texts[i], "port:box:bay ", 13) == 0 && std::strlen(texts[i]) < 50, "a location is one");
-    require(i == 0 || std::strcmp(texts[i - 1], texts[i]) <= 0, "locations are sorted");
-  }
-  for (int32_t i = 0; i < result; ++i) std::free(texts[i]);
-  return result;
-}
-
 int32_t callOperation(DmuPluginDescriptor& plugin, CtrlDevInfo* handle, Input& input, std::string& error) {
-  const int32_t count = input.oneOf({8, 3, 1, 0, -1, kSlots});
+  const int32_t count = input.oneOf({8, 3, 1, 0, -1, fuzz::kSlots});
   switch (input.below(6)) {
     case 0: {
       DmuDeviceInfo info{};
@@ -90,15 +58,10 @@ int32_t callOperation(DmuPluginDescriptor& plugin, CtrlDevInfo* handle, Input& i
     case 3:
       return plugin.cacheOff(handle, error);
     case 4:
-      return askTemperatures(plugin, handle, count, error);
+      return fuzz::askTemperatures(plugin, handle, count, error);
     default:
-      return askLocations(plugin, handle, count, error);
+      return fuzz::askLocations(plugin, handle, count, error);
   }
-}
-
-/// Whether an operation ended before it had a controller: the channel is then as it was before, or open.
-bool hadNoController(const std::string& error) {
-  return error == "Failed to open controller." || error == "Invalid handle!" || error.starts_with("Mutex lock error: ");
 }
 
 }  // namespace
@@ -111,12 +74,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   DmuPluginDescriptor& plugin = *DmuPluginInit();
   CtrlDevInfo* handles[] = {openHandle(plugin, input), openHandle(plugin, input), nullptr};
-  for (int i = 0; i < kMostOperations && !(i > 0 && input.isUsedUp()); ++i) {
+  const int most = input.has(Input::Costly::manyDevices) || input.has(Input::Costly::trace) ? 1
+                   : input.has(Input::Costly::manyOperations)                               ? 8
+                                                                                            : 4;
+  for (int i = 0; i < most && !(i > 0 && input.isUsedUp()); ++i) {
     std::string error;
     const int32_t result = callOperation(plugin, handles[input.oneOf({0, 1, 0, 1, 0, 1, 0, 2})], input, error);
-    require(error.empty() || error == "Device is not found." || hadNoController(error), "a text is a documented one");
-    require(error.empty() || result == -1, "a text comes with a failure");
-    require(heldByPlugin().channels == 0 || hadNoController(error), "an operation closes the channel");
+    fuzz::requireDocumented(result, error);
+    require(heldByPlugin().channels == 0 || fuzz::hadNoController(error), "an operation closes the channel");
     require(pthread_mutex_trylock(&pluginMutex) == 0, "the lock is free after an operation");
     pthread_mutex_unlock(&pluginMutex);
     *hostCalls.now += input.oneOf({0, 30, 31});

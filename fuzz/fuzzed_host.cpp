@@ -2,9 +2,9 @@
 #include "fuzz/fuzzed_host.h"
 
 #include <cstdio>
-#include <string_view>
 #include <utility>
 
+#include "controller/snapshot.h"
 #include "simulator/simulated_host.h"
 
 namespace fuzz {
@@ -16,7 +16,8 @@ void listInstances(Input& input, simulator::wire::InstanceList& list) {
     simulator::wire::InstanceEntry& entry = list.entries[i];
     entry.id = input.around<uint32_t>(i);
     std::memset(entry.name, input.number<uint8_t>(), sizeof(entry.name));
-    std::snprintf(entry.name, sizeof(entry.name), "hba%u", i);
+    std::memcpy(entry.name, "hba0", 5);
+    entry.name[3] = static_cast<char>('0' + i);
   }
 }
 
@@ -31,10 +32,15 @@ int32_t invokeCallback(Input& input, Controller* controller, uint32_t numParms, 
   return input.around<int32_t>(0);
 }
 
-bool fails(Input& input, std::string_view call) {
-  hostCalls.failCode = call == "destroy" ? input.around<int32_t>(0) : -1;
-  if (call == "destroy") return hostCalls.failCode != 0;
-  return (call == "init" || call == "open" || call == "gettimeofday") && input.number<uint8_t>() == 1;
+/// Asked at every call: most are decided by their first letter.
+bool fails(Input& input, const char* call) {
+  const auto is = [call](const char* other) { return *call == *other && std::strcmp(call, other) == 0; };
+  if (is("destroy")) {
+    hostCalls.failCode = input.around<int32_t>(0);
+    return hostCalls.failCode != 0;
+  }
+  hostCalls.failCode = -1;
+  return (is("init") || is("open") || is("gettimeofday")) && input.number<uint8_t>() == 1;
 }
 
 FILE* loadModule(Input& input) {
@@ -52,7 +58,9 @@ void answerFrom(Input& input, std::function<int(sg_io_hdr&)> disk, Controller* c
   takeTraceWrites();
   hostCalls = {};
   hostCalls.now = 0;
-  hostCalls.traceOn = input.below(8) == 7;
+  hostCalls.keptSize = sizeof(OrvaInfo);
+  if (!input.has(Input::Costly::filledMemory)) hostCalls.filled = 4096;
+  hostCalls.traceOn = input.has(Input::Costly::trace);
   hostCalls.diskAnswer = std::move(disk);
   hostCalls.fails = [&](const char* call) { return fails(input, call); };
   hostCalls.moduleLoader = [&] { return loadModule(input); };

@@ -10,8 +10,6 @@
 
 namespace {
 
-/// A snapshot, and more than the scan reads of a report.
-constexpr size_t kFilled = size_t{1} << 19;
 /// Whatever the machine has: lengths that lie ask for more.
 constexpr size_t kLargestBlock = size_t{1} << 30;
 
@@ -67,9 +65,50 @@ void __libc_free(void* block);
 [[gnu::weak]] void* __interceptor_malloc(size_t size);
 [[gnu::weak]] void* __interceptor_memalign(size_t alignment, size_t size);
 [[gnu::weak]] void __interceptor_free(void* block);
+[[gnu::weak]] void __asan_poison_memory_region(const volatile void* block, size_t size);
+[[gnu::weak]] void __asan_unpoison_memory_region(const volatile void* block, size_t size);
 // NOLINTEND(bugprone-reserved-identifier)
 
 }  // extern "C"
+
+namespace {
+
+/// Blocks of the size SteeredCalls::keptSize that were given back and wait, poisoned, for the next who wants one. For
+/// one thread.
+class KeptBlocks {
+ public:
+  template <typename Allocate>
+  void* take(Allocate allocate) {
+    for (Block& block : blocks_) {
+      if (block.isTaken) continue;
+      if (block.address == nullptr) block.address = allocate();
+      if (block.address == nullptr) return nullptr;
+      if (__asan_unpoison_memory_region != nullptr) __asan_unpoison_memory_region(block.address, hostCalls.keptSize);
+      block.isTaken = true;
+      return block.address;
+    }
+    return nullptr;
+  }
+  /// @return whether it was one of them
+  bool giveBack(const void* address) {
+    for (Block& block : blocks_) {
+      if (!block.isTaken || block.address != address) continue;
+      if (__asan_poison_memory_region != nullptr) __asan_poison_memory_region(block.address, hostCalls.keptSize);
+      block.isTaken = false;
+      return true;
+    }
+    return false;
+  }
+
+ private:
+  struct Block {
+    void* address;
+    bool isTaken;
+  };
+  Block blocks_[12] = {};
+};
+KeptBlocks keptBlocks;
+}  // namespace
 
 static void* allocate(size_t size) {
   return __interceptor_malloc != nullptr ? __interceptor_malloc(size) : __libc_malloc(size);
@@ -80,15 +119,16 @@ template <typename Allocate>
 static void* allocateFor(const void* caller, const char* name, size_t size, Allocate allocate) {
   if (!interception::fromPlugin(caller)) return allocate();
   if (interception::fails(name, size) || size > kLargestBlock) return nullptr;
-  void* block = allocate();
+  void* block = size == hostCalls.keptSize && size != 0 ? keptBlocks.take(allocate) : allocate();
   if (block == nullptr) return nullptr;
-  std::memset(block, 0xA5, std::min(size, kFilled));  // never zeros by chance
+  std::memset(block, 0xA5, std::min(size, hostCalls.filled));  // never zeros by chance
   blocks.add(block);
   return block;
 }
 
 static void release(void* block) {
-  (void)blocks.remove(block);
+  if (block == nullptr) return;
+  if (blocks.remove(block) && keptBlocks.giveBack(block)) return;
   __interceptor_free != nullptr ? __interceptor_free(block) : __libc_free(block);
 }
 

@@ -38,6 +38,10 @@ struct SteeredCalls {
   std::function<void()> whileTracing;       ///< called while a line is being written
   std::function<void(const char*)> before;  ///< called with a command's name before it goes to the driver
 
+  size_t filled = size_t{1} << 19;  ///< bytes of a new block that are no zeros: all of a snapshot or a report
+  size_t keptSize = 0;  ///< not 0: given back, blocks of this size wait for the next who wants one (a sanitizer maps
+                        ///< and unmaps each large block, which takes longer than all else that a fuzz target does)
+
   size_t misaligned = 0;  ///< calls of the plugin with a stack, or for the driver a buffer, not aligned to 16 bytes
 
   bool recording = false;        ///< what follows works while it is set, and for one thread at a time
