@@ -11,6 +11,11 @@ namespace wire = simulator::wire;
 using simulator::Opcode;
 
 constexpr uint32_t kMostSent = 131072;  // of a report whose length lies
+constexpr uint32_t kMostWritten = 65535;
+
+/// What the last command that read left in the caller's buffer. There is one controller at a time.
+uint8_t sensed[kMostWritten];
+
 constexpr uint16_t kFew[] = {8, 16, 7, 24, 0};
 constexpr uint16_t kMany[] = {256, 128, 512, 1088, 65535};
 
@@ -21,7 +26,7 @@ uint16_t someLimit(Input& input, bool isLarge) {
 /// Lays a reply's fields over its first bytes, whatever fits, and lets `fill` set them.
 template <typename Layout, typename Reply, typename Fill>
 void setFields(Reply reply, Fill fill) {
-  Layout fields;
+  Layout fields{};
   std::memset(&fields, reply.size == 0 ? 0 : reply.bytes[0], sizeof(fields));
   fill(fields);
   std::memcpy(reply.bytes, &fields, std::min<size_t>(reply.size, sizeof(fields)));
@@ -76,9 +81,9 @@ int32_t Controller::answer(const wire::PassthruRecord& record, uint32_t& status)
   if (command->layout->toController) {
     require(command->length == sensedSize_, "as much is written as was sensed");
     if (command->layout->opcode == Opcode::blinkDriveTrayLed) {
-      requireOnlyBlinkBitsChange(sensed_, buffer, sensedSize_);
+      requireOnlyBlinkBitsChange(sensed, buffer, sensedSize_);
     } else {
-      requireOneBitChangesAtMost(sensed_, buffer, sensedSize_);
+      requireOneBitChangesAtMost(sensed, buffer, sensedSize_);
     }
   }
   uint32_t length = std::min(command->length, kMostSent);
@@ -98,7 +103,7 @@ int32_t Controller::answer(const wire::PassthruRecord& record, uint32_t& status)
   if (command->layout->toController) return 0;
   answer(*command, {buffer, length});
   if (!isReport) {
-    std::memcpy(sensed_, buffer, command->length);
+    std::memcpy(sensed, buffer, command->length);
     sensedSize_ = command->length;
   }
   return 0;

@@ -23,7 +23,6 @@ class Controller {
     uint8_t* bytes;
     uint32_t size;
   };
-  static constexpr uint32_t kMostWritten = 65535;
 
   void answer(const simulator::DecodedCommand& command, Reply reply);
   void identifyController(Reply reply);
@@ -47,7 +46,6 @@ class Controller {
   uint32_t drives_;
   uint32_t driveIndex_ = 0;  ///< that the command asks about
   uint32_t sensedSize_ = 0;
-  uint8_t sensed_[kMostWritten];  ///< what the last command that read left in the caller's buffer
 };
 
 }  // namespace fuzz
