@@ -27,6 +27,7 @@ while [[ ! -s $trace ]]; do
   sleep 0.1
 done
 
+sleep 0.2  # now the next command is waited for, and no line is being written
 rm "$trace"
 sleep 1
 kill -0 $! || fail "the run ended too early to tell"
