@@ -20,7 +20,7 @@ class Input {
   Input(const uint8_t* data, size_t size)
       : data_(data),
         left_(size),
-        checksum_(std::hash<std::string_view>()({reinterpret_cast<const char*>(data), size})) {}
+        checksum_(static_cast<uint32_t>(std::hash<std::string_view>()({reinterpret_cast<const char*>(data), size}))) {}
 
   /// What is costly. Many devices happen in one input of 4,096, the others in one of 64.
   enum class Costly { manyDevices, trace, filledMemory, manyOperations, writing };
