@@ -96,7 +96,7 @@ TEST(ElfFile, ChainsOfVersionsAreNoLongerThanTheFile) {
   std::memcpy(file.data() + place, &section, sizeof(section));
   for (size_t record = 0; record < 200'000; ++record) file.append(reinterpret_cast<const char*>(&need), sizeof(need));
   const auto versions = host::neededVersions(file);
-  EXPECT_GT(versions.size(), 1'000u);
+  EXPECT_GT(versions.size(), 100'000u);
   EXPECT_LE(versions.size(), file.size() / sizeof(need));
 }
 
