@@ -35,9 +35,9 @@ class Run:
     """The figures of one build."""
 
     def __init__(self, build):
-        path = pathlib.Path(build) / "bench.json"
-        document = json.loads(path.read_text())
-        self.processes = json.loads((path.parent / "process-times.json").read_text())
+        build = pathlib.Path(build)
+        document = json.loads((build / "bench.json").read_text())
+        self.processes = json.loads((build / "process-times.json").read_text())
         context = document["context"]
         self.title = f"{context['bits']}-bit, {context['runs']}"
         self.measured = (
@@ -47,7 +47,7 @@ class Run:
         rows = document["benchmarks"]
         failed = [row["name"] for row in rows if row.get("error_occurred")]
         if failed:
-            sys.exit(f"{path}: failed: {', '.join(failed)}")
+            sys.exit(f"{build}: failed: {', '.join(failed)}")
         self.memory = next(row for row in rows if row["name"].startswith("memory"))
         self.rows = list(medians(row for row in rows if "ratio" in row))
 

@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <functional>
+#include <string>
 #include <string_view>
 
 namespace fuzz {
@@ -88,6 +89,17 @@ inline void require(bool holds, const char* what) {
   if (holds) return;
   std::fprintf(stderr, "does not hold: %s\n", what);
   std::abort();
+}
+
+/// Whether a refusal of a file says what and why: each of its lines begins with the file's name and goes on.
+[[nodiscard]] inline bool isRefusalOf(std::string_view name, std::string_view refusal) {
+  const std::string beginning = std::string(name) + ": ";
+  while (true) {
+    const size_t end = std::min(refusal.find('\n'), refusal.size());
+    if (!refusal.starts_with(beginning) || end < beginning.size() + 3) return false;
+    if (end == refusal.size()) return true;
+    refusal.remove_prefix(end + 1);
+  }
 }
 
 }  // namespace fuzz

@@ -10,11 +10,6 @@
 
 namespace {
 
-const fuzz::MemoryFile& file() {
-  static const fuzz::MemoryFile file;
-  return file;
-}
-
 host::Json listed(const std::vector<host::HostDisk>& disks) {
   host::Json list = host::Json::array();
   for (const host::HostDisk& disk : disks) list.push_back(host::toJson(disk));
@@ -29,16 +24,16 @@ bool areSame(const host::HostDisk& one, const host::HostDisk& other) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  file().hold({reinterpret_cast<const char*>(data), size});
+  fuzz::memoryFile().hold({reinterpret_cast<const char*>(data), size});
   std::vector<host::HostDisk> disks;
   try {
-    disks = host::readInventory(file().name());
+    disks = host::readInventory(fuzz::memoryFile().name());
   } catch (const host::Refusal& refusal) {
-    fuzz::require(file().isNamedIn(refusal.what()), "a refusal says what and why");
+    fuzz::require(fuzz::isRefusalOf(fuzz::memoryFile().name(), refusal.what()), "a refusal says what and why");
     return 0;
   }
-  file().hold(listed(disks).dump());
-  const auto again = host::readInventory(file().name());
+  fuzz::memoryFile().hold(listed(disks).dump());
+  const auto again = host::readInventory(fuzz::memoryFile().name());
   fuzz::require(std::equal(disks.begin(), disks.end(), again.begin(), again.end(), areSame),
                 "an inventory is read as it is written");
   return 0;

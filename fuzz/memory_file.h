@@ -29,19 +29,15 @@ class MemoryFile {
 
   [[nodiscard]] const std::string& name() const { return name_; }
 
-  /// Whether each line of a refusal begins with the file's name and goes on.
-  [[nodiscard]] bool isNamedIn(std::string_view refusal) const {
-    while (true) {
-      const size_t end = std::min(refusal.find('\n'), refusal.size());
-      if (!refusal.starts_with(name_ + ": ") || end < name_.size() + 5) return false;
-      if (end == refusal.size()) return true;
-      refusal.remove_prefix(end + 1);
-    }
-  }
-
  private:
   int descriptor_;
   std::string name_;
 };
+
+/// The one of a target, for all of its inputs.
+inline const MemoryFile& memoryFile() {
+  static const MemoryFile file;
+  return file;
+}
 
 }  // namespace fuzz

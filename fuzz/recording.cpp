@@ -22,11 +22,6 @@ using host::recording::RecordedCalls;
 
 constexpr size_t kMostDisks = 2;
 
-const fuzz::MemoryFile& file() {
-  static const fuzz::MemoryFile file;
-  return file;
-}
-
 std::string textOf(const RecordedCalls& recorded) {
   std::string text = host::recording::firstLine(recorded.repeats).dump() + "\n";
   for (const host::recording::AnyCall& call : recorded.calls) text += host::recording::lineOf(call, 1).dump() + "\n";
@@ -57,7 +52,7 @@ void askPlugin(const host::HostDisk& disk) {
 }
 
 void replay(const RecordedCalls& recorded) {
-  host::recording::Replay replay(host::recording::Recording(file().name(), recorded));
+  host::recording::Replay replay(host::recording::Recording(fuzz::memoryFile().name(), recorded));
   try {
     const auto disks = replay.disks();
     for (size_t i = 0; i < std::min(disks.size(), kMostDisks); ++i) askPlugin(disks[i]);
@@ -70,8 +65,9 @@ void replay(const RecordedCalls& recorded) {
 
 void requireSameWhenWritten(const RecordedCalls& recorded) {
   const std::string written = textOf(recorded);
-  file().hold(written);
-  require(textOf(host::recording::readRecording(file().name())) == written, "a recording is read as it is written");
+  fuzz::memoryFile().hold(written);
+  require(textOf(host::recording::readRecording(fuzz::memoryFile().name())) == written,
+          "a recording is read as it is written");
 }
 
 void makeTopology(const RecordedCalls& recorded) {
@@ -85,12 +81,12 @@ void makeTopology(const RecordedCalls& recorded) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  file().hold({reinterpret_cast<const char*>(data), size});
+  fuzz::memoryFile().hold({reinterpret_cast<const char*>(data), size});
   RecordedCalls recorded;
   try {
-    recorded = host::recording::readRecording(file().name());
+    recorded = host::recording::readRecording(fuzz::memoryFile().name());
   } catch (const host::Refusal& refusal) {
-    require(file().isNamedIn(refusal.what()), "a refusal says what and why");
+    require(fuzz::isRefusalOf(fuzz::memoryFile().name(), refusal.what()), "a refusal says what and why");
     return 0;
   }
   makeTopology(recorded);
