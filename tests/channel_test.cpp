@@ -60,6 +60,14 @@ TEST_F(Channel, WithoutAStatusOfTheDriverACommandHasSucceeded) {
   EXPECT_EQ(hostCalls.alignment, 16u);
 }
 
+TEST_F(Channel, SaysWithWhichCodeItsOpeningFailed) {
+  hostCalls.recording = true;
+  hostCalls.failAt = hostCalls.made.size();
+  hostCalls.failCode = 0x2301;
+  EXPECT_EQ(PUBLISHED(OrvaInfo_Init)(), 0x2301u);
+  EXPECT_EQ(PUBLISHED(OrvaInfo_Init)(), 0u) << "nothing was left of it";
+}
+
 TEST_F(Channel, FindsTheFirstUsedInstanceOfAName) {
   const std::string unterminated(156, 'u');
   const std::tuple<uint32_t, uint32_t, std::string> kInstances[] = {

@@ -30,7 +30,8 @@ TEST_F(FrontEnd, NamesAreCutTo49Characters) {
 TEST_F(FrontEnd, ASerialNumberIsAskedOfANodeThatIsClosedAgain) {
   const std::string device = host.disks().front().device;
   hostCalls.recording = true;
-  hostCalls.diskAnswer = [this](sg_io_hdr&) {
+  hostCalls.diskAnswer = [this](sg_io_hdr& request) {
+    EXPECT_EQ(request.timeout, 20'000u) << "milliseconds";
     host.resetCounts();
     EXPECT_EQ(host.counts().openNodes, 1u) << "it is open all the same";
     return -1;

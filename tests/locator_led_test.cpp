@@ -33,4 +33,19 @@ TEST_F(Led, BlinksForADayAtMostAndNotOnAControllerThatTheFixedArrayIsTooShortFor
   EXPECT_THAT(sentOpcodes(), ElementsAre(0x17));
 }
 
+TEST_F(Led, TheFixedArrayEndsBeforeDrive256) {
+  controller.maxPhysDevicesSupported = 512;
+  controller.extendedBlinkArray = true;
+  controller.drives = {model::drive(255), model::drive(256)};
+  controller.volumes = {model::volume(0, {255, 256})};
+  load();
+  EXPECT_EQ(plugin->setDriveLEDState(volume, 1, 10, error), 2);
+  std::vector<uint8_t> data = host.takeCommands().back().data;
+  ASSERT_EQ(data.size(), 276u + 512u);
+  EXPECT_EQ(data[8 + 255], 1);
+  EXPECT_EQ(data[264] | data[265] << 8, 276) << "the offset of the extended array, which follows the fixed one";
+  EXPECT_EQ(data[276 + 255], 1);
+  EXPECT_EQ(data[276 + 256], 1);
+}
+
 }  // namespace
