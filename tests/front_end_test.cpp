@@ -1,4 +1,5 @@
 // The boundary with the host: handles, serial numbers, and the trace.
+#include <algorithm>
 #include <cstring>
 #include <fcntl.h>
 
@@ -32,6 +33,8 @@ TEST_F(FrontEnd, ASerialNumberIsAskedOfANodeThatIsClosedAgain) {
   hostCalls.recording = true;
   hostCalls.diskAnswer = [this](sg_io_hdr& request) {
     EXPECT_EQ(request.timeout, 20'000u) << "milliseconds";
+    EXPECT_EQ(request.mx_sb_len, 32);
+    std::fill_n(request.sbp, request.mx_sb_len, uint8_t{0xFF});
     host.resetCounts();
     EXPECT_EQ(host.counts().openNodes, 1u) << "it is open all the same";
     return -1;

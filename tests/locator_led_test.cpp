@@ -33,6 +33,31 @@ TEST_F(Led, BlinksForADayAtMostAndNotOnAControllerThatTheFixedArrayIsTooShortFor
   EXPECT_THAT(sentOpcodes(), ElementsAre(0x17));
 }
 
+TEST_F(Led, OneBitOfEachMemberIsSwitchedOnAndOff) {
+  const std::pair<unsigned, uint8_t> kSwitches[] = {{1, 0xFE}, {0, 0xFF}};
+  for (const auto& [state, before] : kSwitches) {
+    host.clearFaults();
+    host.addFault(model::put("senseBlinkDriveLed", 8, std::vector<uint8_t>(256, before)));
+    EXPECT_EQ(plugin->setDriveLEDState(volume, state, 10, error), 3);
+    std::vector<uint8_t> expected(256, before);
+    for (const size_t member : {2, 3, 10}) expected[member] = static_cast<uint8_t>(before ^ 1);
+    std::vector<uint8_t> data = host.takeCommands().back().data;
+    ASSERT_GE(data.size(), 276u);
+    EXPECT_THAT(std::vector(data.begin() + 8, data.begin() + 264), testing::ElementsAreArray(expected));
+  }
+}
+
+TEST_F(Led, NoDriveBehindTheLastWholeByteOfTheMemberMapBlinks) {
+  controller.maxPhysDevicesSupported = 20;
+  controller.drives = {model::drive(15), model::drive(16)};
+  controller.volumes = {model::volume(0, {15})};
+  load();
+  EXPECT_EQ(plugin->setDriveLEDState(volume, 1, 10, error), 1);
+  const std::vector<uint8_t> data = host.takeCommands().back().data;
+  EXPECT_EQ(data.at(8 + 15), 1);
+  EXPECT_EQ(data.at(8 + 16), 0);
+}
+
 TEST_F(Led, TheFixedArrayEndsBeforeDrive256) {
   controller.maxPhysDevicesSupported = 512;
   controller.extendedBlinkArray = true;

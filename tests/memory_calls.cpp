@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <malloc.h>
 #include <mutex>
 #include <new>
 
@@ -121,7 +122,8 @@ static void* allocateFor(const void* caller, const char* name, size_t size, Allo
   if (interception::fails(name, size) || size > kLargestBlock) return nullptr;
   void* block = size == hostCalls.keptSize && size != 0 ? keptBlocks.take(allocate) : allocate();
   if (block == nullptr) return nullptr;
-  std::memset(block, 0xA5, std::min(size, hostCalls.filled));  // never zeros by chance
+  std::memset(block, 0xA5,
+              std::min(malloc_usable_size(block), hostCalls.filled));  // never zeros by chance, nor behind it
   blocks.add(block);
   return block;
 }
