@@ -1,5 +1,5 @@
 // A plugin that is broken on purpose: the good plugin's descriptor, changed in one way by the fault that its library is
-// linked with as chosenFault. Each FAULT names the rule of "dmu-host check" that must find it, and a piece of what the
+// linked with as chosenFault. Each FAULT names the rule of "dmu-host check" that must find it; said.txt has what the
 // rule says then.
 #pragma once
 
@@ -18,7 +18,7 @@ extern Plugin broken;        ///< a copy of the good one, for the fault to chang
 extern Plugin* (*answer)();  ///< what DmuPluginInit does
 extern bool isLoading;       ///< a fault is called when its library is loaded, and before DmuPluginInit first returns
 
-#define FAULT(name, rule, says) extern "C" [[gnu::visibility("hidden")]] void name()
+#define FAULT(name, rule) extern "C" [[gnu::visibility("hidden")]] void name()
 
 /// Lets a function change what the good plugin's operation has returned and written.
 /// @param change  a lambda without captures; called with the result, by reference, and the operation's arguments
