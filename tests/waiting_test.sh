@@ -64,14 +64,16 @@ dmu-host --topology slow.json list 2>&1 >table | diff /dev/null -
 
 # A command that is interrupted finishes its disk, says what was switched and what was not.
 slowed "$project/tests/console/small.json" blinkDriveTrayLed 2000 >slow.json
-dmu-host --topology slow.json --show-commands locate --all on >switched 2>&1 &
-await switched senseBlinkDriveLed
-kill -TERM $!
-status=0
-wait $! || status=$?
-((status == 1)) || fail "an interrupted command ended with status $status" switched
-has switched 'interrupted; not switched: ' "it does not say what was not switched"
-has switched ' until ' "it does not say what was"
+for signal in TERM INT; do
+  env --default-signal=INT dmu-host --topology slow.json --show-commands locate --all on >switched 2>&1 &
+  await switched senseBlinkDriveLed
+  kill -$signal $!
+  status=0
+  wait $! || status=$?
+  ((status == 1)) || fail "a command interrupted by $signal ended with status $status" switched
+  has switched 'interrupted; not switched: ' "it does not say what was not switched"
+  has switched ' until ' "it does not say what was"
+done
 
 # Each rule stands as soon as it is decided.
 dmu-host check >rules 2>&1 &
