@@ -122,8 +122,8 @@ static void* allocateFor(const void* caller, const char* name, size_t size, Allo
   if (interception::fails(name, size) || size > kLargestBlock) return nullptr;
   void* block = size == hostCalls.keptSize && size != 0 ? keptBlocks.take(allocate) : allocate();
   if (block == nullptr) return nullptr;
-  std::memset(block, 0xA5,
-              std::min(malloc_usable_size(block), hostCalls.filled));  // never zeros by chance, nor behind it
+  const size_t room = size == 0 ? 0 : malloc_usable_size(block);  // a sanitizer's empty block has room for a byte
+  std::memset(block, 0xA5, std::min(room, hostCalls.filled));     // never zeros by chance, nor behind it
   blocks.add(block);
   return block;
 }
