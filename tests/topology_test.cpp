@@ -87,6 +87,9 @@ TEST_F(Topology, RefusesAFaultThatCouldNotHappen) {
     const json patch = {{{"op", "add"}, {"path", "/faults"}, {"value", {mistake.at("is")}}}};
     EXPECT_EQ(refusal(patch), mistake.at("says"));
   }
+  const json loads(65, {{"call", "load"}, {"error", 1}});
+  EXPECT_EQ(refusal({{{"op", "add"}, {"path", "/faults"}, {"value", loads}}}),
+            "bad.json: /faults: more than 64 rules for the call load");
 }
 
 TEST_F(Topology, RefusesTextThatIsNoJson) {

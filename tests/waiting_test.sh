@@ -62,7 +62,8 @@ has seen 'devices of vmhba1: ' "nothing was seen of a slow run's progress"
 dmu-host --topology topology.json list | diff - table
 dmu-host --topology slow.json list 2>&1 >table | diff /dev/null -
 
-# A command that is interrupted finishes its disk, says what was switched and what was not.
+# A command that is interrupted finishes its disk, says what was switched and what was not. (A shell like this one starts
+# what runs beside it with SIGINT ignored.)
 slowed "$project/tests/console/small.json" blinkDriveTrayLed 2000 >slow.json
 for signal in TERM INT; do
   env --default-signal=INT dmu-host --topology slow.json --show-commands locate --all on >switched 2>&1 &
