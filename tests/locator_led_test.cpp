@@ -40,7 +40,7 @@ TEST_F(Led, OneBitOfEachMemberIsSwitchedOnAndOff) {
     host.addFault(model::put("senseBlinkDriveLed", 8, std::vector<uint8_t>(256, before)));
     EXPECT_EQ(plugin->setDriveLEDState(volume, state, 10, error), 3);
     std::vector<uint8_t> expected(256, before);
-    for (const size_t member : {2, 3, 10}) expected[member] = static_cast<uint8_t>(before ^ 1);
+    for (const size_t member : {2U, 3U, 10U}) expected[member] = static_cast<uint8_t>(before ^ 1);
     std::vector<uint8_t> data = host.takeCommands().back().data;
     ASSERT_GE(data.size(), 276u);
     EXPECT_THAT(std::vector(data.begin() + 8, data.begin() + 264), testing::ElementsAreArray(expected));
