@@ -28,7 +28,7 @@ int describeDevice(const char* function, const OrvaInfo_Devices& device, DmuDevi
       describeVolume(function, device, deviceInfo);
       return 0;
     case dmu::DeviceKind::exposedDrive:
-      DMU_TRACE(function, "Physical Location: %s\n", dmu::LocationText(device).text);
+      DMU_TRACE(function, "Physical Location: %s%s\n", dmu::kLocationPrefix, dmu::DrivePlace(device).text);
       deviceInfo.deviceType = kDmuPhysicalDisk;
       return 0;
     case dmu::DeviceKind::maskedDrive:

@@ -2,6 +2,7 @@
 #include "services/drive_temperature.h"
 
 #include <algorithm>
+#include <compare>
 #include <cstring>
 #include <vector>
 
@@ -14,20 +15,20 @@ namespace {
 
 /// A member drive beside the text that orders it.
 struct PlacedDrive {
-  explicit PlacedDrive(const OrvaInfo_Devices* member) : location(*member), drive(member) {}
+  explicit PlacedDrive(const OrvaInfo_Devices* member) : place(*member), drive(member) {}
 
-  dmu::LocationText location;
+  dmu::DrivePlace place;
   const OrvaInfo_Devices* drive;
 };
 
 /// In the order of their texts, of drives with the same text the last listed one first.
 bool operator<(const PlacedDrive& left, const PlacedDrive& right) {
-  const int order = std::strcmp(left.location.text, right.location.text);
-  return order != 0 ? order < 0 : left.drive > right.drive;
+  const auto order = left.place <=> right.place;
+  return std::is_neq(order) ? std::is_lt(order) : left.drive > right.drive;
 }
 
 bool haveSameText(const PlacedDrive& left, const PlacedDrive& right) {
-  return std::strcmp(left.location.text, right.location.text) == 0;
+  return std::is_eq(left.place <=> right.place);
 }
 
 /// The volume's member drives in the order of their texts; of those with the same text the last listed one.

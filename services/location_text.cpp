@@ -25,9 +25,8 @@ char* appendName(char* end, const char (&name)[size]) {
 
 }  // namespace
 
-LocationText::LocationText(const OrvaInfo_Devices& drive, std::string_view suffix) {
-  char* end = append(text, "port:box:bay ");
-  end = appendName(end, drive.portName);
+DrivePlace::DrivePlace(const OrvaInfo_Devices& drive, std::string_view suffix) {
+  char* end = appendName(text, drive.portName);
   *end++ = ':';
   end = append(end, drive.box);
   *end++ = ':';

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -25,9 +26,12 @@ struct HostSlots {
 };
 
 /// @return the buffer that the host frees; null when memory ran out
-[[nodiscard]] char* makeHostBuffer(const dmu::LocationText& location) {
-  auto* buffer = static_cast<char*>(std::malloc(sizeof(location.text)));
-  if (buffer != nullptr) std::memcpy(buffer, location.text, sizeof(location.text));
+[[nodiscard]] char* makeHostBuffer(const dmu::DrivePlace& place) {
+  auto* buffer = static_cast<char*>(std::malloc(kDmuLocationSize));
+  if (buffer == nullptr) return nullptr;
+  char* end = std::copy_n(dmu::kLocationPrefix, std::strlen(dmu::kLocationPrefix), buffer);
+  end = std::copy(std::begin(place.text), std::end(place.text), end);
+  std::fill(end, buffer + kDmuLocationSize, '\0');
   return buffer;
 }
 
@@ -40,16 +44,16 @@ void forEachMissingMember(const OrvaInfo& info, const OrvaInfo_Devices& volume, 
 }
 
 /// Identifies the drive with this index. One that does not answer has an empty port name and zeros.
-dmu::LocationText identifiedLocation(OrvaInfo& info, uint32_t index) {
+dmu::DrivePlace identifiedPlace(OrvaInfo& info, uint32_t index) {
   OrvaInfo_Devices drive = {};
   (void)OrvaInfo_IdentifyPhysicalDevieWithBMICInex(&info, &drive, static_cast<int>(index));
-  return dmu::LocationText(drive, dmu::kNotInSnapshot);
+  return dmu::DrivePlace(drive, dmu::kNotInSnapshot);
 }
 
-/// @return whether memory sufficed for that many texts
-[[nodiscard]] bool reserve(std::vector<dmu::LocationText>& texts, size_t count) {
+/// @return whether memory sufficed for that many places
+[[nodiscard]] bool reserve(std::vector<dmu::DrivePlace>& places, size_t count) {
   return dmu::unlessMemoryRunsOut(false, [&] {
-    texts.reserve(count);
+    places.reserve(count);
     return true;
   });
 }
@@ -61,11 +65,11 @@ void releaseHostBuffers(char** locations, int32_t count) {
   }
 }
 
-/// Puts the first `count` texts into the host's slots.
+/// Puts the texts of the first `count` places into the host's slots.
 /// @return whether memory sufficed; if not, no slot holds a buffer
-[[nodiscard]] bool storeLocations(const std::vector<dmu::LocationText>& texts, int32_t count, char** locations) {
+[[nodiscard]] bool storeLocations(const std::vector<dmu::DrivePlace>& places, int32_t count, char** locations) {
   for (int32_t k = 0; k < count; ++k) {
-    locations[k] = makeHostBuffer(texts[static_cast<size_t>(k)]);
+    locations[k] = makeHostBuffer(places[static_cast<size_t>(k)]);
     if (locations[k] == nullptr) {
       releaseHostBuffers(locations, k);
       return false;
@@ -87,30 +91,30 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
   for (const OrvaInfo_Devices* drive : members) dmu::setBit(found.get(), dmu::driveIndex(drive->lunAddress));
   const int foundCount = static_cast<int>(members.size());
   const bool countDiffers = foundCount != volume.physicalDisks;
-  size_t textCount = members.size();
-  if (countDiffers) forEachMissingMember(info, volume, found.get(), [&](uint32_t /*index*/) { ++textCount; });
-  std::vector<dmu::LocationText> texts;
-  if (!reserve(texts, textCount)) {
+  size_t placeCount = members.size();
+  if (countDiffers) forEachMissingMember(info, volume, found.get(), [&](uint32_t /*index*/) { ++placeCount; });
+  std::vector<dmu::DrivePlace> places;
+  if (!reserve(places, placeCount)) {
     slots.error = kNoMemory;
     return -1;
   }
 
-  for (const OrvaInfo_Devices* drive : members) texts.emplace_back(*drive);
+  for (const OrvaInfo_Devices* drive : members) places.emplace_back(*drive);
   DMU_TRACE(function, "Pdisk count: %d\n", foundCount);
   if (countDiffers) {
     DMU_TRACE(function, "disk count = %d, expected = %d\n", foundCount, volume.physicalDisks);
     forEachMissingMember(info, volume, found.get(),
-                         [&](uint32_t index) { texts.push_back(identifiedLocation(info, index)); });
+                         [&](uint32_t index) { places.push_back(identifiedPlace(info, index)); });
   }
   found.reset();
 
-  std::sort(texts.begin(), texts.end());
+  std::sort(places.begin(), places.end());
   if (slots.count == 0) {
-    for (const dmu::LocationText& location : texts) DMU_TRACE(function, "\t%s\n", location.text);
+    for (const dmu::DrivePlace& place : places) DMU_TRACE(function, "\t%s%s\n", dmu::kLocationPrefix, place.text);
     return 0;
   }
-  const int32_t stored = std::min(static_cast<int32_t>(texts.size()), std::max(slots.count, 0));
-  if (!storeLocations(texts, stored, slots.locations)) {
+  const int32_t stored = std::min(static_cast<int32_t>(places.size()), std::max(slots.count, 0));
+  if (!storeLocations(places, stored, slots.locations)) {
     slots.error = kNoMemory;
     return -1;
   }
@@ -118,9 +122,9 @@ int32_t volumeLocations(const char* function, OrvaInfo& info, const OrvaInfo_Dev
 }
 
 int32_t diskLocation(const char* function, const OrvaInfo_Devices& disk, const HostSlots& slots) {
-  const dmu::LocationText location(disk);
-  DMU_TRACE(function, "Physical Location: %s\n", location.text);
-  slots.locations[0] = makeHostBuffer(location);
+  const dmu::DrivePlace place(disk);
+  DMU_TRACE(function, "Physical Location: %s%s\n", dmu::kLocationPrefix, place.text);
+  slots.locations[0] = makeHostBuffer(place);
   if (slots.locations[0] == nullptr) {
     slots.error = kNoMemory;
     return -1;
