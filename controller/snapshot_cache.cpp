@@ -10,6 +10,7 @@
 #include "channel/management_channel.h"
 #include "controller/controller_identification.h"
 #include "controller/device_scan.h"
+#include "controller/index_bounds.h"
 #include "plugin/trace.h"
 
 namespace {
@@ -75,6 +76,7 @@ OrvaInfo* OrvaInfo_UpdateCtrl(int slot, char* hbaName) {
   info->lastUpdate = std::time(nullptr);
   const size_t length = strnlen(hbaName, sizeof(info->hbaName) - 1);
   std::memcpy(info->hbaName, hbaName, length);
+  dmu::keepIndexBounds(*info);
   return info;
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "controller/index_bounds.h"
 #include "controller/physical_drive.h"
 
 namespace dmu {
@@ -21,7 +22,9 @@ namespace dmu {
 
 /// BMIC drive indexes that follow each other.
 struct IndexRange {
-  [[nodiscard]] bool holds(uint32_t index) const { return index - first < count; }
+  [[nodiscard]] bool overlaps(IndexBounds bounds) const {
+    return bounds.lowest < first + count && first <= bounds.highest;
+  }
 
   uint32_t first;
   uint32_t count;
@@ -43,13 +46,13 @@ class ListedMembers {
   // NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): of the array, as many are read as there are members
   ListedMembers(const OrvaInfo& info, const OrvaInfo_Devices& volume) {
     const IndexRange range = memberRange(info, volume);
-    const auto isInRange = [range](const OrvaInfo_Devices& drive) { return range.holds(driveIndex(drive.lunAddress)); };
-    const OrvaInfo_Devices* end = info.devices + std::max(info.deviceCount, 0);
-    // Of a large controller's drives most are out of range: one comparison passes them by.
-    for (const OrvaInfo_Devices* drive = info.devices; (drive = std::find_if(drive, end, isInRange)) != end; ++drive) {
-      if (kindOf(drive->lunAddress) != DeviceKind::maskedDrive) continue;
-      if (testBit(volume.raidMap, driveIndex(drive->lunAddress))) drives_[count_++] = drive;
+    const OrvaInfo_Devices* next = info.devices;
+    for (const IndexBounds& bounds : keptIndexBounds(info)) {
+      const OrvaInfo_Devices* end = next + kEntriesPerBounds;
+      if (range.overlaps(bounds)) addMembers(info, volume, next, end);
+      next = end;
     }
+    addMembers(info, volume, next, info.devices + std::max(info.deviceCount, 0));
   }
 
   [[nodiscard]] const OrvaInfo_Devices* const* begin() const { return drives_; }
@@ -57,6 +60,14 @@ class ListedMembers {
   [[nodiscard]] size_t size() const { return count_; }
 
  private:
+  void addMembers(const OrvaInfo& info, const OrvaInfo_Devices& volume, const OrvaInfo_Devices* drive,
+                  const OrvaInfo_Devices* end) {
+    for (; drive != end; ++drive) {
+      if (kindOf(drive->lunAddress) != DeviceKind::maskedDrive) continue;
+      if (isMember(info, volume, driveIndex(drive->lunAddress))) drives_[count_++] = drive;
+    }
+  }
+
   const OrvaInfo_Devices* drives_[kMaxDevices];
   size_t count_ = 0;
 };

@@ -2,7 +2,11 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <utility>
 
+#include "controller/controller_identification.h"
+#include "controller/device_scan.h"
+#include "services/physical_location.h"
 #include "tests/services_fixture.h"
 
 namespace {
@@ -51,11 +55,68 @@ TEST_F(Location, AMemberThatTheSnapshotMissesIsIdentifiedAfresh) {
   load();
   host.addFault(model::put("reportPhysicalLuns", 0, {0, 0, 0, 24}));
   EXPECT_THAT(locations(), ElementsAre("1I:1:16(Failed)", "1I:1:2", "1I:1:200(Failed)"));
+  for (simulator::Drive& drive : controller.drives) drive.port = "PORT0001";
+  load();
+  EXPECT_THAT(locations(), ElementsAre("PORT0001:1:16", "PORT0001:1:2", "PORT0001:1:200"));
 }
 
 TEST_F(Location, AnExposedDriveIsNoMember) {
   host.addFault(model::put("senseConfiguration", 300, {0x2C}));
   EXPECT_THAT(locations(), ElementsAre("1I:1:10", "1I:1:2", "1I:1:3"));
+}
+
+TEST_F(Location, AMemberIsFoundWhereverItIsListed) {
+  constexpr uint32_t kDrives = 63;
+  controller.volumes.clear();
+  for (uint32_t index = 0; index < kDrives; ++index) controller.volumes.push_back(model::volume(index, {index}));
+  char* texts[2] = {};
+  const auto textsOf = [&](OrvaInfo& info, size_t number) {
+    const int32_t count =
+        PUBLISHED(OrvaInfo_GetPhyLocationForVolume)(&info, &info.devices[number], texts, std::size(texts), error);
+    std::vector<std::string> found;
+    for (int32_t k = 0; k < count; ++k) found.emplace_back(texts[k]);
+    for (char*& text : texts) std::free(std::exchange(text, nullptr));
+    return found;
+  };
+  const auto expectAll = [&](OrvaInfo& info, const char* of, const char* suffix = "", size_t times = 1) {
+    for (size_t number = 0; number < controller.volumes.size(); ++number) {
+      const std::string text = "port:box:bay 1I:1:" + std::to_string(number) + suffix;
+      EXPECT_EQ(textsOf(info, number), std::vector(times, text)) << of;
+    }
+  };
+  // In the order of their indexes, backwards, in no order; as many volumes, then few.
+  constexpr std::pair<uint32_t, size_t> kOrders[] = {{1, kDrives}, {kDrives - 1, kDrives}, {37, 5}, {1, 5}};
+  for (const auto& [step, volumes] : kOrders) {
+    controller.volumes.resize(volumes);
+    controller.drives.clear();
+    for (uint32_t k = 0; k < kDrives; ++k) controller.drives.push_back(model::drive(k * step % kDrives));
+    load();
+    expectAll(snapshot(), "the cache's snapshot");
+    const auto other = std::make_unique<OrvaInfo>(snapshot());
+    std::reverse(other->devices + controller.volumes.size(), other->devices + other->deviceCount);
+    for (const uint32_t slot : {0u, 10u}) {
+      other->slot = slot;
+      expectAll(*other, "another one of the same slot, or of none");
+    }
+  }
+  OrvaInfo& info = snapshot();
+  const auto turnRound = [&] {
+    std::reverse(controller.drives.begin(), controller.drives.end());
+    host.load(model::topology(controller));
+  };
+  turnRound();
+  PUBLISHED(OrvaInfo_ClearOrvaInfo)(&info);
+  ASSERT_EQ(PUBLISHED(OrvaInfo_GetInfoFromCtrl)(&info), 0);
+  ASSERT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(&info), 0);
+  expectAll(info, "filled anew by its host");
+  turnRound();
+  char hba[] = "vmhba1";
+  ASSERT_EQ(PUBLISHED(OrvaInfo_UpdateCtrl)(0, hba), &info);
+  expectAll(info, "filled anew by the cache");
+  ASSERT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(&info), 0);
+  expectAll(info, "each device listed twice", "", 2);
+  info.deviceCount = static_cast<int32_t>(controller.volumes.size());
+  expectAll(info, "the list cut to the volumes", "(Failed)");
 }
 
 TEST_F(Location, ADriveThatIsListedTwiceIsTwoMembers) {
