@@ -2,6 +2,10 @@
 // lets the blink time run out and applies fault rules as they say.
 #include <array>
 #include <cstring>
+#include <fcntl.h>
+#include <scsi/sg.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
 
 #include "channel/command.h"
 #include "channel/management_channel.h"
@@ -97,6 +101,41 @@ TEST_F(SimulatedHost, RefusesEachMistakeOfTheCallerWithACodeOfItsOwn) {
   EXPECT_EQ(buffer[0], 1) << "one local volume";
   EXPECT_EQ(vmk_MgmtUserDestroy(handle), 0);
   EXPECT_NE(vmk_MgmtUserDestroy(handle), 0);
+}
+
+TEST_F(SimulatedHost, ADiskNodeSaysHowARequestWentWhateverStoodInItsHeader) {
+  constexpr uint8_t kRead = 0x28;
+  constexpr uint8_t kInquiry = 0x12;
+  const auto statusOf = [&](uint8_t opcode, const std::vector<simulator::FaultRule>& faults) {
+    host.load(model::topology(controller));
+    for (const simulator::FaultRule& fault : faults) host.addFault(fault);
+    uint8_t cdb[] = {opcode, 1, 0x80, 0, 64, 0};
+    std::array<uint8_t, 64> data{};
+    std::array<uint8_t, 32> sense{};
+    sg_io_hdr header;
+    std::memset(&header, 0x55, sizeof(header));
+    header.interface_id = 'S';
+    header.iovec_count = 0;
+    header.dxfer_direction = SG_DXFER_FROM_DEV;
+    header.cmdp = cdb;
+    header.cmd_len = sizeof(cdb);
+    header.dxferp = data.data();
+    header.dxfer_len = data.size();
+    header.sbp = sense.data();
+    header.mx_sb_len = sense.size();
+    const int node = ::open("/dev/disks/disk5", O_RDWR);
+    EXPECT_EQ(ioctl(node, SG_IO, &header), 0);
+    close(node);
+    return std::vector<int>{header.status,      header.masked_status,          header.msg_status,
+                            header.host_status, header.driver_status,          header.resid,
+                            header.sb_len_wr,   static_cast<int>(header.info), static_cast<int>(header.duration)};
+  };
+  const simulator::FaultRule broken{.call = "ioctl", .action = FaultAction::driverStatus, .value = 5};
+  const simulator::FaultRule gone{.call = "ioctl", .controller = "vmhba1", .drive = 5, .action = FaultAction::vanish};
+  EXPECT_THAT(statusOf(kInquiry, {}), ElementsAre(0, 0, 0, 0, 0, 64 - 4 - 2, 0, 0, 0)) << "a page with \"S5\"";
+  EXPECT_THAT(statusOf(kRead, {}), ElementsAre(2, 1, 0, 0, 8, 64, 18, SG_INFO_CHECK, 0)) << "check condition and sense";
+  EXPECT_THAT(statusOf(kInquiry, {broken}), ElementsAre(0, 0, 0, 0, 5, 64, 0, 0, 0));
+  EXPECT_THAT(statusOf(kInquiry, {gone}), ElementsAre(0, 0, 0, 1, 0, 64, 0, 0, 0)) << "no connection";
 }
 
 TEST_F(SimulatedHost, BlinkTimeRunsOutForTheWholeController) {

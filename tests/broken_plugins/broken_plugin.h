@@ -39,6 +39,26 @@ void changeLocations(Change /*change*/) {
   });
 }
 
+/// Changes the function that an environment variable names by its field.
+/// @param usual   the field without that variable
+/// @param change  called with the function pointer, by reference
+template <typename Change>
+void changeIfNamed(const char* variable, const char* usual, Change change) {
+  const char* name = std::getenv(variable);
+  const auto changeIf = [&](const char* field, auto& function) {
+    if (std::strcmp(name != nullptr ? name : usual, field) == 0) change(function);
+  };
+  changeIf("openDevice", broken.openDevice);
+  changeIf("openDeviceV2", broken.openDeviceV2);
+  changeIf("closeDevice", broken.closeDevice);
+  changeIf("getDeviceInfo", broken.getDeviceInfo);
+  changeIf("setDriveLEDState", broken.setDriveLEDState);
+  changeIf("cacheOn", broken.cacheOn);
+  changeIf("cacheOff", broken.cacheOff);
+  changeIf("getDeviceTemperature", broken.getDeviceTemperature);
+  changeIf("getDeviceLocation", broken.getDeviceLocation);
+}
+
 inline DmuDeviceInfo informationOf(CtrlDevInfo* handle) {
   DmuDeviceInfo information{};
   std::string error;

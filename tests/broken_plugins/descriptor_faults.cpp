@@ -7,7 +7,7 @@
 // NOLINTBEGIN(bugprone-*): they are wrong on purpose
 
 FAULT(crashesWhenLoaded, "library.loads") {
-  if (isLoading) std::raise(SIGSEGV);
+  if (isLoading) std::raise(SIGKILL);  // the same end with and without sanitizers
 }
 FAULT(staysLoaded, "library.unloads") {
   Dl_info self{};
@@ -28,6 +28,9 @@ FAULT(hasUnprintableName, "descriptor.texts") {
 }
 FAULT(cannotClose, "descriptor.functions") {
   broken.closeDevice = nullptr;
+}
+FAULT(lacksWhatIsNamed, "descriptor.functions") {
+  changeIfNamed("LACKED", "openDevice", [](auto& function) { function = nullptr; });
 }
 FAULT(pointsNowhere, "descriptor.functions") {
   broken.cacheOff = reinterpret_cast<DmuSetCache>(std::malloc(64));

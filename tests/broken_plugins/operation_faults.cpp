@@ -19,6 +19,11 @@ std::unique_lock<std::timed_mutex> lockWithin(std::timed_mutex& mutex, std::chro
   return {mutex, std::chrono::system_clock::now() + time};
 }
 
+template <typename Result, typename... Arguments>
+void endProcess(Result (*&function)(Arguments...)) {
+  function = [](Arguments...) -> Result { _exit(3); };
+}
+
 void leakChannel() {
   void* plugin = dlopen(DMU_PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD);
   vmk_MgmtUserHandle* channel = nullptr;
@@ -86,6 +91,11 @@ FAULT(doesNotRecover, "errors.controller-gone") {
     if (hasFailed) result = -1;
   });
 }
+FAULT(namesTheFailure, "errors.controller-gone") {
+  afterwards<&Plugin::getDeviceInfo>([](int32_t, auto*, auto*, auto& error) {
+    if (error == "Failed to open controller.") error = "Failed to open controller: busy";
+  });
+}
 FAULT(claimsToBlink, "errors.command-fails") {
   afterwards<&Plugin::setDriveLEDState>([](int32_t& result, auto...) { result = result == 0 ? 1 : result; });
 }
@@ -123,7 +133,7 @@ FAULT(sortsByNumber, "location.texts") {
   });
 }
 FAULT(endsTheProcess, "location.texts") {
-  broken.getDeviceLocation = [](auto...) -> int32_t { _exit(3); };
+  changeIfNamed("ENDED", "getDeviceLocation", [](auto& function) { endProcess(function); });
 }
 FAULT(writesCapitals, "location.format") {
   changeLocations([](char* text) { return static_cast<char*>(std::memcpy(text, "PORT", 4)); });
@@ -186,6 +196,9 @@ FAULT(reachesNoController, "info.answers") {
     error = "Failed to open controller.";
     return -1;
   };
+}
+FAULT(countsNoDrive, "led.switches-the-right-drives") {
+  afterwards<&Plugin::setDriveLEDState>([](int32_t& result, auto...) { result = std::min(result, 0); });
 }
 FAULT(countsADriveMore, "led.switches-the-right-drives") {
   afterwards<&Plugin::setDriveLEDState>([](int32_t& result, auto...) { result += result > 0 ? 1 : 0; });
