@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <memory>
 #include <vector>
 
@@ -29,9 +28,11 @@ struct HostSlots {
 [[nodiscard]] char* makeHostBuffer(const dmu::DrivePlace& place) {
   auto* buffer = static_cast<char*>(std::malloc(kDmuLocationSize));
   if (buffer == nullptr) return nullptr;
-  char* end = std::copy_n(dmu::kLocationPrefix, std::strlen(dmu::kLocationPrefix), buffer);
-  end = std::copy(std::begin(place.text), std::end(place.text), end);
-  std::fill(end, buffer + kDmuLocationSize, '\0');
+  constexpr size_t kPrefixLength = sizeof(dmu::kLocationPrefix) - 1;
+  constexpr size_t kLength = kPrefixLength + sizeof(place.text);
+  std::memcpy(buffer, dmu::kLocationPrefix, kPrefixLength);
+  std::memcpy(buffer + kPrefixLength, place.text, sizeof(place.text));
+  std::memset(buffer + kLength, 0, kDmuLocationSize - kLength);
   return buffer;
 }
 
