@@ -66,6 +66,7 @@ dmu-host --topology slow.json list 2>&1 >table | diff /dev/null -
 # what runs beside it with SIGINT ignored.)
 slowed "$project/tests/console/small.json" blinkDriveTrayLed 2000 >slow.json
 for signal in TERM INT; do
+  rm -f switched  # or the last round's would be awaited
   env --default-signal=INT dmu-host --topology slow.json --show-commands locate --all on >switched 2>&1 &
   await switched senseBlinkDriveLed
   kill -$signal $!
