@@ -10,6 +10,7 @@
 #include "channel/command_buffer.h"
 #include "channel/management_channel.h"
 #include "controller/host_address.h"
+#include "controller/index_bounds.h"
 #include "controller/logical_drive.h"
 #include "controller/physical_drive.h"
 #include "plugin/trace.h"
@@ -153,6 +154,7 @@ int OrvaInfo_UpdateScsiDevListPhysical(vlexPhysicalLUNReportExt* report, OrvaInf
 int OrvaInfo_UpdateSCSIDevice(vlexCmdLunAddress* address, char external, unsigned char format, OrvaInfo_Devices* entry,
                               OrvaInfo* info) {
   if (address == nullptr || entry == nullptr || info == nullptr) return -1;
+  dmu::forgetIndexBounds(*info);
   if (dmu::isVolume(*address)) {
     std::copy_n(address->bytes, 4, entry->lunAddress.bytes);
     std::fill_n(entry->lunAddress.bytes + 4, 3, uint8_t{0});

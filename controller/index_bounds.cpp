@@ -27,6 +27,12 @@ IndexBounds boundsOf(const OrvaInfo_Devices* entries) {
   return bounds;
 }
 
+/// @return where the bounds of the snapshot are; null unless the cache holds it
+KeptBounds* boundsOfHeld(const OrvaInfo& info) {
+  const bool isHeld = info.slot < std::size(keptBounds) && ResourceMgr::Controllers[info.slot] == &info;
+  return isHeld ? &keptBounds[info.slot] : nullptr;
+}
+
 }  // namespace
 
 void keepIndexBounds(const OrvaInfo& info) {
@@ -35,12 +41,15 @@ void keepIndexBounds(const OrvaInfo& info) {
   for (size_t k = 0; k < kept.count; ++k) kept.values[k] = boundsOf(info.devices + k * kEntriesPerBounds);
 }
 
+void forgetIndexBounds(const OrvaInfo& info) {
+  if (KeptBounds* kept = boundsOfHeld(info)) kept->count = 0;
+}
+
 std::span<const IndexBounds> keptIndexBounds(const OrvaInfo& info) {
-  const bool isHeld = info.slot < std::size(keptBounds) && ResourceMgr::Controllers[info.slot] == &info;
-  if (!isHeld || info.hbaName[0] == '\0') return {};
-  const KeptBounds& kept = keptBounds[info.slot];
+  const KeptBounds* kept = boundsOfHeld(info);
+  if (kept == nullptr || info.hbaName[0] == '\0') return {};
   const size_t listed = static_cast<size_t>(std::max(info.deviceCount, 0)) / kEntriesPerBounds;
-  return {kept.values, std::min(kept.count, listed)};
+  return {kept->values, std::min(kept->count, listed)};
 }
 
 }  // namespace dmu

@@ -22,9 +22,12 @@ struct IndexBounds {
 /// Makes the bounds of a snapshot that the cache has just rebuilt, which has its slot, its name and its entries.
 void keepIndexBounds(const OrvaInfo& info);
 
+/// Gives up the bounds of a snapshot of which an entry is filled. Those that the cache does not hold have none.
+void forgetIndexBounds(const OrvaInfo& info);
+
 /// @return in list order the bounds of the entries that the rebuild listed; not of the last ones, when they are fewer
-///         than kEntriesPerBounds, nor of those that were added since. None of a snapshot that the cache does not
-///         hold, or that was cleared since.
+///         than kEntriesPerBounds. None of a snapshot that the cache does not hold, or that was filled or cleared
+///         since.
 [[nodiscard]] std::span<const IndexBounds> keptIndexBounds(const OrvaInfo& info);
 
 }  // namespace dmu

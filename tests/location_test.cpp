@@ -113,6 +113,12 @@ TEST_F(Location, AMemberIsFoundWhereverItIsListed) {
   char hba[] = "vmhba1";
   ASSERT_EQ(PUBLISHED(OrvaInfo_UpdateCtrl)(0, hba), &info);
   expectAll(info, "filled anew by the cache");
+  OrvaInfo_Devices& other = info.devices[30];
+  const OrvaInfo_Devices before = std::exchange(other, {});
+  vlexCmdLunAddress first = info.devices[controller.volumes.size()].lunAddress;
+  ASSERT_EQ(PUBLISHED(OrvaInfo_UpdateSCSIDevice)(&first, 0, 0, &other, &info), 0);
+  EXPECT_EQ(textsOf(info, 0), std::vector<std::string>(2, "port:box:bay 1I:1:0")) << "two entries are its drive";
+  other = before;
   ASSERT_EQ(PUBLISHED(OrvaInfo_DeviceScan)(&info), 0);
   expectAll(info, "each device listed twice", "", 2);
   info.deviceCount = static_cast<int32_t>(controller.volumes.size());
