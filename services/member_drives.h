@@ -22,12 +22,10 @@ namespace dmu {
 
 /// BMIC drive indexes that follow each other.
 struct IndexRange {
-  [[nodiscard]] bool overlaps(IndexBounds bounds) const {
-    return bounds.lowest < first + count && first <= bounds.highest;
-  }
+  [[nodiscard]] bool overlaps(IndexBounds bounds) const { return bounds.lowest < end && first <= bounds.highest; }
 
   uint32_t first;
-  uint32_t count;
+  uint32_t end;  ///< behind the last one
 };
 
 /// From a volume's first member to its last, in whole bytes of its member map.
@@ -36,7 +34,7 @@ struct IndexRange {
   const uint8_t* end = map + memberMapSize(info);
   const uint8_t* first = std::find_if(map, end, [](uint8_t byte) { return byte != 0; });
   while (end != first && end[-1] == 0) --end;
-  return {static_cast<uint32_t>(first - map) * 8, static_cast<uint32_t>(end - first) * 8};
+  return {static_cast<uint32_t>(first - map) * 8, static_cast<uint32_t>(end - map) * 8};
 }
 
 /// The masked drives of the snapshot that belong to a volume, in list order.
