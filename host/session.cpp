@@ -6,6 +6,7 @@
 
 #include "host/discovery/discovery.h"
 #include "host/disks/inventory.h"
+#include "host/output/json_values.h"
 #include "host/output/text.h"
 
 namespace host {
@@ -173,18 +174,13 @@ std::optional<std::string> Session::libraryText() const {
   return library_ ? std::optional(library_->text()) : std::nullopt;
 }
 
-static Json textOrNull(const char* text) {
-  return text == nullptr ? Json(nullptr) : Json(text);
-}
-
 void Session::addTo(Json& document) const {
   Json& library = document["library"] = nullptr;
   if (library_) library = {{"file", library_->file()}, {"simulated", library_->simulatedHost() != nullptr}};
   Json& plugin = document["plugin"] = nullptr;
   if (plugin_) {
     const DmuPluginDescriptor& descriptor = plugin_->descriptor();
-    plugin = {
-        {"file", plugin_->file()}, {"name", textOrNull(descriptor.name)}, {"version", textOrNull(descriptor.version)}};
+    plugin = {{"file", plugin_->file()}, {"name", orNull(descriptor.name)}, {"version", orNull(descriptor.version)}};
   }
   document["faultsNeverFired"] = unfiredFaults();
   commands_.addTo(document);

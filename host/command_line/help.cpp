@@ -13,7 +13,7 @@ constexpr size_t kNarrowest = 40;
 constexpr size_t kWidest = 80;
 
 /// A line of a table: the words in the first column and what they mean in the second one.
-struct Row {
+struct HelpRow {
   std::string heading;
   std::string words;
   std::string meaning;
@@ -33,11 +33,11 @@ class Page {
     for (const std::string& line : lines) text_ += (&line == &lines.front() ? "Usage: " : "       ") + line + "\n";
   }
 
-  void table(const std::vector<Row>& rows) {
+  void table(const std::vector<HelpRow>& rows) {
     size_t width = 0;
-    for (const Row& row : rows) width = std::max(width, kIndent + row.words.size() + kIndent);
+    for (const HelpRow& row : rows) width = std::max(width, kIndent + row.words.size() + kIndent);
     std::string heading;
-    for (const Row& row : rows) {
+    for (const HelpRow& row : rows) {
       if (row.heading != heading) {
         beginBlock();
         text_ += row.heading + ":\n";
@@ -68,7 +68,7 @@ class Page {
   std::string text_;
 };
 
-void addRows(std::vector<Row>& rows, const std::vector<Option>& options, bool areArguments) {
+void addRows(std::vector<HelpRow>& rows, const std::vector<Option>& options, bool areArguments) {
   for (const Option& option : options) {
     if (option.isArgument() != areArguments) continue;
     const std::string heading = areArguments ? "Arguments" : option.group.empty() ? "Options" : option.group;
@@ -104,7 +104,7 @@ std::string programHelp(const std::vector<Option>& options, const std::vector<st
   page.paragraph(std::string("dmu-host - ") + kPurpose);
   page.paragraph(kExplanation);
   page.usage({"dmu-host [OPTION...] COMMAND [ARGUMENT...]", "dmu-host help COMMAND"});
-  std::vector<Row> rows;
+  std::vector<HelpRow> rows;
   for (const auto& command : commands) {
     rows.push_back({command->description().group, command->name(), command->description().summary});
   }
@@ -117,7 +117,7 @@ std::string programHelp(const std::vector<Option>& options, const std::vector<st
 
 std::string columnHelp(const Command& command) {
   Page page = emptyPage();
-  std::vector<Row> rows;
+  std::vector<HelpRow> rows;
   for (const auto& [name, help] : command.columns()) rows.push_back({"Columns", name, help});
   page.table(rows);
   return page.text();
@@ -128,7 +128,7 @@ std::string commandHelp(const std::vector<Option>& options, Command& command) {
   Page page = emptyPage();
   page.paragraph(description.summary + ".");
   page.usage({usageOf(command)});
-  std::vector<Row> rows;
+  std::vector<HelpRow> rows;
   addRows(rows, command.options(), true);
   addRows(rows, command.options(), false);
   for (const auto& [name, help] : command.columns()) rows.push_back({"Columns", name, help});

@@ -22,7 +22,7 @@ struct Found {
   std::optional<Place> place;
 };
 
-bool holds(const std::string& text, const std::string& part) {
+bool containsCaseless(const std::string& text, const std::string& part) {
   return lowerCase(text).find(lowerCase(part)) != std::string::npos;
 }
 
@@ -35,7 +35,7 @@ struct Wanted {
   }
 
   [[nodiscard]] bool isIn(const HostDisk& disk) const {
-    return holds(disk.device, text) || lowerCase(disk.hba) == lowerCase(text) ||
+    return containsCaseless(disk.device, text) || lowerCase(disk.hba) == lowerCase(text) ||
            lowerCase(disk.hba + ":" + addressOf(disk)) == lowerCase(text);
   }
 
@@ -48,9 +48,9 @@ struct Wanted {
   std::string text;
 };
 
-class Search {
+class TextSearch {
  public:
-  explicit Search(Session& session) : session_(session), records_(recordsOfAllDisks(session)) {}
+  explicit TextSearch(Session& session) : session_(session), records_(recordsOfAllDisks(session)) {}
 
   [[nodiscard]] std::vector<Found> find(const std::string& text) const {
     const Wanted wanted(text);
@@ -66,8 +66,8 @@ class Search {
   void addDisk(const Wanted& wanted, const DiskRecord& record, std::vector<Found>& found) const {
     const model::Controller* controller = session_.controllers().find(record.disk.hba);
     const model::Volume* volume = controller == nullptr ? nullptr : controller->volumeOf(record.disk);
-    const bool hasLabel = volume != nullptr && holds(volume->label, wanted.text);
-    const bool hasSerial = holds(record.serial.value_or(""), wanted.text);
+    const bool hasLabel = volume != nullptr && containsCaseless(volume->label, wanted.text);
+    const bool hasSerial = containsCaseless(record.serial.value_or(""), wanted.text);
     if (!wanted.isIn(record.disk) && !hasLabel && !hasSerial) return;
     Found one{record.disk, record.disk.hba, kindName(record).value_or("not served"), record.serial, {}};
     const model::Drive* drive = controller == nullptr ? nullptr : controller->exposedDrive(record.serial.value_or(""));
@@ -80,7 +80,7 @@ class Search {
                 std::vector<Found>& found) const {
     const auto place = placeOf(drive);
     const std::string serial = drive.identity ? drive.identity->serial : "";
-    const bool fits = holds(serial, wanted.text) || (place && wanted.isBay(controller.hba, *place));
+    const bool fits = containsCaseless(serial, wanted.text) || (place && wanted.isBay(controller.hba, *place));
     if (!fits) return;
     const model::Volume* volume = controller.volumeWith(drive);
     const auto owner = std::find_if(records_.begin(), records_.end(), [&](const DiskRecord& record) {
@@ -145,7 +145,7 @@ class FindCommand final : public Command {
 
   Outcome run(Session& session) override {
     Outcome outcome{"", emptyResult()};
-    const Search search(session);
+    const TextSearch search(session);
     TextTable table({"DEVICE", "HBA", "C:T:L", "KIND", "SERIAL", "PORT:BOX:BAY"});
     for (const std::string& text : texts_) {
       const std::vector<Found> found = search.find(text);

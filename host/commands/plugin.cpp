@@ -38,18 +38,14 @@ FileFacts factsOf(const std::string& file) {
           newestVersions(*content)};
 }
 
-Json textOrNull(const char* text) {
-  return text == nullptr ? Json(nullptr) : Json(text);
-}
-
 /// Runs in a process of its own: what a plugin does when it is loaded and first called is not known yet.
 std::string describeLoaded(const std::string& file) {
   Json facts = {{"refusal", ""}};
   try {
     const LoadedPlugin plugin(file);
     const DmuPluginDescriptor& descriptor = plugin.descriptor();
-    facts["name"] = textOrNull(descriptor.name);
-    facts["version"] = textOrNull(descriptor.version);
+    facts["name"] = orNull(descriptor.name);
+    facts["version"] = orNull(descriptor.version);
     facts["operationCount"] = descriptor.operationCount;
   } catch (const Refusal& refusal) {
     facts["refusal"] = refusal.what();

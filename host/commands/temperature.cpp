@@ -15,34 +15,34 @@ namespace host {
 namespace {
 
 /// A line of the table.
-struct Row {
+struct TemperatureRow {
   HostDisk disk;
   DiskDrive drive;
 };
 
 /// Nothing is the largest margin.
-bool isCloser(const Row& one, const Row& other) {
+bool isCloser(const TemperatureRow& one, const TemperatureRow& other) {
   return marginOf(one.drive).value_or(INT_MAX) < marginOf(other.drive).value_or(INT_MAX);
 }
 
-const std::vector<Column<Row>>& temperatureColumns() {
-  static const std::vector<Column<Row>> columns = {
+const std::vector<Column<TemperatureRow>>& temperatureColumns() {
+  static const std::vector<Column<TemperatureRow>> columns = {
       {"device", "DEVICE", "the disk's name", Shown::always, 0,
-       [](const Row& row) { return printable(row.disk.device); }},
+       [](const TemperatureRow& row) { return printable(row.disk.device); }},
       {"hba", "HBA", "name of the controller", Shown::always, 2,
-       [](const Row& row) { return printable(row.disk.hba); }},
+       [](const TemperatureRow& row) { return printable(row.disk.hba); }},
       {"address", "C:T:L", "channel, target and LUN of the disk", Shown::whenAsked, 3,
-       [](const Row& row) { return addressOf(row.disk); }},
+       [](const TemperatureRow& row) { return addressOf(row.disk); }},
       {"place", "PORT:BOX:BAY", "where the drive sits", Shown::always, 0,
-       [](const Row& row) { return placeText(row.drive) + (row.drive.isMissing ? " (missing)" : ""); }},
+       [](const TemperatureRow& row) { return placeText(row.drive) + (row.drive.isMissing ? " (missing)" : ""); }},
       {"serial", "SERIAL", "the drive's serial number", Shown::whenAsked, 2,
-       [](const Row& row) { return orUnknown(row.drive.serial); }},
+       [](const TemperatureRow& row) { return orUnknown(row.drive.serial); }},
       {"current", "CURRENT C", "temperature in degrees Celsius", Shown::always, 0,
-       [](const Row& row) { return orUnknown(row.drive.current); }},
+       [](const TemperatureRow& row) { return orUnknown(row.drive.current); }},
       {"maximum", "MAXIMUM C", "the drive's maximum", Shown::always, 3,
-       [](const Row& row) { return orUnknown(row.drive.maximum); }},
+       [](const TemperatureRow& row) { return orUnknown(row.drive.maximum); }},
       {"margin", "MARGIN", "degrees that are left; ! at five and below", Shown::always, 1,
-       [](const Row& row) { return marginText(row.drive); }}};
+       [](const TemperatureRow& row) { return marginText(row.drive); }}};
   return columns;
 }
 
@@ -69,7 +69,7 @@ class TemperatureCommand final : public Command {
   [[nodiscard]] int repeatsAfter() const override { return watch_.seconds; }
 
   Outcome run(Session& session) override {
-    std::vector<Row> rows;
+    std::vector<TemperatureRow> rows;
     Json devices = Json::array();
     std::vector<OpenedDisk> all = devices_.open(session);
     Activity activity(all.size(), "temperatures");

@@ -20,7 +20,7 @@ bool isDigit(char character) {
   return std::isxdigit(static_cast<unsigned char>(character)) != 0;
 }
 
-bool holds(const std::string& name, const std::string& id) {
+bool holdsWhole(const std::string& name, const std::string& id) {
   return !isZero(id) && name.find(id) != std::string::npos;
 }
 
@@ -54,7 +54,7 @@ JoinedNodes joinNodes(const std::vector<std::string>& ids, std::vector<std::stri
   JoinedNodes joined{std::vector<std::vector<std::string>>(ids.size()), {}};
   for (const std::string& name : names) {
     const std::string text = lowerCase(name);
-    std::vector<size_t> volumes = volumesOf(text, ids, holds);
+    std::vector<size_t> volumes = volumesOf(text, ids, holdsWhole);
     const bool isWhole = !volumes.empty();
     if (!isWhole) volumes = volumesOf(text, ids, holdsBeginning);
     if (volumes.size() == 1) {

@@ -15,9 +15,12 @@ template <typename Value>
   return value ? Json(*value) : Json(nullptr);
 }
 
-/// The text with U+FFFD for what is no UTF-8, as a document has it.
-[[nodiscard]] inline std::string utf8Of(const std::string& text) {
-  return Json::parse(Json(text).dump(-1, ' ', false, Json::error_handler_t::replace)).get<std::string>();
+/// The text, or null.
+[[nodiscard]] inline Json orNull(const char* text) {
+  return text == nullptr ? Json(nullptr) : Json(text);
 }
+
+/// The text with U+FFFD for what is no UTF-8, as a document has it.
+[[nodiscard]] std::string utf8Of(const std::string& text);
 
 }  // namespace host

@@ -28,10 +28,10 @@ bool saySame(const std::vector<Cell>& one, const std::vector<Cell>& other) {
                     [](const Cell& left, const Cell& right) { return left.text == right.text; });
 }
 
-using Line = std::vector<Cell>;
+using Cells = std::vector<Cell>;
 
 /// The lengths of the longest common subsequences of the lines from each place on.
-std::vector<std::vector<unsigned>> commonLengths(const std::vector<Line>& before, const std::vector<Line>& now) {
+std::vector<std::vector<unsigned>> commonLengths(const std::vector<Cells>& before, const std::vector<Cells>& now) {
   std::vector<std::vector<unsigned>> length(before.size() + 1, std::vector<unsigned>(now.size() + 1));
   for (size_t old = before.size(); old-- > 0;) {
     for (size_t line = now.size(); line-- > 0;) {
@@ -42,7 +42,7 @@ std::vector<std::vector<unsigned>> commonLengths(const std::vector<Line>& before
   return length;
 }
 
-std::string marked(const std::string& line, const Line& cells, const Line* old, const Terminal& terminal) {
+std::string marked(const std::string& line, const Cells& cells, const Cells* old, const Terminal& terminal) {
   if (!terminal.colour) return line + "  *";
   const bool isComparable = old != nullptr && old->size() == cells.size();
   std::string text;
@@ -60,14 +60,14 @@ std::string marked(const std::string& line, const Line& cells, const Line* old, 
 
 std::vector<std::string> withChangesMarked(const std::vector<std::string>& before,
                                            const std::vector<std::string>& lines, const Terminal& terminal) {
-  std::vector<Line> old(before.size());
-  std::vector<Line> now(lines.size());
+  std::vector<Cells> old(before.size());
+  std::vector<Cells> now(lines.size());
   std::transform(before.begin(), before.end(), old.begin(), cellsOf);
   std::transform(lines.begin(), lines.end(), now.begin(), cellsOf);
   const auto common = commonLengths(old, now);
 
   std::vector<std::string> text;
-  std::vector<const Line*> gone;  // old lines that stood where the next line stands
+  std::vector<const Cells*> gone;  // old lines that stood where the next line stands
   size_t place = 0;
   size_t compared = 0;
   for (size_t line = 0; line < now.size(); ++line) {
