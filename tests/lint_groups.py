@@ -3,19 +3,20 @@
 
 lint_groups.py BUILD_DIR OUTPUT_DIR ROOM...
 
-Reads BUILD_DIR/compile_commands.json; writes the groups, each a file that includes up to 12 sources of one target, room
-and command line, with their commands and their room's .clang-tidy into OUTPUT_DIR. Prints the groups' paths, each behind
-"group ", and those of the sources in them behind "alone ": a group loses what shows in the main file alone, the paths of
-the analyzer and whether a source stands by itself.
+Reads BUILD_DIR/compile_commands.json; writes the groups, each a file that includes a core's share of the sources of one
+target, room and command line, with their commands and their room's .clang-tidy into OUTPUT_DIR. Prints the groups' paths,
+each behind "group ", and those of the sources in them behind "alone ": a group loses what shows in the main file alone,
+the paths of the analyzer and whether a source stands by itself. A source that would be alone in its group is in none.
 """
 
 import collections
 import json
+import os
 import pathlib
 import shutil
 import sys
 
-SIZE = 12
+SMALLEST = 12  # sources of a group, when there are as many
 
 
 def target_of(command):
@@ -44,13 +45,15 @@ def main(build, output, *rooms):
     for source, (room, command) in commands_of_rooms(build, rooms).items():
         targets[room, target_of(command), flags_of(command)].append((source, command))
     group_commands = []
+    targets = {key: members for key, members in targets.items() if len(members) > 1}
     for (room, _, _), members in sorted(targets.items()):
         folder = output / room
         folder.mkdir(parents=True, exist_ok=True)
         shutil.copy(f"{room}/.clang-tidy", folder)
-        for begin in range(0, len(members), SIZE):
+        size = max(SMALLEST, -(-len(members) // os.cpu_count()))
+        for begin in range(0, len(members), size):
             group = folder / f"group_{len(group_commands)}.cpp"
-            group.write_text("".join(f'#include "{source}"\n' for source, _ in members[begin : begin + SIZE]))
+            group.write_text("".join(f'#include "{source}"\n' for source, _ in members[begin : begin + size]))
             source, command = members[begin]
             command_line = command["command"].replace(str(source), str(group))
             group_commands.append(command | {"file": str(group), "command": command_line})

@@ -4,6 +4,7 @@ replays, and stays the same when that host is recorded again. The recording made
 
   round_trip_test.py BUILD_DIR [SEED...]    every topology of the project, and random hosts that behave badly
 """
+import concurrent.futures
 import glob
 import itertools
 import json
@@ -352,29 +353,34 @@ class RandomHost:
         return rule
 
 
+def passes(name, topology):
+    """Works in a folder of its own, in a process of its own."""
+    with tempfile.TemporaryDirectory() as folder:
+        os.chdir(folder)
+        with open(files["topology"], "w", encoding="utf-8") as file:
+            json.dump(topology, file)
+        try:
+            round_trip(name)
+            anonymous(name, topology)
+            if "built_in" in name:
+                caches()
+            if name.startswith("random"):
+                corrupted(name)
+        except AssertionError as difference:
+            print(f"{name}: {difference}")
+            return False
+        return True
+
+
 def main():
     kept = sorted(glob.glob(f"{project}/examples/*.json") + glob.glob(f"{project}/tests/console/*.json") +
                   glob.glob(f"{project}/simulator/*.json"))
     topologies = {os.path.relpath(file, project): json.load(open(file, encoding="utf-8")) for file in kept}
     hosts = {name: topology for name, topology in topologies.items() if "controllers" in topology}
     hosts.update({f"random host {seed}": RandomHost(seed).topology for seed in seeds})
-    failed = 0
-    with tempfile.TemporaryDirectory() as folder:
-        os.chdir(folder)
-        for name, topology in hosts.items():
-            with open(files["topology"], "w", encoding="utf-8") as file:
-                json.dump(topology, file)
-            try:
-                round_trip(name)
-                anonymous(name, topology)
-                if "built_in" in name:
-                    caches()
-                if name.startswith("random"):
-                    corrupted(name)
-            except AssertionError as difference:
-                failed += 1
-                print(f"{name}: {difference}")
-    sys.exit(1 if failed else 0)
+    with concurrent.futures.ProcessPoolExecutor() as processes:
+        results = list(processes.map(passes, hosts.keys(), hosts.values()))
+    sys.exit(0 if results and all(results) else 1)
 
 
 main()

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# waiting_test.sh BUILD_DIR: what a person sees who waits for dmu-host: rounds of --watch on a terminal, the progress of a
-# slow run, the rules of a check one by one, and what an interrupted command says.
+# waiting_test.sh BUILD_DIR rounds|progress: what a person sees who waits for dmu-host: rounds of --watch on a terminal; or
+# the progress of a slow run, the rules of a check one by one, and what an interrupted command says.
 set -euo pipefail
 PATH=$(readlink -f "$1"):$PATH
 project=$(dirname "$(dirname "$(readlink -f "$0")")")
@@ -34,51 +34,62 @@ slowed() { sed "s/\"faults\": \[/&{\"call\": \"$2\", \"delayMs\": $3},/" "$1"; }
 
 readonly reverse=$'\e[7m' plain=$'\e[27m' leave=$'\e[?1049l'
 
-# A drive gets warmer between two rounds. Ctrl-C leaves the last table, without marks.
 cp "$project/examples/degraded-topology.json" topology.json
-mkfifo keys
-script -qefc 'dmu-host --topology topology.json temperature data --watch=31' /dev/null <keys >watched &
-exec 5>keys
-await watched missing
-sed -i 's/"currentTemperature": 31/"currentTemperature": 44/' topology.json
-await watched missing 2
-printf '\003' >&5
-status=0
-wait $! || status=$?
-exec 5>&-
-((status == 130)) || fail "a watch that was interrupted ended with status $status" watched
-has watched "${reverse}44$plain" "the warmer drive is not marked"
-has watched "${reverse}16$plain" "nor what is left of its margin"
-[[ $(grep -oF "$reverse" watched | wc -l) == 2 ]] || fail "more than that is marked" watched
-tail -n 6 watched | tr -d '\r' >left
-head -n 1 left | grep -qF "${leave}dmu-host temperature, " || fail "the last table does not stand on the user's screen" watched
-diff <(tail -n +2 left | sed 's/\x1b\[[01]*m//g') <(dmu-host --topology topology.json temperature data)
 
-# The snapshot of a slow controller is told of on standard error, and wiped away again; not in a pipe.
-slowed topology.json any 300 >slow.json
-script -qefc 'dmu-host --topology slow.json list >table' /dev/null </dev/null >seen
-has seen 'devices of vmhba1: ' "nothing was seen of a slow run's progress"
-[[ $(tr '\r' '\n' <seen | tail -n 1) == $'\e[K' ]] || fail "it does not end with an empty line" seen
-dmu-host --topology topology.json list | diff - table
-dmu-host --topology slow.json list 2>&1 >table | diff /dev/null -
-
-# A command that is interrupted finishes its disk, says what was switched and what was not. (A shell like this one starts
-# what runs beside it with SIGINT ignored.)
-slowed "$project/tests/console/small.json" blinkDriveTrayLed 2000 >slow.json
-for signal in TERM INT; do
-  rm -f switched  # or the last round's would be awaited
-  env --default-signal=INT dmu-host --topology slow.json --show-commands locate --all on >switched 2>&1 &
-  await switched senseBlinkDriveLed
-  kill -$signal $!
+seeRounds() {
+  # A drive gets warmer between two rounds. Ctrl-C leaves the last table, without marks.
+  mkfifo keys
+  script -qefc 'dmu-host --topology topology.json temperature data --watch=31' /dev/null <keys >watched &
+  exec 5>keys
+  await watched missing
+  sed -i 's/"currentTemperature": 31/"currentTemperature": 44/' topology.json
+  await watched missing 2
+  printf '\003' >&5
   status=0
   wait $! || status=$?
-  ((status == 1)) || fail "a command interrupted by $signal ended with status $status" switched
-  has switched 'interrupted; not switched: ' "it does not say what was not switched"
-  has switched ' until ' "it does not say what was"
-done
+  exec 5>&-
+  ((status == 130)) || fail "a watch that was interrupted ended with status $status" watched
+  has watched "${reverse}44$plain" "the warmer drive is not marked"
+  has watched "${reverse}16$plain" "nor what is left of its margin"
+  [[ $(grep -oF "$reverse" watched | wc -l) == 2 ]] || fail "more than that is marked" watched
+  tail -n 6 watched | tr -d '\r' >left
+  head -n 1 left | grep -qF "${leave}dmu-host temperature, " || fail "the last table does not stand on the user's screen" watched
+  diff <(tail -n +2 left | sed 's/\x1b\[[01]*m//g') <(dmu-host --topology topology.json temperature data)
+}
 
-# Each rule stands as soon as it is decided.
-dmu-host check >rules 2>&1 &
-await rules '^pass '
-kill -0 $! || fail "the first rule was told with the last one" rules
-kill $!
+seeProgress() {
+  # The snapshot of a slow controller is told of on standard error, and wiped away again; not in a pipe.
+  slowed topology.json any 300 >slow.json
+  script -qefc 'dmu-host --topology slow.json list >table' /dev/null </dev/null >seen
+  has seen 'devices of vmhba1: ' "nothing was seen of a slow run's progress"
+  [[ $(tr '\r' '\n' <seen | tail -n 1) == $'\e[K' ]] || fail "it does not end with an empty line" seen
+  dmu-host --topology topology.json list | diff - table
+  dmu-host --topology slow.json list 2>&1 >table | diff /dev/null -
+
+  # A command that is interrupted finishes its disk, says what was switched and what was not. (A shell like this one starts
+  # what runs beside it with SIGINT ignored.)
+  slowed "$project/tests/console/small.json" blinkDriveTrayLed 2000 >slow.json
+  for signal in TERM INT; do
+    rm -f switched  # or the last round's would be awaited
+    env --default-signal=INT dmu-host --topology slow.json --show-commands locate --all on >switched 2>&1 &
+    await switched senseBlinkDriveLed
+    kill -$signal $!
+    status=0
+    wait $! || status=$?
+    ((status == 1)) || fail "a command interrupted by $signal ended with status $status" switched
+    has switched 'interrupted; not switched: ' "it does not say what was not switched"
+    has switched ' until ' "it does not say what was"
+  done
+
+  # Each rule stands as soon as it is decided.
+  dmu-host check >rules 2>&1 &
+  await rules '^pass '
+  kill -0 $! || fail "the first rule was told with the last one" rules
+  kill $!
+}
+
+case $2 in
+  rounds) seeRounds ;;
+  progress) seeProgress ;;
+  *) fail "usage: waiting_test.sh BUILD_DIR rounds|progress" /dev/null ;;
+esac
