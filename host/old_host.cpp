@@ -125,3 +125,8 @@ extern "C" void constructStream(std::stringstream* place) __asm__(
 void constructStream(std::stringstream* place) {
   new (place) std::stringstream(std::ios_base::in | std::ios_base::out);
 }
+extern "C" void constructOutputStream(std::ostringstream* place) __asm__(
+    "_ZNSt19basic_ostringstreamIcSt11char_traitsIcESaIcEEC1Ev");
+void constructOutputStream(std::ostringstream* place) {
+  new (place) std::ostringstream(std::ios_base::out);
+}
