@@ -35,7 +35,7 @@ void expect(bool holds, const std::string& otherwise) {
   if (!holds) fail(otherwise);
 }
 
-void expectNumber(const std::string& what, uint32_t expected, uint32_t seen) {
+void expectNumber(const std::string& what, uint64_t expected, uint64_t seen) {
   expect(expected == seen, what + ": expected " + std::to_string(expected) + ", got " + std::to_string(seen));
 }
 

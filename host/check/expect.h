@@ -26,7 +26,7 @@ struct Skipped {
 void expect(bool holds, const std::string& otherwise);
 
 /// Each fails with "WHAT: expected EXPECTED, got SEEN" when the two differ.
-void expectNumber(const std::string& what, uint32_t expected, uint32_t seen);
+void expectNumber(const std::string& what, uint64_t expected, uint64_t seen);
 void expectResult(const std::string& what, int32_t expected, int32_t seen);
 void expectText(const std::string& what, const std::string& expected, const std::string& seen);
 
