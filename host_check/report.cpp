@@ -74,7 +74,7 @@ bool writeDocument(const char* name, const Summary& summary) {
 
 /// Writes the JSON document, if it is time for it.
 bool replaceDocument(const char* name, const Summary& summary) {
-  struct stat64 status {};
+  struct stat64 status = {};
   if (lstat64(name, &status) == 0 && !S_ISREG(status.st_mode)) {
     return !summary.isEnd || writeDocument(name, summary);
   }

@@ -107,10 +107,14 @@ void forEachRecord(const std::string& file, uint32_t type, Allowance& left, Take
   });
 }
 
+/// Where a record says how far away the next one is.
+template <typename Record>
+using Distance = uint32_t Record::*;
+
 /// Calls `take` with each record of a chain and its place, up to the first damage.
 /// @param next  the distance from a record to the next one; 0 ends the chain
 template <typename Record, typename Take>
-void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, uint32_t Record::*next, Allowance& left,
+void forEachOfChain(const std::string& file, uint64_t place, uint64_t length, Distance<Record> next, Allowance& left,
                     Take take) {
   for (; length > 0 && left.records.take(sizeof(Record)); --length) {
     const auto record = recordAt<Record>(file, place);

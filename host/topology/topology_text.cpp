@@ -163,8 +163,8 @@ bool isWritable(const std::string& text) {
 
 std::string writable(std::string text) {
   if (isWritable(text)) return text;
-  std::replace_if(
-      text.begin(), text.end(), [](char byte) { return byte < 0x20 || byte > 0x7E; }, '?');
+  const auto isSpecial = [](char byte) { return byte < 0x20 || byte > 0x7E; };
+  std::replace_if(text.begin(), text.end(), isSpecial, '?');
   return text;
 }
 

@@ -23,7 +23,7 @@ void note(int /*signal*/) {
 static void take(int signal, struct sigaction& before) {
   sigaction(signal, nullptr, &before);
   if (before.sa_handler == SIG_IGN) return;
-  struct sigaction noting {};
+  struct sigaction noting = {};
   noting.sa_handler = note;
   noting.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
   sigaction(signal, &noting, nullptr);

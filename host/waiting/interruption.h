@@ -18,8 +18,8 @@ class Interruption {
   [[nodiscard]] bool isWanted() const;
 
  private:
-  struct sigaction interrupt_ {};  // as they were before
-  struct sigaction terminate_ {};
+  struct sigaction interrupt_ = {};  // as they were before
+  struct sigaction terminate_ = {};
 };
 
 }  // namespace host

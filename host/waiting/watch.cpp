@@ -38,7 +38,7 @@ class Screen {
  public:
   explicit Screen(const std::string& title) {
     leaving = kLeaveScreen;
-    struct sigaction leave {};
+    struct sigaction leave = {};
     leave.sa_handler = [](int signal) {
       static_cast<void>(!write(STDOUT_FILENO, leaving.data(), leaving.size()));
       raise(signal);
