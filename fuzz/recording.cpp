@@ -4,6 +4,7 @@
 #include "host/recording/recording.h"
 
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "channel/management_channel.h"
 #include "controller/snapshot_cache.h"
@@ -51,14 +52,18 @@ void askPlugin(const host::HostDisk& disk) {
   plugin.closeDevice(handle);
 }
 
+std::vector<host::HostDisk> disksOf(host::recording::Replay& replay) {
+  try {
+    return replay.disks();
+  } catch (const host::Refusal&) {
+    return {};  // the run that was recorded did not ask for them
+  }
+}
+
 void replay(const RecordedCalls& recorded) {
   host::recording::Replay replay(host::recording::Recording(fuzz::memoryFile().name(), recorded));
-  try {
-    const auto disks = replay.disks();
-    for (size_t i = 0; i < std::min(disks.size(), kMostDisks); ++i) askPlugin(disks[i]);
-  } catch (const host::Refusal&) {
-    // the run that was recorded did not ask for the disks
-  }
+  const auto disks = disksOf(replay);
+  for (size_t i = 0; i < std::min(disks.size(), kMostDisks); ++i) askPlugin(disks[i]);
   OrvaInfo_CleanupCtrls();
   OrvaInfo_Cleanup();
 }

@@ -1,6 +1,7 @@
 // What a watched table marks: what changed, and nothing else.
 #include "host/waiting/changes.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <random>
 

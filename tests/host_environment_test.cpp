@@ -53,7 +53,7 @@ TEST_F(HostEnvironment, AChildOfAForkDuringAnOperationNeverGetsTheLock) {
     hostCalls.before = nullptr;
     const Outcomes outcomes = callAll(*plugin, volume);
     const bool allFail = std::all_of(outcomes.begin(), outcomes.end(), [](const Outcome& outcome) {
-      return outcome.result == -1 && outcome.text.rfind("Mutex lock error: ", 0) == 0;
+      return outcome.result == -1 && outcome.text.starts_with("Mutex lock error: ");
     });
     _exit(allFail ? 0 : 1);
   };

@@ -65,7 +65,7 @@ class FaultWriter {
     rule.controller = kind.hba;
     if (!kind.argument) return true;
     if (kind.call == "identifyPhysicalDevice") {
-      rule.drive = *kind.argument;
+      rule.drive = kind.argument;
       return findFirst(controller->drives, [&](const simulator::Drive& drive) {
                return simulator::driveIndex(drive) == *kind.argument;
              }) != nullptr;

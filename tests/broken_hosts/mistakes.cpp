@@ -261,7 +261,7 @@ MISTAKE(forkedInUse, "fork.in-use", "collides with cacheOn at 0x") {
     setClockBack();
     DmuDeviceInfo info{};
     const int32_t result = host.plugin->getDeviceInfo(host.handle, &info, host.error);
-    std::_Exit(result == -1 && host.error.find("Mutex lock error: ") == 0 ? 0 : 1);
+    std::_Exit(result == -1 && host.error.starts_with("Mutex lock error: ") ? 0 : 1);
   }
   int status = -1;
   waitpid(child, &status, 0);
