@@ -91,5 +91,8 @@ seeProgress() {
 case $2 in
   rounds) seeRounds ;;
   progress) seeProgress ;;
-  *) fail "usage: waiting_test.sh BUILD_DIR rounds|progress" /dev/null ;;
+  *)
+    echo "usage: waiting_test.sh BUILD_DIR rounds|progress" >&2
+    exit 2
+    ;;
 esac
