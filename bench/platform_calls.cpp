@@ -239,11 +239,11 @@ int32_t vmk_MgmtUserCallbackInvokeInt(vmk_MgmtUserHandle* /*handle*/, uint64_t /
 // ---------------------------------------------------------------------------------------------------------------------
 // Memory. operator new asks malloc.
 
-// NOLINTBEGIN(bugprone-reserved-identifier): their names are the C library's
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier): their names are the C library's
 void* __libc_malloc(size_t size);
 void* __libc_memalign(size_t alignment, size_t size);
 void __libc_free(void* block);
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 void* malloc(size_t size) noexcept {
   return bench::noteAllocation(__libc_malloc(size), size);

@@ -22,9 +22,9 @@
 // The start of a program. What ran the constructors was part of the program then, and is part of the library now.
 using Constructor = void (*)(int, char**, char**);
 extern "C" {
-extern const Constructor __init_array_start[];  // NOLINT(bugprone-reserved-identifier): the linker's names
-extern const Constructor __init_array_end[];    // NOLINT(bugprone-reserved-identifier)
-void _init();                                   // NOLINT(bugprone-reserved-identifier)
+extern const Constructor __init_array_start[];  // NOLINT(clang-diagnostic-reserved-identifier): the linker's names
+extern const Constructor __init_array_end[];    // NOLINT(clang-diagnostic-reserved-identifier)
+void _init();                                   // NOLINT(clang-diagnostic-reserved-identifier)
 
 __asm__(".symver oldStart, __libc_start_main@GLIBC_2.0");
 int oldStart(int (*program)(int, char**, char**), int count, char** arguments, Constructor construct,
@@ -37,7 +37,7 @@ static void runConstructors(int count, char** arguments, char** environment) {
   }
 }
 
-// NOLINTNEXTLINE(bugprone-reserved-identifier): what the compiler's start-up code calls
+// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): what the compiler's start-up code calls
 int __libc_start_main(int (*program)(int, char**, char**), int count, char** arguments, Constructor /*construct*/,
                       void (*destruct)(), void (*unload)(), void* stackEnd) {
   return oldStart(program, count, arguments, runConstructors, destruct, unload, stackEnd);
@@ -55,7 +55,7 @@ struct mallinfo2 mallinfo2() noexcept {
 }
 
 // Threads. The strings of the old layout ask before they count references; to count atomically is always right.
-char __libc_single_threaded = 0;  // NOLINT(bugprone-reserved-identifier): the C library's name
+char __libc_single_threaded = 0;  // NOLINT(clang-diagnostic-reserved-identifier): the C library's name
 
 __asm__(".symver oldCreate, pthread_create@GLIBC_2.1");
 int oldCreate(pthread_t* thread, const pthread_attr_t* attributes, void* (*run)(void*), void* argument);

@@ -4,9 +4,9 @@
 lint_groups.py BUILD_DIR OUTPUT_DIR ROOM...
 
 Reads BUILD_DIR/compile_commands.json; writes the groups, each a file that includes a core's share of the sources of one
-target, room and command line, with their commands and their room's .clang-tidy into OUTPUT_DIR. Prints the groups' paths,
-each behind "group ", and those of the sources in them behind "alone ": a group loses what shows in the main file alone,
-the paths of the analyzer and whether a source stands by itself. A source that would be alone in its group is in none.
+room and command line, with their commands and their room's .clang-tidy into OUTPUT_DIR. Prints the groups' paths, each
+behind "group ", and those of the sources in them behind "alone ": a group loses what shows in the main file alone, the
+paths of the analyzer and whether a source stands by itself. A source that would be alone in its group is in none.
 """
 
 import collections
@@ -41,12 +41,12 @@ def commands_of_rooms(build, rooms):
 def main(build, output, *rooms):
     build, output = pathlib.Path(build), pathlib.Path(output).resolve()
     shutil.rmtree(output, ignore_errors=True)
-    targets = collections.defaultdict(list)
+    sources = collections.defaultdict(list)
     for source, (room, command) in commands_of_rooms(build, rooms).items():
-        targets[room, target_of(command), flags_of(command)].append((source, command))
+        sources[room, flags_of(command)].append((source, command))
     group_commands = []
-    targets = {key: members for key, members in targets.items() if len(members) > 1}
-    for (room, _, _), members in sorted(targets.items()):
+    sources = {key: members for key, members in sources.items() if len(members) > 1}
+    for (room, _), members in sorted(sources.items()):
         folder = output / room
         folder.mkdir(parents=True, exist_ok=True)
         shutil.copy(f"{room}/.clang-tidy", folder)
@@ -58,7 +58,7 @@ def main(build, output, *rooms):
             command_line = command["command"].replace(str(source), str(group))
             group_commands.append(command | {"file": str(group), "command": command_line})
             print("group", group.relative_to(pathlib.Path.cwd()))
-    for members in targets.values():
+    for members in sources.values():
         for source, _ in members:
             print("alone", source.relative_to(pathlib.Path.cwd()))
     (output / "compile_commands.json").write_text(json.dumps(group_commands))

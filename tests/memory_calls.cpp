@@ -59,7 +59,7 @@ void interception::forgetBlocks() {
 extern "C" {
 
 // The functions behind the ones below: the sanitizers' where there are any.
-// NOLINTBEGIN(bugprone-reserved-identifier): their names are the libraries'
+// NOLINTBEGIN(clang-diagnostic-reserved-identifier): their names are the libraries'
 void* __libc_malloc(size_t size);
 void* __libc_memalign(size_t alignment, size_t size);
 void __libc_free(void* block);
@@ -68,7 +68,7 @@ void __libc_free(void* block);
 [[gnu::weak]] void __interceptor_free(void* block);
 [[gnu::weak]] void __asan_poison_memory_region(const volatile void* block, size_t size);
 [[gnu::weak]] void __asan_unpoison_memory_region(const volatile void* block, size_t size);
-// NOLINTEND(bugprone-reserved-identifier)
+// NOLINTEND(clang-diagnostic-reserved-identifier)
 
 }  // extern "C"
 

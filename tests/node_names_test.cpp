@@ -109,24 +109,24 @@ std::optional<size_t> expectedVolume(const std::string& name, const std::vector<
 const std::string kBeginnings[] = {"600a0b8000112233", "600a0b8000112234", "6a1b2c0000000201", std::string(16, '0')};
 const std::string kEndings[] = {"00000000000000c1", "00000000000000c2", "ffffffffffffffff", std::string(16, '0')};
 
-size_t below(size_t end, std::mt19937& random) {
+size_t anyBelow(size_t end, std::mt19937& random) {
   return std::uniform_int_distribution<size_t>(0, end - 1)(random);
 }
 
 std::string randomName(std::mt19937& random) {
-  std::string number = kBeginnings[below(4, random)];
-  if (below(2, random) == 0) number += kEndings[below(4, random)];
-  if (below(4, random) == 0) std::transform(number.begin(), number.end(), number.begin(), ::toupper);
-  return (below(2, random) == 0 ? "nxx." : "t10.x_") + number + (below(3, random) == 0 ? ":1" : "");
+  std::string number = kBeginnings[anyBelow(4, random)];
+  if (anyBelow(2, random) == 0) number += kEndings[anyBelow(4, random)];
+  if (anyBelow(4, random) == 0) std::transform(number.begin(), number.end(), number.begin(), ::toupper);
+  return (anyBelow(2, random) == 0 ? "nxx." : "t10.x_") + number + (anyBelow(3, random) == 0 ? ":1" : "");
 }
 
 TEST(NodeNames, OfManyRandomHostsAreJoinedByTheRule) {
   std::mt19937 random(20261126);
   for (int host = 0; host < 500; ++host) {
-    std::vector<std::string> ids(1 + below(6, random));
-    for (std::string& id : ids) id = kBeginnings[below(4, random)] + kEndings[below(4, random)];
+    std::vector<std::string> ids(1 + anyBelow(6, random));
+    for (std::string& id : ids) id = kBeginnings[anyBelow(4, random)] + kEndings[anyBelow(4, random)];
     std::map<std::string, std::optional<size_t>> expected;
-    for (size_t node = 0; node < 1 + below(8, random); ++node) {
+    for (size_t node = 0; node < 1 + anyBelow(8, random); ++node) {
       const std::string name = randomName(random);
       expected[name] = expectedVolume(name, ids);
     }

@@ -30,7 +30,7 @@ constexpr char kTraceFile[] = "/tmp/veltrane_plugin_debug";
 extern "C" {
 
 // The thread sanitizer's, where there is one.
-// NOLINTNEXTLINE(bugprone-reserved-identifier): its name is the library's
+// NOLINTNEXTLINE(clang-diagnostic-reserved-identifier): its name is the library's
 [[gnu::weak]] int __interceptor_pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* deadline);
 
 int access(const char* path, int mode) noexcept {

@@ -26,7 +26,7 @@ constexpr const char* kGood = R"({
   "foreignDisks": [{"device": "boot", "serial": "F0", "hba": "vmhba0", "driver": "sata"}]
 })";
 
-class Topology : public testing::Test {
+class TopologyFile : public testing::Test {
  protected:
   void SetUp() override { ASSERT_EQ(host->loadText(kGood, "good.json"), std::nullopt); }
 
@@ -49,14 +49,14 @@ json mistakes(const char* kind) {
   return json::parse(std::ifstream(DMU_SOURCE_DIR "/tests/topology_mistakes.json")).at(kind);
 }
 
-TEST_F(Topology, RefusesASingleValueThatIsWrongAndPartsThatContradictEachOther) {
+TEST_F(TopologyFile, RefusesASingleValueThatIsWrongAndPartsThatContradictEachOther) {
   for (const char* kind : {"single values", "contradictions"}) {
     for (const json& mistake : mistakes(kind)) EXPECT_EQ(refusal(mistake.at("is")), mistake.at("says"));
   }
 }
 
 /// What real controllers report is no mistake.
-TEST_F(Topology, TakesWhatAControllerMayReport) {
+TEST_F(TopologyFile, TakesWhatAControllerMayReport) {
   const json patches[] = {
       {{{"op", "replace"}, {"path", "/controllers/0/drives/1/bay"}, {"value", 1}}},
       {{{"op", "replace"}, {"path", "/controllers/0/drives/1/serial"}, {"value", "D0"}}},
@@ -70,7 +70,7 @@ TEST_F(Topology, TakesWhatAControllerMayReport) {
   for (const json& patch : patches) EXPECT_EQ(refusal(patch), "accepted");
 }
 
-TEST_F(Topology, DisksHaveTheOrderThatIsGivenAndThoseWithoutANodeAreNone) {
+TEST_F(TopologyFile, DisksHaveTheOrderThatIsGivenAndThoseWithoutANodeAreNone) {
   const json patch = {{{"op", "replace"}, {"path", "/controllers/0/volumes/0/device"}, {"value", ""}},
                       {{"op", "add"}, {"path", "/diskOrder"}, {"value", {"boot", "disk2"}}},
                       {{"op", "add"}, {"path", "/foreignDisks/0/pci"}, {"value", {{"bus", 7}}}}};
@@ -82,7 +82,7 @@ TEST_F(Topology, DisksHaveTheOrderThatIsGivenAndThoseWithoutANodeAreNone) {
   EXPECT_EQ(host->disks()[0].pci.bus, 7);
 }
 
-TEST_F(Topology, RefusesAFaultThatCouldNotHappen) {
+TEST_F(TopologyFile, RefusesAFaultThatCouldNotHappen) {
   for (const json& mistake : mistakes("faults")) {
     const json patch = {{{"op", "add"}, {"path", "/faults"}, {"value", {mistake.at("is")}}}};
     EXPECT_EQ(refusal(patch), mistake.at("says"));
@@ -92,7 +92,7 @@ TEST_F(Topology, RefusesAFaultThatCouldNotHappen) {
             "bad.json: /faults: more than 64 rules for the call load");
 }
 
-TEST_F(Topology, RefusesTextThatIsNoJson) {
+TEST_F(TopologyFile, RefusesTextThatIsNoJson) {
   EXPECT_EQ(host->loadText("{\n  \"controllers\": [\n}", "bad.json"),
             "bad.json: line 3, column 1: syntax error while parsing value - unexpected '}'; expected '[', '{', or a "
             "literal");
@@ -105,7 +105,7 @@ TEST_F(Topology, RefusesTextThatIsNoJson) {
   EXPECT_EQ(host->loadFile("/nonexistent.json"), "/nonexistent.json: cannot be read: No such file or directory");
 }
 
-TEST_F(Topology, KeepsTheModelWhenAFileIsRefused) {
+TEST_F(TopologyFile, KeepsTheModelWhenAFileIsRefused) {
   EXPECT_NE(host->loadText("{}", "bad.json"), std::nullopt);
   EXPECT_EQ(host->topology().controllers.at(0).drives.size(), 3U);
 }
