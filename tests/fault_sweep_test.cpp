@@ -11,10 +11,11 @@ namespace {
 
 /// The place in the sources from which each line was written.
 std::vector<std::string> placesOf(const std::vector<std::string>& writes) {
+  static const testing::Matcher<const std::string&> isPlace = testing::MatchesRegex("[A-Za-z0-9_]+:[0-9]+");
   std::vector<std::string> places;
   for (const std::string& write : writes) {
     places.push_back(write.substr(0, write.find(' ')));
-    EXPECT_THAT(places.back(), testing::MatchesRegex("[A-Za-z0-9_]+:[0-9]+"));
+    EXPECT_THAT(places.back(), isPlace);
   }
   return places;
 }
