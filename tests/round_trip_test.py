@@ -381,13 +381,17 @@ def passes(name, topology):
         return True
 
 
+def drives_in(topology):
+    return sum(len(controller["drives"]) for controller in topology["controllers"])
+
+
 def main():
     kept = sorted(glob.glob(f"{project}/examples/*.json") + glob.glob(f"{project}/tests/console/*.json") +
                   glob.glob(f"{project}/simulator/*.json"))
     topologies = {os.path.relpath(file, project): json.load(open(file, encoding="utf-8")) for file in kept}
     hosts = {name: topology for name, topology in topologies.items() if "controllers" in topology}
     if few:
-        hosts = {name: topology for name, topology in hosts.items() if len(topology["controllers"][0]["drives"]) < 100}
+        hosts = {name: topology for name, topology in hosts.items() if drives_in(topology) < 100}
     hosts.update({f"random host {seed}": RandomHost(seed).topology for seed in seeds})
     with concurrent.futures.ProcessPoolExecutor() as processes:
         results = list(processes.map(passes, hosts.keys(), hosts.values()))
