@@ -5,7 +5,7 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/switching.h"
-#include "host/disks/device_arguments.h"
+#include "host/naming/device_arguments.h"
 #include "host/output/text.h"
 
 namespace host {

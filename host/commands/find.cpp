@@ -2,10 +2,10 @@
 #include <algorithm>
 
 #include "host/commands/commands.h"
-#include "host/disks/device_names.h"
 #include "host/disks/disk_drives.h"
 #include "host/disks/opened_disk.h"
 #include "host/interception/host_calls.h"
+#include "host/naming/device_names.h"
 #include "host/output/json_values.h"
 #include "host/output/text.h"
 #include "host/output/text_table.h"

@@ -2,8 +2,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/commands/commands.h"
-#include "host/disks/device_arguments.h"
 #include "host/disks/disk_drives.h"
+#include "host/naming/device_arguments.h"
 #include "host/output/text.h"
 #include "host/output/text_table.h"
 

@@ -7,8 +7,8 @@
 
 #include "host/commands/commands.h"
 #include "host/commands/switching.h"
-#include "host/disks/device_arguments.h"
 #include "host/disks/disk_drives.h"
+#include "host/naming/device_arguments.h"
 #include "host/output/local_time.h"
 #include "host/output/text.h"
 #include "host/waiting/progress.h"

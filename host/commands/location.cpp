@@ -2,7 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/commands/commands.h"
-#include "host/disks/device_arguments.h"
+#include "host/naming/device_arguments.h"
 #include "host/output/columns.h"
 #include "host/output/text.h"
 #include "host/waiting/progress.h"

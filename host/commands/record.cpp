@@ -6,9 +6,9 @@
 
 #include "host/commands/commands.h"
 #include "host/discovery/discovery.h"
-#include "host/disks/device_names.h"
-#include "host/disks/known_names.h"
 #include "host/disks/opened_disk.h"
+#include "host/naming/device_names.h"
+#include "host/naming/known_names.h"
 #include "host/output/text.h"
 #include "host/waiting/progress.h"
 

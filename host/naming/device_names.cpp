@@ -1,5 +1,5 @@
 // Matches names against the host's disks: the device's own name first, then the other ways of naming one.
-#include "host/disks/device_names.h"
+#include "host/naming/device_names.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,8 +1,8 @@
 // Declares and resolves the device arguments.
-#include "host/disks/device_arguments.h"
+#include "host/naming/device_arguments.h"
 
-#include "host/disks/device_names.h"
-#include "host/disks/known_names.h"
+#include "host/naming/device_names.h"
+#include "host/naming/known_names.h"
 #include "host/waiting/progress.h"
 
 namespace host {

@@ -1,8 +1,8 @@
 // Reads the files that name disks.
-#include "host/disks/known_names.h"
+#include "host/naming/known_names.h"
 
-#include "host/disks/device_names.h"
 #include "host/disks/inventory.h"
+#include "host/naming/device_names.h"
 
 namespace host {
 namespace {
