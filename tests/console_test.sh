@@ -5,8 +5,9 @@
 #   console_test.sh BUILD_DIR FILE --update   writes what they print into the file instead
 #
 # An indented line that begins with "$ " is a command for the shell, together with lines right below it that begin with
-# "> "; the indented lines below these are its output, errors included. Commands run in a folder of their own, one after the other, with the programs of the build on PATH, the
-# project's examples/ and tests/ at hand. Times, durations of commands and blank lines are not compared.
+# "> "; the indented lines below these are its output, errors included. Commands run in a folder of their own, one after
+# the other, with the programs of the build on PATH, the project's examples/ and tests/ at hand. Times, durations of
+# commands and blank lines are not compared.
 set -euo pipefail
 
 buildDir=$(readlink -f "$1")
@@ -15,7 +16,17 @@ mode=${3:-compare}
 project=$(dirname "$(dirname "$(readlink -f "$0")")")
 record=$(mktemp -d)
 folder=$(mktemp -d)
-trap 'rm -rf "$folder" "$record"' EXIT
+running=  # the command that runs
+exec {complaints}>&2
+
+leave() {
+  [[ -z $running ]] || {
+    echo "$file: line $((pageLine + 1)): this command ended the shell of the page: $running"
+    cat "$record/output"
+  } >&"$complaints"
+  rm -rf "$folder" "$record"
+}
+trap leave EXIT
 cd "$folder"
 ln -s "$project/examples" "$project/tests" .
 export PATH="$buildDir:$PATH" TZ=UTC LC_ALL=C.UTF-8 NO_COLOR=1 TERM=xterm
@@ -45,7 +56,9 @@ for ((pageLine = 0; pageLine < ${#pageLines[@]}; ++pageLine)); do
     done
     printf '%s%s\n' "$blanks" "$line" >>"$record/updated"
     printf '%s\n' "$line" | tee -a "$record/shown" >>"$record/printed"
+    running=$shellCommand
     eval "$shellCommand" >"$record/output" 2>&1 </dev/null || true
+    running=
     lastOutput | tee -a "$record/printed" >>"$record/updated"
     inOutput=true blanks=
   elif [[ $inOutput == true && -z $line ]]; then
