@@ -16,12 +16,12 @@ mode=${3:-compare}
 project=$(dirname "$(dirname "$(readlink -f "$0")")")
 record=$(mktemp -d)
 folder=$(mktemp -d)
-running=  # the command that runs
+shellCommand=  # while it runs
 exec {complaints}>&2
 
 leave() {
-  [[ -z $running ]] || {
-    echo "$file: line $((pageLine + 1)): this command ended the shell of the page: $running"
+  [[ -z $shellCommand ]] || {
+    echo "$file: line $((pageLine + 1)): this command ended the shell of the page: $shellCommand"
     cat "$record/output"
   } >&"$complaints"
   rm -rf "$folder" "$record"
@@ -56,9 +56,8 @@ for ((pageLine = 0; pageLine < ${#pageLines[@]}; ++pageLine)); do
     done
     printf '%s%s\n' "$blanks" "$line" >>"$record/updated"
     printf '%s\n' "$line" | tee -a "$record/shown" >>"$record/printed"
-    running=$shellCommand
     eval "$shellCommand" >"$record/output" 2>&1 </dev/null || true
-    running=
+    shellCommand=
     lastOutput | tee -a "$record/printed" >>"$record/updated"
     inOutput=true blanks=
   elif [[ $inOutput == true && -z $line ]]; then
